@@ -1,0 +1,108 @@
+#include "util/date.h"
+
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+
+namespace clipcat {
+namespace {
+
+// Days from 1970-01-01 for a proleptic Gregorian date (H. Hinnant's algorithm).
+int64_t DaysFromCivil(int64_t y, unsigned m, unsigned d) {
+  y -= m <= 2;
+  const int64_t era = (y >= 0 ? y : y - 399) / 400;
+  const unsigned yoe = static_cast<unsigned>(y - era * 400);
+  const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
+  const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+  return era * 146097 + static_cast<int64_t>(doe) - 719468;
+}
+
+void CivilFromDays(int64_t z, int& year, int& month, int& day) {
+  z += 719468;
+  const int64_t era = (z >= 0 ? z : z - 146096) / 146097;
+  const unsigned doe = static_cast<unsigned>(z - era * 146097);
+  const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+  const int64_t y = static_cast<int64_t>(yoe) + era * 400;
+  const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+  const unsigned mp = (5 * doy + 2) / 153;
+  day = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
+  month = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
+  year = static_cast<int>(y + (month <= 2));
+}
+
+// 1899-12-30 counted from 1970-01-01.
+constexpr int64_t kEpochOffset = -25569;
+
+int DaysInMonth(int year, int month) {
+  static const int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+  return month == 2 && leap ? 29 : kDays[month - 1];
+}
+
+}  // namespace
+
+std::optional<Date> Date::FromParts(const DateParts& p) {
+  if (p.year < 100 || p.year > 9999 || p.month < 1 || p.month > 12 || p.day < 1 ||
+      p.day > DaysInMonth(p.year, p.month) || p.hour < 0 || p.hour > 23 || p.minute < 0 ||
+      p.minute > 59 || p.second < 0 || p.second > 59) {
+    return std::nullopt;
+  }
+  const int64_t days = DaysFromCivil(p.year, p.month, p.day) - kEpochOffset;
+  const double fraction = (p.hour * 3600 + p.minute * 60 + p.second) / 86400.0;
+  return Date(days >= 0 ? days + fraction : days - fraction);
+}
+
+Date Date::Now() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  return *FromParts({local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
+                     local.tm_min, local.tm_sec});
+}
+
+DateParts Date::Parts() const {
+  double whole = std::trunc(serial_);
+  int64_t seconds = std::llround(std::fabs(serial_ - whole) * 86400.0);
+  int64_t days = static_cast<int64_t>(whole);
+  if (seconds >= 86400) {  // rounding carried into the next day
+    seconds -= 86400;
+    days += serial_ >= 0 ? 1 : -1;
+  }
+  DateParts p;
+  CivilFromDays(days + kEpochOffset, p.year, p.month, p.day);
+  p.hour = static_cast<int>(seconds / 3600);
+  p.minute = static_cast<int>(seconds / 60 % 60);
+  p.second = static_cast<int>(seconds % 60);
+  return p;
+}
+
+bool Date::IsValid() const {
+  // 100-01-01 and 9999-12-31 23:59:59.
+  return std::isfinite(serial_) && serial_ >= -657434.0 && serial_ < 2958466.0;
+}
+
+std::string FormatIsoDate(const Date& date) {
+  const DateParts p = date.Parts();
+  char buffer[32];
+  std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02d %02d:%02d:%02d", p.year, p.month, p.day,
+                p.hour, p.minute, p.second);
+  return buffer;
+}
+
+std::optional<Date> ParseIsoDate(const std::string& text) {
+  DateParts p;
+  int consumed = 0;
+  const char* s = text.c_str();
+  if (std::sscanf(s, "%4d-%2d-%2d%n", &p.year, &p.month, &p.day, &consumed) != 3 ||
+      consumed != 10) {
+    return std::nullopt;
+  }
+  if (text.size() > 10) {
+    int end = 0;
+    const int n = std::sscanf(s + 10, " %2d:%2d%n:%2d%n", &p.hour, &p.minute, &end, &p.second, &end);
+    if (n < 2 || 10 + static_cast<size_t>(end) != text.size()) return std::nullopt;
+  }
+  return Date::FromParts(p);
+}
+
+}  // namespace clipcat
