@@ -99,7 +99,8 @@ std::optional<Date> ParseIsoDate(const std::string& text) {
   }
   if (text.size() > 10) {
     int end = 0;
-    const int n = std::sscanf(s + 10, " %2d:%2d%n:%2d%n", &p.hour, &p.minute, &end, &p.second, &end);
+    const int n =
+        std::sscanf(s + 10, " %2d:%2d%n:%2d%n", &p.hour, &p.minute, &end, &p.second, &end);
     if (n < 2 || 10 + static_cast<size_t>(end) != text.size()) return std::nullopt;
   }
   return Date::FromParts(p);

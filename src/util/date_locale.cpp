@@ -11,14 +11,16 @@ namespace {
 thread_local const DateLocale* g_thread_locale = nullptr;
 
 DateOrder OrderFromFormat(std::string_view format) {
-  const auto day = format.find("%d") != std::string_view::npos ? format.find("%d") : format.find("%e");
+  const auto day =
+      format.find("%d") != std::string_view::npos ? format.find("%d") : format.find("%e");
   const auto month = format.find("%m");
   auto year = format.find("%y");
   if (year == std::string_view::npos) year = format.find("%Y");
   if (day == std::string_view::npos || month == std::string_view::npos) {
     return DateOrder::kMonthDayYear;
   }
-  if (year != std::string_view::npos && year < month && month < day) return DateOrder::kYearMonthDay;
+  if (year != std::string_view::npos && year < month && month < day)
+    return DateOrder::kYearMonthDay;
   return day < month ? DateOrder::kDayMonthYear : DateOrder::kMonthDayYear;
 }
 
@@ -26,8 +28,7 @@ DateOrder OrderFromFormat(std::string_view format) {
 
 DateLocale DateLocale::English(DateOrder order) {
   DateLocale l;
-  l.weekday_names = {"Sunday",   "Monday", "Tuesday", "Wednesday",
-                     "Thursday", "Friday", "Saturday"};
+  l.weekday_names = {"Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
   l.weekday_abbreviations = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
   l.month_names = {"January", "February", "March",     "April",   "May",      "June",
                    "July",    "August",   "September", "October", "November", "December"};

@@ -24,9 +24,7 @@ std::string GetLocalItemID(const std::string& item_id, int32_t catalog_id) {
   return rest;
 }
 
-bool IsExternalItemID(const std::string& item_id) {
-  return item_id.find('P') != std::string::npos;
-}
+bool IsExternalItemID(const std::string& item_id) { return item_id.find('P') != std::string::npos; }
 
 std::string GetCatalogIDFromItemID(const std::string& item_id) {
   if (!IsExternalItemID(item_id)) return "0";

@@ -59,9 +59,8 @@ std::string TrimSpaces(std::string_view text) {
 }
 
 std::string ReplaceAll(std::string_view text, std::string_view from, std::string_view to) {
-  return Replace(text, from, to, [](std::string_view h, std::string_view n, size_t f) {
-    return h.find(n, f);
-  });
+  return Replace(text, from, to,
+                 [](std::string_view h, std::string_view n, size_t f) { return h.find(n, f); });
 }
 
 std::string ReplaceAllIgnoreCase(std::string_view text, std::string_view from,

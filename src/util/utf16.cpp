@@ -100,7 +100,8 @@ std::string Utf16LEToUtf8(std::string_view utf16le) {
     const uint16_t u = unit(k);
     if (u >= 0xD800 && u <= 0xDBFF && k + 1 < units && unit(k + 1) >= 0xDC00 &&
         unit(k + 1) <= 0xDFFF) {
-      AppendUtf8(out, 0x10000 + ((static_cast<char32_t>(u - 0xD800) << 10) | (unit(k + 1) - 0xDC00)));
+      AppendUtf8(out,
+                 0x10000 + ((static_cast<char32_t>(u - 0xD800) << 10) | (unit(k + 1) - 0xDC00)));
       ++k;
     } else if (u >= 0xD800 && u <= 0xDFFF) {
       AppendUtf8(out, kReplacement);

@@ -35,7 +35,8 @@ std::string FormatCatalogDate(const Date& date);
 Date ToDateOr(const Variant& value, Date fallback);
 std::string ToTextOr(const Variant& value, const std::string& fallback);
 bool ToBooleanOr(const Variant& value, bool fallback);  // also "Yes"/"No", exactly so written
-int32_t ToLongOr(const Variant& value, int32_t fallback);  // halves to even; overflow gives fallback
+int32_t ToLongOr(const Variant& value,
+                 int32_t fallback);  // halves to even; overflow gives fallback
 double ToDecimalOr(const Variant& value, double fallback);
 
 }  // namespace clipcat

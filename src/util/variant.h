@@ -38,16 +38,18 @@ class Variant {
   // Raw access. REQUIRES: type() is the matching type.
   bool AsBoolean() const { return std::get<bool>(value_); }
   const std::string& AsString() const { return std::get<std::string>(value_); }
-  const std::shared_ptr<Dispatch>& AsObject() const { return std::get<std::shared_ptr<Dispatch>>(value_); }
+  const std::shared_ptr<Dispatch>& AsObject() const {
+    return std::get<std::shared_ptr<Dispatch>>(value_);
+  }
 
   // Conversions with the runtime's rules. Null raises 94; values that do not convert raise 13;
   // numbers outside the target's range raise 6. Text converts after trimming spaces.
-  std::string ToText() const;    // CStr: booleans "True"/"False", dates in the locale's short form
-  int32_t ToLong() const;        // CLng: halves round to the even neighbour
-  int16_t ToInteger() const;     // CInt
-  double ToDouble() const;       // CDbl
-  bool ToBoolean() const;        // CBool: numbers (0 is false) and "True"/"False" in any case
-  Date ToDate() const;           // CDate: dates, numbers as serials, and date text
+  std::string ToText() const;  // CStr: booleans "True"/"False", dates in the locale's short form
+  int32_t ToLong() const;      // CLng: halves round to the even neighbour
+  int16_t ToInteger() const;   // CInt
+  double ToDouble() const;     // CDbl
+  bool ToBoolean() const;      // CBool: numbers (0 is false) and "True"/"False" in any case
+  Date ToDate() const;         // CDate: dates, numbers as serials, and date text
 
   friend bool operator==(const Variant& a, const Variant& b) { return a.value_ == b.value_; }
 

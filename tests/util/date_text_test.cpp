@@ -1,0 +1,130 @@
+#include "util/date_text.h"
+
+#include <gtest/gtest.h>
+
+#include "util/date.h"
+#include "util/values.h"
+
+namespace clipcat {
+namespace {
+
+std::string Iso(std::string_view text, DateOrder order) {
+  const auto date = ParseDateText(text, DateLocale::English(order));
+  return date ? FormatIsoDate(*date) : "none";
+}
+
+TEST(ParseDateText, ReadsEveryFormInBothDayOrders) {
+  struct Case {
+    const char* text;
+    const char* day_first;
+    const char* month_first;
+  };
+  const Case cases[] = {
+      {"2002-04-03 14:05:09", "2002-04-03 14:05:09", "2002-04-03 14:05:09"},
+      {"2002-04-03 14:05", "2002-04-03 14:05:00", "2002-04-03 14:05:00"},
+      {"2002-04-03", "2002-04-03 00:00:00", "2002-04-03 00:00:00"},
+      {"14:05:09 3 Apr 2002", "2002-04-03 14:05:09", "2002-04-03 14:05:09"},
+      {"3 april 2002", "2002-04-03 00:00:00", "2002-04-03 00:00:00"},
+      {"3 APR 2002 2:05 pm", "2002-04-03 14:05:00", "2002-04-03 14:05:00"},
+      {"April 3 2002", "2002-04-03 00:00:00", "2002-04-03 00:00:00"},
+      {"3-Apr-2002", "2002-04-03 00:00:00", "2002-04-03 00:00:00"},
+      {"3/4/2002", "2002-04-03 00:00:00", "2002-03-04 00:00:00"},
+      {"3-4-2002", "2002-04-03 00:00:00", "2002-03-04 00:00:00"},
+      {"3.4.2002", "2002-04-03 00:00:00", "2002-03-04 00:00:00"},
+      {"3/4/02 2:05:09 pm", "2002-04-03 14:05:09", "2002-03-04 14:05:09"},
+      {"3/4/99 12:00:00 am", "1999-04-03 00:00:00", "1999-03-04 00:00:00"},
+      {"3/4/2002 12:30 PM", "2002-04-03 12:30:00", "2002-03-04 12:30:00"},
+      {"13/4/2002", "2002-04-13 00:00:00", "none"},
+      {"4/13/2002", "none", "2002-04-13 00:00:00"},
+      {"31/12/9999 23:59:59", "9999-12-31 23:59:59", "none"},
+      {"1/1/100", "0100-01-01 00:00:00", "0100-01-01 00:00:00"},
+      {"29/2/2000", "2000-02-29 00:00:00", "none"},
+      {"29/2/1900", "none", "none"},
+      {"14:05:09", "1899-12-30 14:05:09", "1899-12-30 14:05:09"},
+      {"25:00:00", "none", "none"},
+      {"13:00 pm", "none", "none"},
+      {"0:30 am", "none", "none"},
+      {"12", "none", "none"},
+      {"abc", "none", "none"},
+      {"3 Apr 2002 Apr", "none", "none"},
+      {"1/1/10000", "none", "none"},
+      {"", "none", "none"},
+      {"3/4/2002 1:2:3:4", "none", "none"},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(Iso(c.text, DateOrder::kDayMonthYear), c.day_first) << c.text;
+    EXPECT_EQ(Iso(c.text, DateOrder::kMonthDayYear), c.month_first) << c.text;
+  }
+}
+
+TEST(ParseDateText, TwoDigitYearsPivotAt1930) {
+  const DateLocale en = DateLocale::English(DateOrder::kDayMonthYear);
+  for (int yy = 0; yy < 100; ++yy) {
+    const auto date = ParseDateText("1/1/" + std::to_string(yy), en);
+    ASSERT_TRUE(date) << yy;
+    EXPECT_EQ(date->Parts().year, yy < 30 ? 2000 + yy : 1900 + yy);
+  }
+}
+
+TEST(ParseDateText, UsesTheLocalesMonthNames) {
+  DateLocale german = DateLocale::English(DateOrder::kDayMonthYear);
+  german.month_abbreviations[2] = "Mär";
+  german.month_names[2] = "März";
+  EXPECT_EQ(FormatIsoDate(*ParseDateText("3 März 2002", german)), "2002-03-03 00:00:00");
+  EXPECT_EQ(FormatIsoDate(*ParseDateText("10:00:00 3 mär 2002", german)), "2002-03-03 10:00:00");
+  EXPECT_FALSE(ParseDateText("3 Mar 2002", german));
+}
+
+TEST(FormatCatalogDateText, WritesTimeDayMonthNameYear) {
+  const DateLocale en = DateLocale::English(DateOrder::kDayMonthYear);
+  EXPECT_EQ(FormatCatalogDateText(Date(), en), "00:00:00 30 Dec 1899");
+  EXPECT_EQ(FormatCatalogDateText(*Date::FromParts({2002, 3, 3, 14, 5, 9}), en),
+            "14:05:09 3 Mar 2002");
+  EXPECT_EQ(FormatCatalogDateText(*Date::FromParts({1850, 7, 14, 6, 0, 0}), en),
+            "06:00:00 14 Jul 1850");
+}
+
+TEST(FormatLocaleDate, RoundTripsThroughTheReaderInEveryOrder) {
+  for (DateOrder order :
+       {DateOrder::kDayMonthYear, DateOrder::kMonthDayYear, DateOrder::kYearMonthDay}) {
+    const DateLocale locale = DateLocale::English(order);
+    for (const DateParts& p : {DateParts{2002, 4, 3, 14, 5, 9}, DateParts{1999, 12, 31, 0, 0, 0},
+                               DateParts{1899, 12, 30, 23, 59, 59}, DateParts{100, 1, 1, 0, 0, 1},
+                               DateParts{1850, 2, 28, 12, 0, 0}}) {
+      const Date date = *Date::FromParts(p);
+      const std::string text = FormatLocaleDate(date, locale);
+      const auto back = ParseDateText(text, locale);
+      ASSERT_TRUE(back) << text;
+      EXPECT_EQ(FormatIsoDate(*back), FormatIsoDate(date)) << text;
+    }
+  }
+  const DateLocale en = DateLocale::English(DateOrder::kDayMonthYear);
+  EXPECT_EQ(FormatLocaleDate(Date(), en), "00:00:00");
+  EXPECT_EQ(FormatLocaleDate(*Date::FromParts({2002, 4, 3, 0, 0, 0}), en), "3/4/2002");
+}
+
+TEST(Date, SerialsMatchTheAutomationCalendar) {
+  EXPECT_EQ(Date::FromParts({1899, 12, 30, 0, 0, 0})->serial(), 0.0);
+  EXPECT_EQ(Date::FromParts({1900, 1, 1, 0, 0, 0})->serial(), 2.0);
+  EXPECT_EQ(Date::FromParts({2000, 1, 1, 12, 0, 0})->serial(), 36526.5);
+  // Before day zero the fraction still counts forwards from midnight.
+  EXPECT_EQ(Date::FromParts({1899, 12, 29, 6, 0, 0})->serial(), -1.25);
+  const DateParts p = Date(-1.25).Parts();
+  EXPECT_EQ(p.day, 29);
+  EXPECT_EQ(p.hour, 6);
+  // Rounding to the second carries into the next day.
+  EXPECT_EQ(FormatIsoDate(Date(1.0 - 1e-9)), "1899-12-31 00:00:00");
+  EXPECT_FALSE(Date::FromParts({99, 12, 31, 0, 0, 0}));
+  EXPECT_FALSE(Date(1e9).IsValid());
+}
+
+TEST(ParseIsoDate, IsStrict) {
+  EXPECT_EQ(FormatIsoDate(*ParseIsoDate("2024-02-29 23:59:59")), "2024-02-29 23:59:59");
+  EXPECT_EQ(FormatIsoDate(*ParseIsoDate("2024-02-29")), "2024-02-29 00:00:00");
+  EXPECT_FALSE(ParseIsoDate("2023-02-29"));
+  EXPECT_FALSE(ParseIsoDate("2024-02-29 10:00:00 junk"));
+  EXPECT_FALSE(ParseIsoDate("3/4/2002"));
+}
+
+}  // namespace
+}  // namespace clipcat

@@ -1,0 +1,121 @@
+// Messages, errors, GUIDs, paths and UTF-16 conversion.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <set>
+
+#include "util/errors.h"
+#include "util/guid.h"
+#include "util/messages.h"
+#include "util/paths.h"
+#include "util/utf16.h"
+
+namespace clipcat {
+namespace {
+
+TEST(FormatResourceMessage, SubstitutesInOrderWithTheKnownTenthValueQuirk) {
+  EXPECT_EQ(SubstituteMessage("%s and %2", {"a", "b"}), "a and b");
+  EXPECT_EQ(SubstituteMessage("%1%1 %3", {"x", "y", "z"}), "xx z");
+  std::vector<std::string> values;
+  for (int i = 1; i <= 11; ++i) values.push_back("v" + std::to_string(i));
+  // "%10" is hit by the replacement of "%1" first and becomes "v10".
+  EXPECT_EQ(SubstituteMessage("%10|%9|%11", values), "v10|v9|v11");
+  EXPECT_EQ(SubstituteMessage("no placeholders", values), "no placeholders");
+  EXPECT_EQ(SubstituteMessage("%1", {}), "%1");
+  const std::string text = FormatResourceMessage(kMessageNameNotUnique, {"Letters"});
+  EXPECT_NE(text.find("\"Letters\""), std::string::npos);
+  EXPECT_EQ(text.find('%'), std::string::npos);
+  EXPECT_EQ(FormatResourceMessage(999, {"x"}), "");
+}
+
+TEST(RaiseError, TakesMissingPartsFromTheCurrentError) {
+  const AutomationError current(err::kTypeMismatch, "Inner", "Type mismatch");
+  try {
+    RaiseError(0, "", "", &current);
+    ADD_FAILURE() << "did not raise";
+  } catch (const AutomationError& e) {
+    EXPECT_EQ(e.number(), err::kTypeMismatch);
+    EXPECT_EQ(e.source(), "clipcat");
+    EXPECT_EQ(e.description(), "Type mismatch");
+  }
+  try {
+    RaiseError(err::kFolderNameNotUnique, kDataServicesSource, "dup", &current, "ignored");
+    ADD_FAILURE() << "did not raise";
+  } catch (const AutomationError& e) {
+    EXPECT_EQ(e.number(), -2147220997);
+    EXPECT_EQ(e.source(), "Data Services");
+    EXPECT_EQ(e.description(), "dup");
+  }
+  try {
+    RaiseNotImplemented("ClippingExists");
+    ADD_FAILURE() << "did not raise";
+  } catch (const AutomationError& e) {
+    EXPECT_EQ(e.number(), -999999);
+    EXPECT_EQ(e.source(), "ClippingExists");
+    EXPECT_EQ(e.description(), "Not yet implemented!!");
+  }
+  int steps = 0;
+  EXPECT_FALSE(IgnoreErrors([&] {
+    ++steps;
+    RaiseRuntimeError(err::kOverflow);
+  }));
+  EXPECT_TRUE(IgnoreErrors([&] { ++steps; }));
+  EXPECT_EQ(steps, 2);
+}
+
+TEST(CreateGUIDString, IsThirtyTwoUpperHexDigitsAndUnique) {
+  std::set<std::string> seen;
+  for (int i = 0; i < 1000; ++i) {
+    const std::string guid = CreateGUIDString();
+    ASSERT_EQ(guid.size(), 32u);
+    for (char c : guid) EXPECT_TRUE((c >= '0' && c <= '9') || (c >= 'A' && c <= 'F')) << guid;
+    EXPECT_EQ(guid[14], '4') << guid;  // version nibble: high byte of Data3 at offset 7
+    EXPECT_TRUE(seen.insert(guid).second);
+  }
+}
+
+TEST(Paths, AppendPathJoinsWithOneBackslash) {
+  EXPECT_EQ(AppendPath("C:\\Data", "x"), "C:\\Data\\x");
+  EXPECT_EQ(AppendPath("C:\\Data\\", "x"), "C:\\Data\\x");
+  EXPECT_EQ(AppendPath("Root", "Letters"), "Root\\Letters");
+}
+
+TEST(Paths, FileExistsOnlyForFiles) {
+  char dir_template[] = "/tmp/clipcat-paths-XXXXXX";
+  const std::string dir = mkdtemp(dir_template);
+  const std::string file = dir + "/f.db";
+  EXPECT_FALSE(FileExists(file));
+  std::ofstream(file) << "x";
+  EXPECT_TRUE(FileExists(file));
+  EXPECT_FALSE(FileExists(dir));
+  EXPECT_FALSE(FileExists(""));
+  std::remove(file.c_str());
+  rmdir(dir.c_str());
+}
+
+TEST(Utf16, RoundTripsEveryPlane) {
+  const std::string samples[] = {"",
+                                 "plain",
+                                 "caf\xC3\xA9",
+                                 "\xE2\x82\xAC 20",
+                                 "\xF0\x9F\x98\x80 emoji",
+                                 "\xF4\x8F\xBF\xBF",
+                                 std::string("nul\0inside", 10)};
+  for (const std::string& s : samples) {
+    const std::string wide = Utf8ToUtf16LE(s);
+    EXPECT_EQ(Utf16LEToUtf8(wide), s);
+  }
+  // U+1F600 is the surrogate pair D83D DE00, little-endian.
+  EXPECT_EQ(Utf8ToUtf16LE("\xF0\x9F\x98\x80"), std::string("\x3D\xD8\x00\xDE", 4));
+  EXPECT_EQ(Utf8ToUtf16LE("A"), std::string("A\0", 2));
+  // Broken input becomes U+FFFD rather than garbage or a crash.
+  EXPECT_EQ(Utf16LEToUtf8(std::string("\x3D\xD8", 2)), "\xEF\xBF\xBD");
+  EXPECT_EQ(Utf16LEToUtf8(std::string("A\0B", 3)), "A");
+  EXPECT_EQ(Utf8ToUtf16LE("\xC3"), std::string("\xFD\xFF", 2));
+  EXPECT_EQ(Utf8ToUtf16LE("\xED\xA0\x80"), std::string("\xFD\xFF\xFD\xFF\xFD\xFF", 6));
+}
+
+}  // namespace
+}  // namespace clipcat

@@ -1,0 +1,152 @@
+#include "util/values.h"
+
+#include <gtest/gtest.h>
+
+#include "util/date_locale.h"
+#include "util/errors.h"
+
+namespace clipcat {
+namespace {
+
+class ValuesTest : public ::testing::Test {
+ protected:
+  ScopedDateLocale locale_{DateLocale::English(DateOrder::kDayMonthYear)};
+};
+
+int32_t ErrorNumberOf(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const AutomationError& e) {
+    return e.number();
+  }
+  return 0;
+}
+
+TEST_F(ValuesTest, SqlTextQuotesTrimsAndNulls) {
+  EXPECT_EQ(SqlText("O'Brien"), "'O''Brien'");
+  EXPECT_EQ(SqlText("''"), "''''''");
+  EXPECT_EQ(SqlText("  x  "), "'x'");
+  EXPECT_EQ(SqlText("\tx"), "'\tx'");  // only spaces are trimmed
+  EXPECT_EQ(SqlText(""), "Null");
+  EXPECT_EQ(SqlText("    "), "Null");
+  EXPECT_EQ(SqlText(Variant::Null()), "Null");
+  EXPECT_EQ(SqlText(Variant()), "Null");
+  EXPECT_EQ(SqlText(int32_t{42}), "'42'");
+  EXPECT_EQ(SqlText(true), "'True'");
+  EXPECT_EQ(SqlText("1' OR '1'='1"), "'1'' OR ''1''=''1'");
+}
+
+TEST_F(ValuesTest, SqlNumberSplicesOnlyNumbers) {
+  EXPECT_EQ(SqlNumber(int32_t{42}), "42");
+  EXPECT_EQ(SqlNumber(" -7 "), "-7");
+  EXPECT_EQ(SqlNumber("1.5e3"), "1.5e3");
+  EXPECT_EQ(SqlNumber(2.5), "2.5");
+  EXPECT_EQ(SqlNumber(true), "-1");
+  EXPECT_EQ(SqlNumber(false), "0");
+  EXPECT_EQ(SqlNumber(Variant::Null()), "Null");
+  EXPECT_EQ(SqlNumber(""), "Null");
+  EXPECT_EQ(SqlNumber("   "), "Null");
+  for (const char* hostile : {"abc", "1 OR 1=1", "1; DROP TABLE Folder", "0) OR (1=1", "1e", "--1",
+                              "1.2.3", "P7C15", "0x10", "1 2"}) {
+    try {
+      SqlNumber(hostile);
+      ADD_FAILURE() << hostile << " was spliced";
+    } catch (const AutomationError& e) {
+      EXPECT_EQ(e.number(), err::kTypeMismatch) << hostile;
+      EXPECT_EQ(e.source(), "clipcat");
+      EXPECT_EQ(e.description(), "Type mismatch");
+    }
+  }
+}
+
+TEST_F(ValuesTest, SqlDateNormalisesAndQuotes) {
+  EXPECT_EQ(SqlDate("Monday, 3.4.2002 2:05:09 p.m."), "'14:05:09 3 Apr 2002'");
+  EXPECT_EQ(SqlDate("2002-04-03 14:05:09"), "'14:05:09 3 Apr 2002'");
+  EXPECT_EQ(SqlDate(*Date::FromParts({2002, 4, 3, 14, 5, 9})), "'14:05:09 3 Apr 2002'");
+  EXPECT_EQ(SqlDate("no date"), "Null");
+  EXPECT_EQ(SqlDate(""), "Null");
+  EXPECT_EQ(SqlDate("'; DROP TABLE Folder; --"), "Null");
+  EXPECT_EQ(ErrorNumberOf([] { SqlDate(Variant::Null()); }), err::kInvalidUseOfNull);
+}
+
+TEST_F(ValuesTest, NormaliseDateTextStepsRunInOrder) {
+  EXPECT_EQ(NormaliseDateText("Wednesday, 3 April 2002"), "2002-04-03 00:00:00");
+  EXPECT_EQ(NormaliseDateText("Wed 3 Apr 2002 9:15 a.m"), "2002-04-03 09:15:00");
+  EXPECT_EQ(NormaliseDateText("3.4.2002 11:59:59 P.M."), "2002-04-03 23:59:59");
+  EXPECT_EQ(NormaliseDateText("MONDAY 1/1/2001"), "2001-01-01 00:00:00");
+  EXPECT_EQ(NormaliseDateText("tomorrow"), "");
+  EXPECT_EQ(NormaliseDateText(""), "");
+}
+
+TEST_F(ValuesTest, NormaliseDateTextFollowsTheLocaleOrder) {
+  ScopedDateLocale month_first(DateLocale::English(DateOrder::kMonthDayYear));
+  EXPECT_EQ(NormaliseDateText("Thursday, 3.4.2002 2:05:09 p.m."), "2002-03-04 14:05:09");
+  EXPECT_EQ(SqlDate("4/13/2002"), "'00:00:00 13 Apr 2002'");
+}
+
+TEST_F(ValuesTest, FormatCatalogDateAndToDateOrRoundTrip) {
+  EXPECT_EQ(FormatCatalogDate(Date()), "00:00:00 30 Dec 1899");
+  const Date date = *Date::FromParts({2002, 3, 3, 14, 5, 9});
+  EXPECT_EQ(FormatCatalogDate(date), "14:05:09 3 Mar 2002");
+  EXPECT_EQ(ToDateOr(FormatCatalogDate(date), Date()), date);
+  EXPECT_EQ(ToDateOr(date, Date()), date);
+  const Date fallback(12345.0);
+  EXPECT_EQ(ToDateOr("not a date", fallback), fallback);
+  EXPECT_EQ(ToDateOr(Variant::Null(), fallback), fallback);
+  EXPECT_EQ(FormatCatalogDate(Date(1e9)), "");
+  // Text written under one day order reads back under the other: the month is a name.
+  const std::string text = FormatCatalogDate(*Date::FromParts({2002, 4, 3, 0, 0, 0}));
+  ScopedDateLocale month_first(DateLocale::English(DateOrder::kMonthDayYear));
+  EXPECT_EQ(ToDateOr(text, Date()), *Date::FromParts({2002, 4, 3, 0, 0, 0}));
+}
+
+TEST_F(ValuesTest, ToLongOrRoundsHalvesToEvenAndFallsBackOnOverflow) {
+  const struct {
+    double in;
+    int32_t out;
+  } halves[] = {{0.5, 0},   {1.5, 2},   {2.5, 2},    {3.5, 4},    {-0.5, 0},
+                {-1.5, -2}, {-2.5, -2}, {2.4999, 2}, {2.5001, 3}, {1e9 + 0.5, 1000000000}};
+  for (const auto& h : halves) {
+    EXPECT_EQ(ToLongOr(h.in, -99), h.out) << h.in;
+    EXPECT_EQ(ToLongOr(std::to_string(h.in), -99), h.out) << h.in;
+  }
+  EXPECT_EQ(ToLongOr(2147483647.0, 0), 2147483647);
+  EXPECT_EQ(ToLongOr(2147483647.5, 0), 0);  // rounds to 2^31: overflow
+  EXPECT_EQ(ToLongOr(-2147483648.0, 0), -2147483647 - 1);
+  EXPECT_EQ(ToLongOr(-2147483648.6, 7), 7);
+  EXPECT_EQ(ToLongOr("12x", 0), 0);
+  EXPECT_EQ(ToLongOr(Variant::Null(), -1), -1);
+  EXPECT_EQ(ToLongOr(Variant(), 5), 0);  // Empty converts to 0
+  EXPECT_EQ(ToLongOr(" 42 ", 0), 42);
+  EXPECT_EQ(ToLongOr(true, 0), -1);
+}
+
+TEST_F(ValuesTest, ToBooleanOrAcceptsYesNoNumbersAndWords) {
+  EXPECT_TRUE(ToBooleanOr("Yes", false));
+  EXPECT_FALSE(ToBooleanOr("No", true));
+  EXPECT_TRUE(ToBooleanOr("yes", true));  // not "Yes": conversion fails, fallback answered
+  EXPECT_FALSE(ToBooleanOr("yes", false));
+  EXPECT_TRUE(ToBooleanOr("-1", false));
+  EXPECT_FALSE(ToBooleanOr("0", true));
+  EXPECT_TRUE(ToBooleanOr("2.5", false));
+  for (const char* t : {"True", "true", "TRUE", " tRuE "}) EXPECT_TRUE(ToBooleanOr(t, false)) << t;
+  for (const char* f : {"False", "false", "FALSE"}) EXPECT_FALSE(ToBooleanOr(f, true)) << f;
+  EXPECT_TRUE(ToBooleanOr(Variant::Null(), true));
+  EXPECT_FALSE(ToBooleanOr(Variant::Null(), false));
+  EXPECT_TRUE(ToBooleanOr(int32_t{3}, false));
+}
+
+TEST_F(ValuesTest, ToTextOrAndToDecimalOr) {
+  EXPECT_EQ(ToTextOr(Variant::Null(), "fb"), "fb");
+  EXPECT_EQ(ToTextOr(1.5, "fb"), "1.5");
+  EXPECT_EQ(ToTextOr(0.1, ""), "0.1");
+  EXPECT_EQ(ToTextOr(1e20, ""), "1E+20");
+  EXPECT_EQ(ToTextOr(false, ""), "False");
+  EXPECT_EQ(ToDecimalOr("2.75", 0), 2.75);
+  EXPECT_EQ(ToDecimalOr("2,75", -1), -1);
+  EXPECT_EQ(ToDecimalOr("nan", -1), -1);
+  EXPECT_EQ(ToDecimalOr("1e999", -1), -1);
+}
+
+}  // namespace
+}  // namespace clipcat
