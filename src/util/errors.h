@@ -46,6 +46,8 @@ inline constexpr int32_t kClippingNameNotUnique = -2147220996;  // 0x800401FC
 inline constexpr int32_t kCategoryNameNotUnique = -2147220995;  // 0x800401FD
 inline constexpr int32_t kCatalogCannotBeOpened = -2147220994;  // 0x800401FE
 inline constexpr int32_t kNotYetImplemented = -999999;
+// Stored content that cannot be read back (0x8007000D, "The data is invalid").
+inline constexpr int32_t kDataCorrupt = -2147024883;
 // A failure reported by the database engine (0x80004005).
 inline constexpr int32_t kDatabaseError = -2147467259;
 // Late binding: the member name is unknown (DISP_E_UNKNOWNNAME) or the argument count is wrong

@@ -1,0 +1,74 @@
+#include "util/compression.h"
+
+#include <zstd.h>
+
+#include "util/errors.h"
+
+namespace clipcat {
+namespace {
+
+constexpr char kMagic[4] = {'C', 'L', 'P', 'Z'};
+constexpr uint8_t kCodecZstd = 1;
+constexpr size_t kHeaderBytes = 5;
+// Fast and near the ratio of the higher levels on short texts; clipping writes are interactive.
+constexpr int kLevel = 3;
+
+[[noreturn]] void Corrupt(const std::string& why) {
+  throw AutomationError(err::kDataCorrupt, kComponentSource, "The stored data is damaged: " + why);
+}
+
+}  // namespace
+
+struct Compression::Contexts {
+  ZSTD_CCtx* compress = ZSTD_createCCtx();
+  ZSTD_DCtx* decompress = ZSTD_createDCtx();
+  Contexts() {
+    // The checksum makes any damage to a stored item an error instead of wrong text.
+    ZSTD_CCtx_setParameter(compress, ZSTD_c_compressionLevel, kLevel);
+    ZSTD_CCtx_setParameter(compress, ZSTD_c_checksumFlag, 1);
+  }
+  ~Contexts() {
+    ZSTD_freeCCtx(compress);
+    ZSTD_freeDCtx(decompress);
+  }
+};
+
+Compression::Compression() : contexts_(std::make_unique<Contexts>()) {}
+Compression::~Compression() = default;
+
+bool Compression::LooksLikeFrame(std::string_view bytes) {
+  return bytes.size() >= kHeaderBytes && bytes.substr(0, 4) == std::string_view(kMagic, 4);
+}
+
+std::string Compression::Compress(std::string_view text) {
+  std::string frame(kHeaderBytes + ZSTD_compressBound(text.size()), '\0');
+  frame.replace(0, 4, kMagic, 4);
+  frame[4] = static_cast<char>(kCodecZstd);
+  const size_t written = ZSTD_compress2(contexts_->compress, frame.data() + kHeaderBytes,
+                                        frame.size() - kHeaderBytes, text.data(), text.size());
+  if (ZSTD_isError(written)) {
+    throw AutomationError(err::kDataCorrupt, kComponentSource,
+                          std::string("Compression failed: ") + ZSTD_getErrorName(written));
+  }
+  frame.resize(kHeaderBytes + written);
+  return frame;
+}
+
+std::string Compression::DecompressString(std::string_view frame) {
+  if (!LooksLikeFrame(frame)) Corrupt("no frame header");
+  if (static_cast<uint8_t>(frame[4]) != kCodecZstd) Corrupt("unknown codec");
+  const std::string_view payload = frame.substr(kHeaderBytes);
+  const unsigned long long size = ZSTD_getFrameContentSize(payload.data(), payload.size());
+  if (size == ZSTD_CONTENTSIZE_ERROR || size == ZSTD_CONTENTSIZE_UNKNOWN) {
+    Corrupt("unreadable payload");
+  }
+  if (size > kMaxContentBytes) Corrupt("content too large");
+  std::string text(static_cast<size_t>(size), '\0');
+  const size_t produced = ZSTD_decompressDCtx(contexts_->decompress, text.data(), text.size(),
+                                              payload.data(), payload.size());
+  if (ZSTD_isError(produced)) Corrupt(ZSTD_getErrorName(produced));
+  if (produced != text.size()) Corrupt("truncated payload");
+  return text;
+}
+
+}  // namespace clipcat
