@@ -25,6 +25,8 @@ std::string RuntimeErrorDescription(int32_t number) {
       return "Invalid use of Null";
     case err::kObjectRequired:
       return "Object required";
+    case err::kCannotCreateObject:
+      return "ActiveX component can't create object";
     case err::kProviderNotFound:
       return "Provider cannot be found. It may not be properly installed.";
     case err::kUnknownName:

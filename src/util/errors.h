@@ -38,6 +38,7 @@ inline constexpr int32_t kTypeMismatch = 13;
 inline constexpr int32_t kObjectVariableNotSet = 91;
 inline constexpr int32_t kInvalidUseOfNull = 94;
 inline constexpr int32_t kObjectRequired = 424;
+inline constexpr int32_t kCannotCreateObject = 429;
 // An unknown provider named in a connection string.
 inline constexpr int32_t kProviderNotFound = 3706;
 // The component's own errors: the object-error base 0x80040000 plus 507 ... 510.
