@@ -1,0 +1,153 @@
+// Mount table parsing, the host behind a network mount, and the mount that holds a path.
+#include "util/mount_table.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace clipcat {
+namespace {
+
+// Lines as the kernel writes them, with optional fields of varying number and escaped blanks.
+constexpr const char* kMountInfo =
+    "22 1 8:1 / / rw,relatime shared:1 - ext4 /dev/sda1 rw\n"
+    "\n"
+    "40 22 0:35 / /mnt/share\\040one rw,relatime shared:7 master:2 - cifs //fs1/share rw,vers=3\n"
+    "41 22 0:36 / /mnt/nfs rw - nfs nas:/export/home rw,vers=3\n"
+    "42 22 0:37 / /srv/v6 rw - nfs4 [2001:db8::5]:/vol rw\n"
+    "43 22 0:38 / /home/me/remote rw,nosuid - fuse.sshfs alice@build:/home/alice rw\n"
+    "44 22 0:39 / /tmp\\011tab\\134x rw - tmpfs tmp\\040fs rw\n"
+    "garbage line without the separator field at all\n"
+    "45 22 0:40 / /short rw -\n"
+    "46 22 0:41 / /mnt/smb3 rw - smb3 \\\\Files\\Docs rw";
+
+TEST(ParseMountInfo, ReadsEveryWellFormedLineAndUnescapesFields) {
+  const std::vector<MountEntry> mounts = ParseMountInfo(kMountInfo);
+  const std::vector<MountEntry> expected = {
+      {"/", "ext4", "/dev/sda1"},
+      {"/mnt/share one", "cifs", "//fs1/share"},
+      {"/mnt/nfs", "nfs", "nas:/export/home"},
+      {"/srv/v6", "nfs4", "[2001:db8::5]:/vol"},
+      {"/home/me/remote", "fuse.sshfs", "alice@build:/home/alice"},
+      {"/tmp\ttab\\x", "tmpfs", "tmp fs"},
+      {"/mnt/smb3", "smb3", "\\\\Files\\Docs"},
+  };
+  ASSERT_EQ(mounts.size(), expected.size());
+  for (size_t i = 0; i < expected.size(); ++i) {
+    SCOPED_TRACE(i);
+    EXPECT_EQ(mounts[i].mount_point, expected[i].mount_point);
+    EXPECT_EQ(mounts[i].fs_type, expected[i].fs_type);
+    EXPECT_EQ(mounts[i].source, expected[i].source);
+  }
+}
+
+TEST(ParseMountInfo, LeavesIncompleteEscapesAsText) {
+  for (const char* point : {"/a\\04", "/a\\0", "/a\\", "/a\\08x", "/a\\9999"}) {
+    const std::string line = std::string("1 1 0:1 / ") + point + " rw - ext4 /dev/x rw";
+    const std::vector<MountEntry> mounts = ParseMountInfo(line);
+    ASSERT_EQ(mounts.size(), 1u) << point;
+    EXPECT_EQ(mounts[0].mount_point, point);
+  }
+  EXPECT_TRUE(ParseMountInfo("").empty());
+}
+
+TEST(ReadMountInfo, DescribesThisProcessWithARootMount) {
+  const std::vector<MountEntry> mounts = ParseMountInfo(ReadMountInfo());
+  ASSERT_FALSE(mounts.empty());
+  const MountEntry* proc = FindMount(mounts, "/proc/version");
+  ASSERT_NE(proc, nullptr);
+  EXPECT_EQ(proc->fs_type, "proc");
+  EXPECT_NE(FindMount(mounts, "/"), nullptr);
+}
+
+TEST(NetworkHostOfMount, TakesTheHostFromEachKindOfSource) {
+  struct Case {
+    const char* type;
+    const char* source;
+    const char* host;
+  };
+  const Case cases[] = {
+      {"cifs", "//fs1/share", "fs1"},
+      {"cifs", "//FS1.corp.example/share/sub", "FS1.corp.example"},
+      {"cifs", "//fs1", "fs1"},
+      {"smb3", "\\\\Files\\Docs", "Files"},
+      {"smbfs", "//guest@print/pub", "print"},
+      {"cifs", "fs1/share", ""},
+      {"cifs", "/", ""},
+      {"nfs", "nas:/export/home", "nas"},
+      {"nfs", "10.1.2.3:/", "10.1.2.3"},
+      {"nfs", "nas", ""},
+      {"nfs4", "[2001:db8::5]:/vol", "2001:db8::5"},
+      {"fuse.sshfs", "alice@build:/home/alice", "build"},
+      {"fuse.sshfs", "build:", "build"},
+      {"fuse.sshfs", "a@b@box:/x:y", "box"},
+      {"fuse.sshfs", "u@[::1]:/p", "::1"},
+      {"ext4", "/dev/sda1", ""},
+      {"tmpfs", "tmpfs", ""},
+      {"overlay", "host:/looks/remote", ""},
+      {"fuse.other", "//fs1/share", ""},
+      {"NFS", "nas:/export", ""},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(NetworkHostOfMount(MountEntry{"/m", c.type, c.source}), c.host)
+        << c.type << " " << c.source;
+  }
+}
+
+TEST(FindMount, TakesTheLongestWholeComponentPrefixAndTheTopmostMount) {
+  const std::vector<MountEntry> mounts = {
+      {"/", "ext4", "0"},      {"/mnt/a", "nfs", "1"},  {"/mnt/a/b", "cifs", "2"},
+      {"/mnt/ab", "nfs", "3"}, {"/mnt/a", "cifs", "4"}, {"/data/", "nfs", "5"},
+  };
+  struct Case {
+    const char* path;
+    const char* source;
+  };
+  const Case cases[] = {
+      {"/", "0"},         {"/x", "0"},           {"/mnt", "0"},     {"/mnt/", "0"},
+      {"/mnt/a", "4"},    {"/mnt/a/", "4"},      {"/mnt/a/c", "4"}, {"/mnt/a/b", "2"},
+      {"/mnt/a/bc", "4"}, {"/mnt/a/b/c/d", "2"}, {"/mnt/ab", "3"},  {"/mnt/ab/c", "3"},
+      {"/mnt/abc", "0"},  {"/data", "5"},        {"/data/x", "5"},  {"/database", "0"},
+  };
+  for (const Case& c : cases) {
+    const MountEntry* mount = FindMount(mounts, c.path);
+    ASSERT_NE(mount, nullptr) << c.path;
+    EXPECT_EQ(mount->source, c.source) << c.path;
+  }
+  const std::vector<MountEntry> no_root = {{"/mnt/a", "nfs", "1"}};
+  EXPECT_EQ(FindMount(no_root, "/mnt/b"), nullptr);
+  EXPECT_EQ(FindMount(no_root, "/mnt"), nullptr);
+  EXPECT_EQ(FindMount({}, "/"), nullptr);
+}
+
+TEST(LexicalAbsolutePath, ResolvesDotsAndRepeatedSlashesAsText) {
+  struct Case {
+    const char* path;
+    const char* cwd;
+    const char* absolute;
+  };
+  const Case cases[] = {
+      {"/a/b", "/cwd", "/a/b"},
+      {"a/b", "/cwd", "/cwd/a/b"},
+      {"a", "/", "/a"},
+      {"", "/cwd/x", "/cwd/x"},
+      {".", "/cwd", "/cwd"},
+      {"./a/./b/", "/cwd", "/cwd/a/b"},
+      {"../a", "/cwd/x", "/cwd/a"},
+      {"../../../a", "/cwd/x", "/a"},
+      {"//a///b", "/cwd", "/a/b"},
+      {"/a/b/..", "/cwd", "/a"},
+      {"/..", "/cwd", "/"},
+      {"/", "/cwd", "/"},
+      {"a/../..", "/cwd", "/"},
+      {"C:\\Data\\cat.mdb", "/home/u", "/home/u/C:\\Data\\cat.mdb"},
+      {"...", "/cwd", "/cwd/..."},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(LexicalAbsolutePath(c.path, c.cwd), c.absolute) << c.path << " in " << c.cwd;
+  }
+}
+
+}  // namespace
+}  // namespace clipcat

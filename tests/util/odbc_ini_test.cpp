@@ -1,0 +1,160 @@
+// odbc.ini parsing, the standard file order and where a data source keeps its catalog.
+#include "util/odbc_ini.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+
+namespace clipcat {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A fresh directory under the test temp dir, removed with its files at the end of the test.
+class ScratchDir {
+ public:
+  ScratchDir() {
+    std::string pattern = fs::path(testing::TempDir()) / "odbcini-XXXXXX";
+    path_ = mkdtemp(pattern.data());
+  }
+  ~ScratchDir() { fs::remove_all(path_); }
+  std::string Write(const std::string& name, const std::string& text) const {
+    const std::string file = path_ / name;
+    std::ofstream(file, std::ios::binary) << text;
+    return file;
+  }
+  fs::path path() const { return path_; }
+
+ private:
+  fs::path path_;
+};
+
+// Sets an environment variable for the life of the object and then restores it.
+class ScopedEnv {
+ public:
+  ScopedEnv(const char* name, const char* value) : name_(name) {
+    if (const char* old = getenv(name)) old_ = old;
+    if (value != nullptr) {
+      setenv(name, value, 1);
+    } else {
+      unsetenv(name);
+    }
+  }
+  ~ScopedEnv() {
+    if (old_) {
+      setenv(name_, old_->c_str(), 1);
+    } else {
+      unsetenv(name_);
+    }
+  }
+
+ private:
+  const char* name_;
+  std::optional<std::string> old_;
+};
+
+constexpr const char* kIni =
+    "; system data sources\r\n"
+    "Orphan = before any section\r\n"
+    "[ODBC Data Sources]\r\n"
+    "Sales = PostgreSQL\r\n"
+    "\r\n"
+    "[sales]\r\n"
+    "  Driver   =  PostgreSQL Unicode  \r\n"
+    "# Servername = commented.out\r\n"
+    "  ; Server = also.commented\r\n"
+    "SERVERNAME=db1\r\n"
+    "servername=ignored-second\r\n"
+    "Options = a=b;c=d\r\n"
+    "no equals sign here\r\n"
+    "= value without key\r\n"
+    "[salesX]\r\n"
+    "Servername = wrong-section\r\n"
+    "[ Sales ]\r\n"
+    "Port = 5432\r\n"
+    "[broken\r\n"
+    "Servername = in-broken-header\r\n"
+    "[Empty]\r\n";
+
+TEST(OdbcIniSection, ReadsOneSectionIgnoringCaseCommentsAndBlanks) {
+  const std::map<std::string, std::string> sales = OdbcIniSection(kIni, "SALES");
+  const std::map<std::string, std::string> expected = {
+      {"driver", "PostgreSQL Unicode"},
+      {"servername", "db1"},
+      {"options", "a=b;c=d"},
+      {"port", "5432"},
+  };
+  EXPECT_EQ(sales, expected);
+  EXPECT_EQ(OdbcIniSection(kIni, "salesx"),
+            (std::map<std::string, std::string>{{"servername", "wrong-section"}}));
+  EXPECT_EQ(OdbcIniSection(kIni, "ODBC Data Sources"),
+            (std::map<std::string, std::string>{{"sales", "PostgreSQL"}}));
+  for (const char* absent : {"Empty", "broken", "sale", "", "Orphan"}) {
+    EXPECT_TRUE(OdbcIniSection(kIni, absent).empty()) << absent;
+  }
+  EXPECT_TRUE(OdbcIniSection("", "sales").empty());
+}
+
+TEST(DefaultOdbcIniPaths, PutsOdbciniThenTheUserFileThenTheSystemFile) {
+  {
+    ScopedEnv odbcini("ODBCINI", "/opt/app/odbc.ini");
+    ScopedEnv home("HOME", "/home/tester");
+    EXPECT_EQ(
+        DefaultOdbcIniPaths(),
+        (std::vector<std::string>{"/opt/app/odbc.ini", "/home/tester/.odbc.ini", "/etc/odbc.ini"}));
+  }
+  for (const char* unset : {static_cast<const char*>(nullptr), ""}) {
+    ScopedEnv odbcini("ODBCINI", unset);
+    ScopedEnv home("HOME", "/home/tester");
+    EXPECT_EQ(DefaultOdbcIniPaths(),
+              (std::vector<std::string>{"/home/tester/.odbc.ini", "/etc/odbc.ini"}));
+  }
+}
+
+TEST(DataSourceLocation, TakesTheFirstFileThatLocatesTheSource) {
+  ScratchDir dir;
+  const std::string user = dir.Write("user.ini",
+                                     "[pg]\nDriver=PostgreSQL\nDatabase=sales\nServername=db1\n"
+                                     "[nothing]\nDriver=x\nDatabase=plainname\n"
+                                     "[sqlite]\nDatabase=/home/Me/Cat.db\nServer=ignored\n");
+  const std::string system = dir.Write("system.ini",
+                                       "[pg]\nServer=shadowed\n"
+                                       "[nothing]\nServer=fallback\n"
+                                       "[unc]\nDBQ=\\\\fs9\\Share\\cat.mdb\nServer=ignored\n"
+                                       "[dir]\nDefaultDir=\\\\nas\\Dir\n"
+                                       "[server]\nServer=Db2.corp\nDefaultDir=/ignored\n"
+                                       "[localdir]\nDefaultDir=/data/Catalogs\n");
+  const std::string missing = (dir.path() / "missing.ini").string();
+  const std::vector<std::string> paths = {missing, user, system};
+  struct Case {
+    const char* name;
+    const char* location;
+  };
+  const Case cases[] = {
+      {"pg", "\\\\DB1\\"},
+      {"PG", "\\\\DB1\\"},
+      {"nothing", "\\\\FALLBACK\\"},
+      {"sqlite", "/home/Me/Cat.db"},
+      {"unc", "\\\\FS9\\SHARE\\CAT.MDB"},
+      {"dir", "\\\\NAS\\DIR"},
+      {"server", "\\\\DB2.CORP\\"},
+      {"localdir", "/data/Catalogs"},
+      {"absent", ""},
+      {"pg;UID=x", ""},
+      {"", ""},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(DataSourceLocation(c.name, paths), c.location) << c.name;
+  }
+  EXPECT_EQ(DataSourceLocation("pg", {system, user}), "\\\\SHADOWED\\");
+  EXPECT_EQ(DataSourceLocation("pg", {missing}), "");
+  EXPECT_EQ(DataSourceLocation("pg", {}), "");
+  EXPECT_EQ(DataSourceLocation("pg", {dir.path().string()}), "");
+}
+
+}  // namespace
+}  // namespace clipcat

@@ -1,0 +1,308 @@
+// Catalog host discovery and reachability. Network tests touch loopback addresses only.
+#include "util/probes.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <stdlib.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+
+#include "util/errors.h"
+#include "util/probes_internal.h"
+#include "util/text.h"
+
+namespace clipcat {
+namespace {
+
+namespace fs = std::filesystem;
+
+class ScratchDir {
+ public:
+  ScratchDir() {
+    std::string pattern = fs::path(testing::TempDir()) / "probes-XXXXXX";
+    path_ = mkdtemp(pattern.data());
+  }
+  ~ScratchDir() { fs::remove_all(path_); }
+  std::string Write(const std::string& name, const std::string& text) const {
+    const std::string file = path_ / name;
+    std::ofstream(file, std::ios::binary) << text;
+    return file;
+  }
+  std::string path() const { return path_; }
+
+ private:
+  fs::path path_;
+};
+
+class ScopedEnv {
+ public:
+  ScopedEnv(const char* name, const std::string& value) : name_(name) {
+    if (const char* old = getenv(name)) old_ = old;
+    setenv(name, value.c_str(), 1);
+  }
+  ~ScopedEnv() {
+    if (old_) {
+      setenv(name_, old_->c_str(), 1);
+    } else {
+      unsetenv(name_);
+    }
+  }
+
+ private:
+  const char* name_;
+  std::optional<std::string> old_;
+};
+
+// A TCP socket bound to a free port of a loopback address; listening only when asked to.
+class LoopbackPort {
+ public:
+  LoopbackPort(const char* address, bool listening, int backlog = 16) {
+    fd_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in bound{};
+    bound.sin_family = AF_INET;
+    inet_pton(AF_INET, address, &bound.sin_addr);
+    socklen_t length = sizeof bound;
+    if (fd_ < 0 || bind(fd_, reinterpret_cast<sockaddr*>(&bound), sizeof bound) != 0 ||
+        getsockname(fd_, reinterpret_cast<sockaddr*>(&bound), &length) != 0 ||
+        (listening && listen(fd_, backlog) != 0)) {
+      ADD_FAILURE() << "cannot set up a port on " << address;
+    }
+    port_ = ntohs(bound.sin_port);
+  }
+  ~LoopbackPort() {
+    if (fd_ >= 0) close(fd_);
+  }
+  LoopbackPort(const LoopbackPort&) = delete;
+  LoopbackPort& operator=(const LoopbackPort&) = delete;
+  uint16_t port() const { return port_; }
+
+ private:
+  int fd_ = -1;
+  uint16_t port_ = 0;
+};
+
+void ExpectRaises5(const std::string& path) {
+  try {
+    ServerFromPath(path);
+    ADD_FAILURE() << "no error for " << path;
+  } catch (const AutomationError& e) {
+    EXPECT_EQ(e.number(), err::kInvalidProcedureCall) << path;
+  }
+}
+
+TEST(ServerFromPath, CutsUncTextAfterTheHost) {
+  struct Case {
+    const char* path;
+    const char* server;
+  };
+  const Case cases[] = {
+      {"\\\\server\\share\\x.mdb", "\\\\server"},
+      {"\\\\Server\\", "\\\\Server"},
+      {"\\\\localhost\\share\\cat.mdb", "\\\\localhost"},
+      {"\\\\a\\b", "\\\\a"},
+      // Two backslashes anywhere make UNC text; the cut is the first "\" from the third character.
+      {"ab\\\\c", "ab"},
+      {"/mnt\\\\x", "/mnt"},
+  };
+  for (const Case& c : cases) EXPECT_EQ(ServerFromPath(c.path), c.server) << c.path;
+}
+
+TEST(ServerFromPath, RaisesInvalidProcedureCallForAHostWithoutShare) {
+  for (const char* path : {"\\\\server", "\\\\", "\\\\s"}) ExpectRaises5(path);
+  try {
+    ServerFromPath("\\\\server");
+  } catch (const AutomationError& e) {
+    EXPECT_EQ(e.source(), "clipcat");
+  }
+}
+
+TEST(ServerFromPath, AnswersEmptyForPathsOnLocalFileSystems) {
+  for (const char* path : {"/proc/version", "/proc", "/sys/kernel", "/proc/self/../version"}) {
+    EXPECT_EQ(ServerFromPath(path), "") << path;
+    EXPECT_EQ(RemoteNameOfDrive(path), "") << path;
+  }
+  EXPECT_EQ(RemoteNameOfDrive(""), "");
+}
+
+constexpr const char* kMounts =
+    "22 1 8:1 / / rw - ext4 /dev/sda1 rw\n"
+    "40 22 0:35 / /mnt/share\\040one rw shared:7 - cifs //fs1/share rw\n"
+    "41 22 0:36 / /mnt/nfs rw - nfs nas:/export rw\n"
+    "42 22 0:37 / /home/me/remote rw - fuse.sshfs alice@build:/home/alice rw\n"
+    "43 41 0:38 / /mnt/nfs/local rw - tmpfs tmpfs rw\n";
+
+TEST(RemoteNameOfDrive, NamesTheHostOfTheMountHoldingThePath) {
+  struct Case {
+    const char* device;
+    const char* cwd;
+    const char* host;
+  };
+  const Case cases[] = {
+      {"/mnt/share one/cat.db", "/", "\\\\fs1"},
+      {"/mnt/share one", "/", "\\\\fs1"},
+      {"/mnt/share", "/", ""},
+      {"cat.db", "/mnt/nfs/dir", "\\\\nas"},
+      {"../../home/me/remote/x.db", "/mnt/nfs", "\\\\build"},
+      {"/mnt/nfs/local/cat.db", "/", ""},
+      {"/mnt/nfs/local/../cat.db", "/", "\\\\nas"},
+      {"/home/me/cat.db", "/", ""},
+      {"H:", "/mnt/nfs", "\\\\nas"},
+      {"", "/mnt/nfs", ""},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(RemoteNameOfDrive(c.device, kMounts, c.cwd), c.host) << c.device << " in " << c.cwd;
+  }
+  EXPECT_EQ(RemoteNameOfDrive("/mnt/nfs/x", "", "/"), "");
+}
+
+TEST(ServerFromDsn, FindsTheHostOfTheNamedDataSource) {
+  ScratchDir dir;
+  const std::string ini = dir.Write("odbc.ini",
+                                    "[sales]\nDriver=PostgreSQL\nServername=db1\n"
+                                    "[files]\nDBQ=\\\\fs9\\share\\cat.mdb\n"
+                                    "[bare]\nDBQ=\\\\fs9\n"
+                                    "[local]\nDatabase=/proc/catalogs/cat.db\n");
+  const std::vector<std::string> paths = {ini};
+  struct Case {
+    const char* connection_string;
+    const char* server;
+  };
+  const Case cases[] = {
+      {"DSN=sales", "\\\\DB1"},
+      {"Provider=PostgreSQL;DSN=sales", "\\\\DB1"},
+      {"DSN=files", "\\\\FS9"},
+      {"DSN=local", ""},
+      {"DSN=absent", ""},
+      {"DSN=", ""},
+      {"DSN=sales;UID=me", ""},
+      {"dsn=sales", ""},
+      {"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=/tmp/cat.mdb", ""},
+      {"", ""},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(ServerFromDsn(c.connection_string, paths), c.server) << c.connection_string;
+  }
+  try {
+    ServerFromDsn("DSN=bare", paths);
+    ADD_FAILURE() << "no error for a UNC location without share";
+  } catch (const AutomationError& e) {
+    EXPECT_EQ(e.number(), err::kInvalidProcedureCall);
+  }
+}
+
+TEST(ServerFromDsn, ReadsOdbciniBeforeTheUserFile) {
+  ScratchDir dir;
+  ScopedEnv odbcini("ODBCINI", dir.Write("first.ini", "[sales]\nServer=first\n"));
+  ScopedEnv home("HOME", dir.path());
+  dir.Write(".odbc.ini", "[sales]\nServer=second\n[user]\nServer=user.host\n");
+  EXPECT_EQ(ServerFromDsn("DSN=sales"), "\\\\FIRST");
+  EXPECT_EQ(ServerFromDsn("DSN=user"), "\\\\USER.HOST");
+}
+
+TEST(IsCatalogUnavailable, DecidesFileCatalogsByTheirFile) {
+  ScratchDir dir;
+  const std::string file = dir.Write("cat.db", "x");
+  EXPECT_FALSE(IsCatalogUnavailable(file, true));
+  EXPECT_FALSE(IsCatalogUnavailable(file + ";", true));
+  EXPECT_FALSE(IsCatalogUnavailable("  " + file + ";  ", true)) << "trimmed, then one \";\"";
+  EXPECT_TRUE(IsCatalogUnavailable(file + " ;", true)) << "the blank before \";\" stays";
+  EXPECT_TRUE(IsCatalogUnavailable(file + ";;", true));
+  EXPECT_TRUE(IsCatalogUnavailable(file + "x", true));
+  EXPECT_TRUE(IsCatalogUnavailable(dir.path(), true));
+  EXPECT_TRUE(IsCatalogUnavailable(dir.path() + "/missing/cat.db", true));
+  EXPECT_TRUE(IsCatalogUnavailable("", true));
+  EXPECT_THROW(IsCatalogUnavailable("\\\\server", true), AutomationError);
+  // The catalog host is probed first: an unknown host makes even an existing name unavailable.
+  EXPECT_TRUE(IsCatalogUnavailable("\\\\no-such-host.invalid\\share\\cat.db", true));
+}
+
+TEST(IsCatalogUnavailable, DecidesConnectionStringsByTheirDataSourceHost) {
+  ScratchDir dir;
+  ScopedEnv home("HOME", dir.path());
+  ScopedEnv odbcini("ODBCINI", dir.Write("odbc.ini",
+                                         "[here]\nServer=127.0.0.2\n"
+                                         "[gone]\nServer=no-such-host.invalid\n"
+                                         "[nohost]\nDriver=PostgreSQL\n"));
+  EXPECT_FALSE(IsCatalogUnavailable("Provider=PostgreSQL;Host=anything", false));
+  EXPECT_FALSE(IsCatalogUnavailable("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=/none", false));
+  EXPECT_FALSE(IsCatalogUnavailable("", false));
+  EXPECT_FALSE(IsCatalogUnavailable("DSN=nohost", false));
+  EXPECT_FALSE(IsCatalogUnavailable("DSN=undefined", false));
+  EXPECT_FALSE(IsCatalogUnavailable("DSN=here", false));
+  EXPECT_TRUE(IsCatalogUnavailable("DSN=gone", false));
+}
+
+TEST(HostReachability, AnswersLocalNamesWithoutProbing) {
+  const std::string computer = LocalComputerName();
+  ASSERT_FALSE(computer.empty());
+  for (const std::string& host :
+       {std::string("localhost"), std::string("LocalHost"), std::string("127.0.0.1"), computer,
+        ToUpperAscii(computer), ToLowerAscii(computer)}) {
+    EXPECT_EQ(HostReachability(host), kHostLocalOrFast) << host;
+  }
+}
+
+TEST(HostReachability, ProbesOtherHostsAfterDroppingBackslashPairs) {
+  // Nothing listens on these ports of 127.0.0.2 or something does: either way the host answers.
+  for (const char* host : {"127.0.0.2", "\\\\127.0.0.2", "\\\\localhost"}) {
+    EXPECT_EQ(HostReachability(host), kHostLocalOrFast) << host;
+  }
+  for (const char* host : {"no-such-host.invalid", "\\\\NO-SUCH-HOST.INVALID", "invalid.",
+                           "bad host name", "db1\\", "\\\\127.0.0.2\\", ""}) {
+    EXPECT_EQ(HostReachability(host), kHostUnreachable) << host;
+  }
+}
+
+TEST(ProbeHost, CountsAConnectionOrARefusalAsAnAnswer) {
+  const LoopbackPort listening("127.0.0.2", true);
+  const LoopbackPort closed("127.0.0.2", false);
+  for (uint16_t port : {listening.port(), closed.port()}) {
+    ProbeOptions options;
+    options.ports = {port};
+    EXPECT_EQ(ProbeHost("127.0.0.2", options), kHostLocalOrFast) << port;
+    options.slow_link = std::chrono::milliseconds(0);
+    EXPECT_EQ(ProbeHost("127.0.0.2", options), kHostSlow) << port;
+  }
+  ProbeOptions both;
+  both.ports = {closed.port(), listening.port()};
+  EXPECT_EQ(ProbeHost("[127.0.0.2]", both), kHostLocalOrFast);
+  ProbeOptions none;
+  none.ports = {};
+  EXPECT_EQ(ProbeHost("127.0.0.2", none), kHostUnreachable);
+}
+
+TEST(ProbeHost, GivesUpOnAHostThatNeverAnswers) {
+  // A listener whose accept queue is full drops further connection requests silently, the way
+  // a dead host does.
+  const LoopbackPort full("127.0.0.2", true, 0);
+  std::vector<int> fillers;
+  for (int i = 0; i < 4; ++i) {
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    sockaddr_in target{};
+    target.sin_family = AF_INET;
+    target.sin_port = htons(full.port());
+    inet_pton(AF_INET, "127.0.0.2", &target.sin_addr);
+    connect(fd, reinterpret_cast<sockaddr*>(&target), sizeof target);
+    fillers.push_back(fd);
+  }
+  ProbeOptions options;
+  options.ports = {full.port()};
+  options.time_out = std::chrono::milliseconds(300);
+  EXPECT_EQ(ProbeHost("127.0.0.2", options), kHostUnreachable);
+  for (int fd : fillers) close(fd);
+}
+
+TEST(LocalComputerName, IsTheHostName) {
+  char name[256] = {};
+  ASSERT_EQ(gethostname(name, sizeof name - 1), 0);
+  EXPECT_EQ(LocalComputerName(), name);
+}
+
+}  // namespace
+}  // namespace clipcat
