@@ -111,21 +111,24 @@ Variant InvokeFromTable(const MemberTable& table, std::string_view member, Invok
                         std::vector<Variant>& args) {
   const MemberInfo* info = table.Find(member, kind);
   if (info == nullptr) {
-    throw AutomationError(err::kUnknownName, table.type_name(),
-                          "Unknown name: " + std::string(member));
+    throw AutomationError(err::kUnknownName, table.source(), "Unknown name.");
   }
   if (args.size() < info->RequiredCount() || args.size() > info->params.size()) {
-    throw AutomationError(err::kBadParamCount, table.type_name(),
-                          "Invalid number of parameters for " + info->name + ": expected " +
-                              std::to_string(info->RequiredCount()) + " to " +
-                              std::to_string(info->params.size()) + ", got " +
-                              std::to_string(args.size()));
+    throw AutomationError(err::kBadParamCount, table.source(), "Invalid number of parameters.");
   }
   std::vector<Variant> coerced;
   coerced.reserve(info->params.size());
   for (size_t i = 0; i < info->params.size(); ++i) {
     const ParamInfo& param = info->params[i];
-    coerced.push_back(i < args.size() ? CoerceArgument(args[i], param) : param.default_value);
+    if (i >= args.size()) {
+      coerced.push_back(param.default_value);
+      continue;
+    }
+    try {
+      coerced.push_back(CoerceArgument(args[i], param));
+    } catch (const AutomationError&) {
+      throw AutomationError(err::kArgumentTypeMismatch, table.source(), "Type mismatch.");
+    }
   }
   return info->call(coerced);
 }

@@ -53,9 +53,12 @@ MemberInfo PropertyPut(std::string name, ParamInfo value, MemberInfo::Call call)
 // getter and a setter has two entries of the same name and different kinds.
 class MemberTable {
  public:
-  explicit MemberTable(std::string type_name) : type_name_(std::move(type_name)) {}
+  // `source` names the class in errors of late binding: its ProgID, e.g. "TORVEL.Folder".
+  MemberTable(std::string type_name, std::string source)
+      : type_name_(std::move(type_name)), source_(std::move(source)) {}
 
   const std::string& type_name() const { return type_name_; }
+  const std::string& source() const { return source_; }
 
   // Adds a member. REQUIRES: no member of the same name and kind yet.
   MemberTable& Add(MemberInfo member);
@@ -69,6 +72,7 @@ class MemberTable {
 
  private:
   std::string type_name_;
+  std::string source_;
   std::vector<MemberInfo> members_;
 };
 
@@ -76,9 +80,11 @@ class MemberTable {
 // CDbl). Objects must be objects (or nothing); raises 13 otherwise.
 Variant CoerceArgument(const Variant& value, const ParamInfo& param);
 
-// Calls a member of `table` on behalf of a Dispatch: finds it (err::kUnknownName if absent),
-// checks the argument count (err::kBadParamCount), fills omitted optional parameters with their
-// defaults and coerces every argument.
+// Calls a member of `table` on behalf of a Dispatch: finds it (err::kUnknownName "Unknown name."
+// if absent), checks the argument count (err::kBadParamCount "Invalid number of parameters."),
+// fills omitted optional parameters with their defaults and coerces every argument (a value that
+// does not coerce raises err::kArgumentTypeMismatch "Type mismatch."). These three errors carry
+// the table's source. Errors raised by the member itself pass through unchanged.
 Variant InvokeFromTable(const MemberTable& table, std::string_view member, InvokeKind kind,
                         std::vector<Variant>& args);
 

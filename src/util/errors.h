@@ -55,6 +55,8 @@ inline constexpr int32_t kDatabaseError = -2147467259;
 // (DISP_E_BADPARAMCOUNT).
 inline constexpr int32_t kUnknownName = -2147352570;
 inline constexpr int32_t kBadParamCount = -2147352562;
+// Late binding: an argument does not coerce to its parameter's type (DISP_E_TYPEMISMATCH).
+inline constexpr int32_t kArgumentTypeMismatch = -2147352571;
 }  // namespace err
 
 // Sources of the errors the component raises itself.
