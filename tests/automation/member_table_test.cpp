@@ -108,8 +108,10 @@ TEST(MemberTable, PropertiesAndObjectParameters) {
   std::vector<Variant> text = {Variant("<Calculator/>")};
   EXPECT_EQ(calc->Invoke("Use", InvokeKind::kMethod, same), Variant(true));
   EXPECT_EQ(calc->Invoke("Use", InvokeKind::kMethod, nothing), Variant(false));
-  EXPECT_EQ(ErrorOf([&] { calc->Invoke("Use", InvokeKind::kMethod, other); }), err::kTypeMismatch);
-  EXPECT_EQ(ErrorOf([&] { calc->Invoke("Use", InvokeKind::kMethod, text); }), err::kTypeMismatch);
+  EXPECT_EQ(ErrorOf([&] { calc->Invoke("Use", InvokeKind::kMethod, other); }),
+            err::kArgumentTypeMismatch);
+  EXPECT_EQ(ErrorOf([&] { calc->Invoke("Use", InvokeKind::kMethod, text); }),
+            err::kArgumentTypeMismatch);
 }
 
 TEST(ProgIDRegistry, CreatesRegisteredClassesOnly) {
