@@ -19,6 +19,8 @@ std::string RuntimeErrorDescription(int32_t number) {
       return "Subscript out of range";
     case err::kTypeMismatch:
       return "Type mismatch";
+    case err::kFileNotFound:
+      return "File not found";
     case err::kObjectVariableNotSet:
       return "Object variable or With block variable not set";
     case err::kInvalidUseOfNull:
