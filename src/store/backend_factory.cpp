@@ -1,0 +1,42 @@
+#include "store/backend_factory.h"
+
+#include "store/connection_string.h"
+#include "store/sqlite_backend.h"
+#include "store/sqlite_session.h"
+#include "util/errors.h"
+#include "util/text.h"
+
+namespace clipcat {
+namespace {
+
+std::unique_ptr<DatabaseBackend> OpenProvider(const std::string& connection_string) {
+  const auto provider = ConnectionStringValue(connection_string, "Provider");
+  if (provider && EqualsIgnoreCase(*provider, kFileCatalogProvider)) {
+    const std::string path = ConnectionStringValue(connection_string, "Data Source").value_or("");
+    // SQLite reads an empty name and ":memory:" as a private in-memory database: no catalog.
+    if (path.empty() || path == ":memory:") {
+      throw AutomationError(err::kDatabaseError, kSqliteSource, "unable to open database file");
+    }
+    return std::make_unique<SqliteBackend>(path);
+  }
+  RaiseRuntimeError(err::kProviderNotFound);
+}
+
+}  // namespace
+
+std::unique_ptr<DatabaseBackend> OpenBackend(const std::string& connection_string,
+                                             const std::string& /*user_name*/,
+                                             const std::string& /*password*/) {
+  if (const auto data_link = ConnectionStringValue(connection_string, "File Name")) {
+    const std::string linked = ReadDataLinkFile(*data_link);
+    if (ConnectionStringValue(linked, "File Name")) {
+      throw AutomationError(
+          err::kDatabaseError, kComponentSource,
+          "The data link file \"" + *data_link + "\" names another data link file.");
+    }
+    return OpenProvider(linked);
+  }
+  return OpenProvider(connection_string);
+}
+
+}  // namespace clipcat

@@ -1,0 +1,103 @@
+#include "store/connection_string.h"
+
+#include <fstream>
+#include <sstream>
+
+#include "util/errors.h"
+#include "util/text.h"
+#include "util/utf16.h"
+
+namespace clipcat {
+namespace {
+
+std::string_view Trim(std::string_view text) {
+  const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+  while (!text.empty() && blank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && blank(text.back())) text.remove_suffix(1);
+  return text;
+}
+
+[[noreturn]] void RaiseDataLinkError(const std::string& path, const std::string& problem) {
+  throw AutomationError(err::kDatabaseError, kComponentSource,
+                        "The data link file \"" + path + "\" " + problem);
+}
+
+}  // namespace
+
+std::string FileCatalogConnectionString(const std::string& path) {
+  return "Provider=" + std::string(kFileCatalogProvider) + ";Data Source=" + path;
+}
+
+std::optional<std::string> ConnectionStringValue(std::string_view connection_string,
+                                                 std::string_view key) {
+  std::optional<std::string> found;
+  size_t i = 0;
+  const size_t n = connection_string.size();
+  while (i < n) {
+    const size_t equals = connection_string.find('=', i);
+    const size_t semicolon = connection_string.find(';', i);
+    if (equals == std::string_view::npos ||
+        (semicolon != std::string_view::npos && semicolon < equals)) {
+      if (semicolon == std::string_view::npos) break;
+      i = semicolon + 1;  // an item without "=" names nothing
+      continue;
+    }
+    const std::string_view item_key = Trim(connection_string.substr(i, equals - i));
+    size_t j = equals + 1;
+    while (j < n && (connection_string[j] == ' ' || connection_string[j] == '\t')) ++j;
+    std::string value;
+    if (j < n && (connection_string[j] == '"' || connection_string[j] == '\'')) {
+      const char quote = connection_string[j++];
+      while (j < n) {
+        if (connection_string[j] == quote) {
+          if (j + 1 < n && connection_string[j + 1] == quote) {
+            value += quote;
+            j += 2;
+            continue;
+          }
+          ++j;
+          break;
+        }
+        value += connection_string[j++];
+      }
+      const size_t end = connection_string.find(';', j);
+      i = end == std::string_view::npos ? n : end + 1;
+    } else {
+      const size_t end = connection_string.find(';', j);
+      const size_t stop = end == std::string_view::npos ? n : end;
+      value = std::string(Trim(connection_string.substr(j, stop - j)));
+      i = end == std::string_view::npos ? n : end + 1;
+    }
+    if (EqualsIgnoreCase(item_key, key)) found = std::move(value);
+  }
+  return found;
+}
+
+std::string ReadDataLinkFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) RaiseDataLinkError(path, "cannot be read.");
+  std::ostringstream content;
+  content << file.rdbuf();
+  std::string text = content.str();
+  if (text.size() >= 2 && static_cast<unsigned char>(text[0]) == 0xFF &&
+      static_cast<unsigned char>(text[1]) == 0xFE) {
+    text = Utf16LEToUtf8(std::string_view(text).substr(2));
+  } else if (text.rfind("\xEF\xBB\xBF", 0) == 0) {
+    text.erase(0, 3);
+  }
+  bool in_section = false;
+  std::istringstream lines(text);
+  std::string line;
+  while (std::getline(lines, line)) {
+    const std::string_view trimmed = Trim(line);
+    if (!in_section) {
+      in_section = EqualsIgnoreCase(trimmed, "[oledb]");
+      continue;
+    }
+    if (trimmed.empty() || trimmed.front() == ';') continue;
+    return std::string(trimmed);
+  }
+  RaiseDataLinkError(path, "holds no connection string.");
+}
+
+}  // namespace clipcat

@@ -1,0 +1,156 @@
+#include "store/sqlite_dialect.h"
+
+#include <set>
+#include <vector>
+
+#include "store/sql_tokenizer.h"
+#include "util/date.h"
+#include "util/date_text.h"
+#include "util/text.h"
+
+namespace clipcat {
+namespace {
+
+bool IsComparison(const SqlToken& token) {
+  if (token.kind != SqlTokenKind::kOperator) return false;
+  static constexpr std::string_view kOperators[] = {"=", "==", "<>", "!=", "<", "<=", ">", ">="};
+  for (std::string_view op : kOperators) {
+    if (token.text == op) return true;
+  }
+  return false;
+}
+
+bool IsWord(const SqlToken& token, std::string_view word) {
+  return token.kind == SqlTokenKind::kIdentifier && EqualsIgnoreCase(token.text, word);
+}
+
+bool IsName(const SqlToken& token) {
+  return token.kind == SqlTokenKind::kIdentifier || token.kind == SqlTokenKind::kQuotedIdentifier;
+}
+
+class Translator {
+ public:
+  Translator(std::string_view sql, const DateColumnSet& date_columns)
+      : tokens_(TokenizeSql(sql)), date_columns_(date_columns) {
+    for (size_t i = 0; i < tokens_.size(); ++i) {
+      if (!IsInsignificant(tokens_[i])) significant_.push_back(i);
+    }
+  }
+
+  std::string Run() {
+    MarkInsertValues();
+    MarkComparisonsAndCalls();
+    std::string out;
+    for (size_t i = 0; i < tokens_.size(); ++i) {
+      if (date_literals_.count(i) != 0) {
+        const auto date = ParseDateText(StringLiteralValue(tokens_[i]));
+        if (date && date->IsValid()) {
+          out += QuoteStringLiteral(FormatIsoDate(*date));
+          continue;
+        }
+      }
+      out += tokens_[i].text;
+    }
+    return out;
+  }
+
+ private:
+  const SqlToken& Sig(size_t k) const { return tokens_[significant_[k]]; }
+
+  bool IsDateColumn(const SqlToken& token) const {
+    return IsName(token) && date_columns_.count(ToLowerAscii(IdentifierName(token))) != 0;
+  }
+
+  void MarkIfString(size_t k) {
+    if (k < significant_.size() && Sig(k).kind == SqlTokenKind::kString) {
+      date_literals_.insert(significant_[k]);
+    }
+  }
+
+  // INSERT INTO name [. name] ( c1, c2 ... ) VALUES ( v1, v2 ... ) [, ( ... ) ...]
+  void MarkInsertValues() {
+    const size_t n = significant_.size();
+    size_t k = 0;
+    if (n < 2 || !(IsWord(Sig(0), "insert") || IsWord(Sig(0), "replace"))) return;
+    ++k;
+    while (k < n && !IsWord(Sig(k), "into")) ++k;
+    if (++k >= n || !IsName(Sig(k))) return;
+    ++k;
+    while (k + 1 < n && Sig(k).text == "." && IsName(Sig(k + 1))) k += 2;
+    if (k >= n || Sig(k).text != "(") return;
+    std::vector<bool> column_is_date;
+    for (++k; k < n && Sig(k).text != ")"; ++k) {
+      if (Sig(k).text == ",") continue;
+      if (!IsName(Sig(k))) return;
+      column_is_date.push_back(IsDateColumn(Sig(k)));
+    }
+    if (++k >= n || !IsWord(Sig(k), "values")) return;
+    ++k;
+    while (k < n && Sig(k).text == "(") {
+      size_t position = 0;
+      int depth = 0;
+      size_t value_start = k + 1;
+      for (++k; k < n; ++k) {
+        const std::string_view t = Sig(k).text;
+        if (t == "(") {
+          ++depth;
+        } else if (t == ")" && depth > 0) {
+          --depth;
+        } else if ((t == "," || t == ")") && depth == 0) {
+          // A value that is one literal and nothing else.
+          if (k == value_start + 1 && position < column_is_date.size() &&
+              column_is_date[position]) {
+            MarkIfString(value_start);
+          }
+          ++position;
+          value_start = k + 1;
+          if (t == ")") break;
+        }
+      }
+      if (++k < n && Sig(k).text == ",") ++k;
+    }
+  }
+
+  void MarkComparisonsAndCalls() {
+    struct Group {
+      bool datediff;
+      size_t argument;
+    };
+    std::vector<Group> groups;
+    const size_t n = significant_.size();
+    for (size_t k = 0; k < n; ++k) {
+      const SqlToken& token = Sig(k);
+      if (token.text == "(") {
+        groups.push_back({k > 0 && IsWord(Sig(k - 1), "datediff"), 0});
+      } else if (token.text == ")") {
+        if (!groups.empty()) groups.pop_back();
+      } else if (token.text == ",") {
+        if (!groups.empty()) ++groups.back().argument;
+      } else if (token.kind == SqlTokenKind::kString) {
+        if (!groups.empty() && groups.back().datediff && groups.back().argument > 0) {
+          MarkIfString(k);
+        }
+        if (k >= 2 && IsComparison(Sig(k - 1)) && IsDateColumn(Sig(k - 2))) MarkIfString(k);
+        if (k + 2 < n && IsComparison(Sig(k + 1)) && IsDateColumn(Sig(k + 2))) MarkIfString(k);
+        if (k >= 2 && IsWord(Sig(k - 1), "between") && IsDateColumn(Sig(k - 2))) MarkIfString(k);
+        if (k >= 4 && IsWord(Sig(k - 1), "and") && Sig(k - 2).kind == SqlTokenKind::kString &&
+            IsWord(Sig(k - 3), "between") && IsDateColumn(Sig(k - 4))) {
+          MarkIfString(k);
+        }
+      }
+    }
+  }
+
+  std::vector<SqlToken> tokens_;
+  std::vector<size_t> significant_;  // indexes into tokens_ of the tokens that carry meaning
+  std::set<size_t> date_literals_;   // indexes into tokens_ of literals in a date position
+  const DateColumnSet& date_columns_;
+};
+
+}  // namespace
+
+std::string TranslateSqlForSqlite(std::string_view sql, const DateColumnSet& date_columns) {
+  return Translator(sql, date_columns).Run();
+}
+
+}  // namespace clipcat

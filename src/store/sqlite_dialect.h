@@ -1,0 +1,24 @@
+// How the SQLite backend reads the store's SQL: the one rewrite it makes before SQLite sees a
+// statement. Catalog dates travel in SQL as text literals such as '14:05:09 3 Apr 2002' and are
+// stored as ISO text ('2002-04-03 14:05:09') so that SQLite compares and sorts them in time order.
+// Stateless; thread-safe.
+#pragma once
+
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace clipcat {
+
+// Lower-cased names of the columns that hold dates (declared DATETIME, DATE or TIMESTAMP).
+using DateColumnSet = std::set<std::string, std::less<>>;
+
+// `sql` with every string literal that stands for a date in a date position rewritten as its ISO
+// text. A date position is the other side of a comparison (=, <>, !=, <, <=, >, >=, BETWEEN ...
+// AND) with a column in `date_columns`, an argument after the first of Datediff(...), or the value
+// of a column in `date_columns` in "INSERT INTO t (columns) VALUES (values)". A literal that is
+// not a date (under the thread's date locale) is left as written, and so is everything else in
+// the text: names, keywords and the content of every other literal are never changed.
+std::string TranslateSqlForSqlite(std::string_view sql, const DateColumnSet& date_columns);
+
+}  // namespace clipcat

@@ -1,0 +1,111 @@
+// Internal to the SQLite backend: the shared state of one SQLite connection (the handle, the
+// statement deadline, the date columns of the schema) and the statement helpers the backend and
+// its cursors share. Used by one thread at a time.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "store/row_set.h"
+#include "store/sqlite_dialect.h"
+#include "util/variant.h"
+
+namespace clipcat {
+
+// The engine name, and the source of every error the engine reports.
+inline constexpr const char* kSqliteSource = "SQLite";
+
+// How long one statement may run, waits for locks included.
+inline constexpr std::chrono::milliseconds kStatementTimeout{10'000};
+
+// One open SQLite connection, shared by the backend and the cursors it opened, so that a cursor
+// left open after the backend is closed still holds a valid handle.
+class SqliteSession {
+ public:
+  // Opens the existing database file `path` for reading and writing; never creates it. Installs
+  // the statement time-out and the store's SQL functions and reads the schema's date columns.
+  explicit SqliteSession(const std::string& path);
+  ~SqliteSession();
+  SqliteSession(const SqliteSession&) = delete;
+  SqliteSession& operator=(const SqliteSession&) = delete;
+
+  sqlite3* db() const { return db_; }
+  const DateColumnSet& date_columns() const { return date_columns_; }
+
+  // Re-reads the date columns (after a statement that changed the schema).
+  void LoadDateColumns();
+
+  // Raises the engine's current error as err::kDatabaseError with source "SQLite". A statement
+  // stopped by the time-out is reported as "Query timeout expired".
+  [[noreturn]] void RaiseError() const;
+
+  // Starts the time-out of one statement. Scoped: the deadline ends with the object.
+  class Deadline {
+   public:
+    explicit Deadline(SqliteSession& session);
+    ~Deadline();
+    Deadline(const Deadline&) = delete;
+    Deadline& operator=(const Deadline&) = delete;
+
+   private:
+    SqliteSession& session_;
+  };
+
+ private:
+  static int OnProgress(void* session);
+  static int OnBusy(void* session, int attempts);
+
+  sqlite3* db_ = nullptr;
+  DateColumnSet date_columns_;
+  bool deadline_set_ = false;
+  bool timed_out_ = false;
+  std::chrono::steady_clock::time_point deadline_;
+};
+
+// A prepared statement, finalized on destruction.
+class SqliteStatement {
+ public:
+  // Prepares the one statement in `sql` after the dialect's translation. Raises, preparing
+  // nothing, when the text is empty or holds anything but blanks, comments and semicolons after
+  // the first statement.
+  SqliteStatement(SqliteSession& session, std::string_view sql);
+  ~SqliteStatement();
+  SqliteStatement(const SqliteStatement&) = delete;
+  SqliteStatement& operator=(const SqliteStatement&) = delete;
+
+  sqlite3_stmt* get() const { return stmt_; }
+
+  // Steps once: true when a row is ready, false when the statement is done. Raises on failure.
+  bool Step();
+
+  // Steps until done, discarding rows.
+  void Run();
+
+  // Steps until done, collecting every row.
+  RowSet Collect();
+
+  // Binds `value` to parameter `index` (from 1). Dates bind as ISO text, booleans as 1 and 0; text
+  // bound to a date column (`date_column`) that reads as a date binds as its ISO text.
+  void Bind(int index, const Variant& value, bool date_column);
+
+ private:
+  SqliteSession& session_;
+  sqlite3_stmt* stmt_ = nullptr;
+};
+
+// The value of column `column` of the statement's current row, typed by the column's declared
+// type: BOOLEAN columns read as Boolean, SMALLINT as Integer, DATETIME text as Date, other
+// integers as Long (Double beyond 32 bits), BLOBs as bytes.
+StoredValue ReadColumn(sqlite3_stmt* stmt, int column);
+
+// True for a declared type that holds dates.
+bool IsDateType(const char* declared_type);
+
+// `name` as a quoted SQLite identifier.
+std::string QuoteIdentifier(std::string_view name);
+
+}  // namespace clipcat
