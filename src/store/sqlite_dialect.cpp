@@ -61,6 +61,15 @@ class Translator {
     return IsName(token) && date_columns_.count(ToLowerAscii(IdentifierName(token))) != 0;
   }
 
+  // The last part of a qualified name ("GroupClipping.tUpdated") that starts at `k`.
+  size_t LastNamePart(size_t k) const {
+    while (k + 2 < significant_.size() && IsName(Sig(k)) && Sig(k + 1).text == "." &&
+           IsName(Sig(k + 2))) {
+      k += 2;
+    }
+    return k;
+  }
+
   void MarkIfString(size_t k) {
     if (k < significant_.size() && Sig(k).kind == SqlTokenKind::kString) {
       date_literals_.insert(significant_[k]);
@@ -131,7 +140,9 @@ class Translator {
           MarkIfString(k);
         }
         if (k >= 2 && IsComparison(Sig(k - 1)) && IsDateColumn(Sig(k - 2))) MarkIfString(k);
-        if (k + 2 < n && IsComparison(Sig(k + 1)) && IsDateColumn(Sig(k + 2))) MarkIfString(k);
+        if (k + 2 < n && IsComparison(Sig(k + 1)) && IsDateColumn(Sig(LastNamePart(k + 2)))) {
+          MarkIfString(k);
+        }
         if (k >= 2 && IsWord(Sig(k - 1), "between") && IsDateColumn(Sig(k - 2))) MarkIfString(k);
         if (k >= 4 && IsWord(Sig(k - 1), "and") && Sig(k - 2).kind == SqlTokenKind::kString &&
             IsWord(Sig(k - 3), "between") && IsDateColumn(Sig(k - 4))) {
