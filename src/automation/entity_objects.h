@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "automation/automation_object.h"
@@ -25,7 +26,8 @@ namespace clipcat {
 // The list of external catalogs the store answers for the linked catalogs.
 using ExternalCatalogCollection = Collection<std::shared_ptr<ExternalCatalog>>;
 
-// The class name clients see for an entity type ("Folder" ...). Its ProgID is "TORVEL." and it.
+// The class name clients see for an entity type ("Folder" ...); its ProgID is "TORVEL." and the
+// name. Frozen: clients create and check classes by these names.
 template <typename T>
 struct EntityClassName;
 #define CLIPCAT_ENTITY_CLASS_NAME(type)         \
