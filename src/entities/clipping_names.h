@@ -1,4 +1,4 @@
-// The element and attribute names of the clipping XML form.
+// The element and attribute names of the clipping XML form. Constants only.
 #pragma once
 
 namespace clipcat::clipping_xml {

@@ -1,4 +1,4 @@
-// The element and attribute names of the folder XML form.
+// The element and attribute names of the folder XML form. Constants only.
 #pragma once
 
 namespace clipcat::folder_xml {
