@@ -1,0 +1,259 @@
+// DataAccess is the catalog store's face for one catalog: it keeps the catalog's connection
+// settings, opens the catalog on first use and keeps it open until CloseCatalog, and offers every
+// store operation on folders, clippings, clipping data, categories, linked catalogs, the access
+// history and searches. Ids it takes and answers are item ids (a plain key for the default
+// catalog, "P<catalog>C<key>" for an external one); it strips and adds its own catalog's tag.
+// DataAccessSQL (server catalogs) and DataAccessMDB (file catalogs) are its two kinds and behave
+// identically; the engine is chosen by the connection string. A DataAccess owns its connection:
+// not copyable, and used by one thread only.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "entities/category.h"
+#include "entities/clipping.h"
+#include "entities/collection.h"
+#include "entities/connection_details.h"
+#include "entities/external_catalog.h"
+#include "entities/folder.h"
+#include "entities/search.h"
+#include "store/db_connection.h"
+#include "store/recordset.h"
+#include "util/date.h"
+#include "util/variant.h"
+
+namespace clipcat {
+
+// A plain list of external catalogs (positions from 1, no keys).
+using ExternalCatalogCollection = Collection<std::shared_ptr<ExternalCatalog>>;
+
+class DataAccess {
+ public:
+  virtual ~DataAccess();
+
+  DataAccess(const DataAccess&) = delete;
+  DataAccess& operator=(const DataAccess&) = delete;
+
+  // ---- Properties ----
+
+  // The catalog's id in the personal catalog's external catalog table; 0 for the personal
+  // catalog. Every id this object takes is stripped of this catalog's tag, every id it answers
+  // tagged with it. The setter converts any value as CLng does (raising 13, 6 or 94).
+  int32_t ExternalCatalogID() const { return external_catalog_id_; }
+  void SetExternalCatalogID(const Variant& vNewValue);
+
+  bool IsPersonalCatalog() const { return is_personal_catalog_; }
+  void SetIsPersonalCatalog(bool bNewValue) { is_personal_catalog_ = bNewValue; }
+
+  // Display name of the catalog; kept, not used by the store.
+  const std::string& Name() const { return name_; }
+  void SetName(std::string sNewValue) { name_ = std::move(sNewValue); }
+
+  // Kept and answered; no operation consults it.
+  bool IsTransactional() const { return is_transactional_; }
+  void SetIsTransactional(bool bNewValue) { is_transactional_ = bNewValue; }
+
+  // The connection string the catalog is (re)opened with.
+  const std::string& ConnectionString() const { return connection_string_; }
+  void SetConnectionString(std::string sNewValue) { connection_string_ = std::move(sNewValue); }
+
+  // Kept and answered; no operation consults it.
+  bool AutoConnect() const { return auto_connect_; }
+  void SetAutoConnect(bool bNewValue) { auto_connect_ = bNewValue; }
+
+  // ---- Catalog ----
+
+  // Opens the catalog. Each non-empty argument replaces the kept setting, an empty one keeps it;
+  // the catalog is opened with the kept settings. Raises what DBConnection::OpenConnection raises
+  // (-2147220994 for an unreachable catalog); on failure the object stays as it was (a catalog
+  // that was open stays open on its old connection).
+  void OpenCatalog(const std::string& sConnectionString, const std::string& sUserName,
+                   const std::string& sPassword);
+
+  // Closes the catalog; the next store operation reopens it with the kept settings. Not an error
+  // when the catalog is not open.
+  void CloseCatalog();
+
+  // True while the catalog is open.
+  bool IsOpen() const { return is_open_; }
+
+  // The path of the folder that holds the clipping `sClippingID` (see GetFolderPathName), without
+  // the clipping's own name.
+  std::string GetClippingPathName(const std::string& sClippingID);
+
+  // The names of the folder `sFolderID` and its ancestors from the top of the catalog down,
+  // joined with "\" ("Projects\2002\Letters"); a top-level folder answers its name alone, key 0
+  // the empty text without a query. Raises 13 for an id that is not a number, and
+  // err::kDatabaseError when the chain of parents breaks (a parent that names no folder) or
+  // runs in a circle.
+  std::string GetFolderPathName(const std::string& sFolderID);
+
+  // True when the catalog answers: an open catalog is probed and queried, a closed one opened.
+  // `sItemID` is not used. Never raises.
+  bool CatalogsConnectionOK(const std::string& sItemID);
+
+  // ---- Folders ----
+  std::shared_ptr<Folder> GetCatalogsRootFolder(const std::string& sCatalogID);
+  std::shared_ptr<Folder> GetPersonalCatalogRootFolder();
+  std::shared_ptr<Folders> GetFolders(bool bIncludeExternalFolders, bool bGetDeletedItems);
+  std::shared_ptr<Folder> GetFolder(const std::string& sFolderId);
+  std::shared_ptr<Folder> GetFolderByName(const std::string& sFolderName,
+                                          const std::string& sParentFolderID);
+  bool FolderNameExists(const std::string& sFolderName, const std::string& sParentFolderID);
+  std::shared_ptr<Folder> GetChildFolders(const std::shared_ptr<Folder>& oFolder,
+                                          bool bIncludeExternalFolders, bool bGetDeletedItems);
+  std::shared_ptr<Folders> GetChildrenFolders(const std::string& sParentFolderID,
+                                              bool bIncludeExternalFolders, bool bGetDeletedItems);
+  bool HaveFoldersChanged(const Date& tDateTimeFoldersChecked);
+  std::shared_ptr<Folder> AddFolder(const std::shared_ptr<Folder>& oFolder,
+                                    const std::string& sParentFolderID, bool bCheckNameUnique);
+  std::shared_ptr<Folder> UpdateFolder(const std::shared_ptr<Folder>& oFolder,
+                                       bool bCheckNameUnique);
+  void UpdateParentFolder(const std::string& sFolderId, bool bIsLeaf);
+  void DeleteFolder(const std::string& sFolderId, bool bDeletePermenantly);
+  void DeleteClippingsFromFolder(const std::string& sFolderId, bool bDeletePermenantly);
+  bool CanAddFolder(const std::shared_ptr<Folder>& oFolder, const std::string& sParentFolderID);
+  bool CanDeleteFolder(const std::string& sFolderId, bool bDeletePermenantly);
+  bool CanUpdateFolder(const Variant& vFolder);
+
+  // ---- Clippings ----
+  std::shared_ptr<Clipping> GetClipping(const std::string& sClippingID, bool bGetData);
+  std::shared_ptr<Clipping> FindClippingWithGUID(const std::string& sClippingGUID, bool bGetData);
+  std::shared_ptr<Clipping> GetClippingByName(const std::string& sClippingName,
+                                              const std::string& sFolderId, bool bGetData);
+  bool ClippingNameExists(const std::string& sClippingName, const std::string& sFolderId);
+  std::shared_ptr<Clippings> GetDeletedClippingsForCatalog(const std::string& sCatalogID,
+                                                           bool bGetData);
+  std::shared_ptr<Clipping> AddClipping(const std::shared_ptr<Clipping>& oClipping,
+                                        const std::string& sFolderId);
+  std::shared_ptr<Clipping> UpdateClipping(const std::shared_ptr<Clipping>& oClipping,
+                                           bool bWriteData);
+  void DeleteClipping(const std::string& sClippingID, bool bDeletePermenantly);
+  bool CanAddClipping(const std::shared_ptr<Clipping>& oClipping, const std::string& sFolderId);
+  bool CanDeleteClipping(const std::string& sClippingID, bool bDeletePermenantly);
+  bool CanUpdateClipping(const Variant& vClipping);
+  bool ClippingsExist(const Variant& vArgument);
+
+  // ---- Clipping queries and search ----
+  std::shared_ptr<Clippings> GetClippingsFromFolder(const std::string& sFolderId, bool bGetData,
+                                                    std::shared_ptr<Clippings> oClippings,
+                                                    bool bGetDeletedItems);
+  std::shared_ptr<Clippings> GetClippingsForFolderAndChildFolders(
+      const std::shared_ptr<Folder>& oFolder, bool bGetData);
+  std::shared_ptr<Clippings> GetClippingsFromCategory(const std::string& sCategoryID,
+                                                      bool bGetData);
+  std::shared_ptr<Clippings> GetClippingsWithoutCategory(const std::string& sCatalogID,
+                                                         bool bGetData);
+  std::shared_ptr<Clippings> FindClippings(const std::shared_ptr<Search>& oSearch);
+  std::shared_ptr<Clippings> SearchForClippings(const std::shared_ptr<Search>& oSearch);
+
+  // ---- Categories ----
+  bool HaveCategoriesChanged(const Date& tDateTimeCategoriesChecked);
+  bool CategoryNameExists(const std::string& sCategoryName, const std::string& sFolderID);
+  std::shared_ptr<Category> AddCategory(const std::shared_ptr<Category>& oCategory,
+                                        const std::string& sFolderID);
+  std::shared_ptr<Category> UpdateCategory(const std::shared_ptr<Category>& oCategory);
+  void AddFolderToCategory(const std::string& sFolderID, const std::string& sCategoryID);
+  void DeleteAllCategoriesFromFolder(const std::string& sFolderID);
+  void AddClippingToCategory(const std::string& sClippingID, const std::string& sCategoryID);
+  void AddClippingsToCategory(const std::shared_ptr<Clippings>& colClippings,
+                              const std::string& sCategoryID);
+  void AddClippingToCategories(const std::string& sClippingID,
+                               const std::shared_ptr<Categories>& colCategories);
+  void DeleteClippingFromCategory(const std::string& sClippingID, const std::string& sCategoryID);
+  void DeleteCategory(const std::string& sCategoryID);
+  std::shared_ptr<Category> GetCategory(const std::string& sCategoryID);
+  std::shared_ptr<Category> GetCategoryByName(const std::string& sCategoryName);
+  std::shared_ptr<Categories> GetCategoriesFromLinkedFolder(const std::string& sFolderID);
+  std::shared_ptr<Categories> GetCategoriesFromFolder(const std::string& sFolderID);
+  std::shared_ptr<Categories> GetCategoriesForClipping(const std::string& sClippingID);
+  std::string GetCategoriesNamesForClipping(const std::string& sClippingID);
+  void DeleteAllCategoriesFromClipping(const std::string& sClippingID);
+
+  // ---- Linked folders and external catalogs ----
+  std::shared_ptr<Folder> AddLinkedFolder(
+      const std::shared_ptr<ConnectionDetails>& oConnectionDetails, const std::string& sFolderName);
+  std::shared_ptr<Folders> GetLinkedFolders();
+  bool IsLinkedFolder(const std::string& sFolderID);
+  std::shared_ptr<Folder> GetFolderWithExternalCatalog(int32_t lExternalCatalogID);
+  std::shared_ptr<ExternalCatalogCollection> GetExternalCatalogs();
+  std::shared_ptr<ExternalCatalog> GetExternalCatalog(int32_t lExternalCatalogID);
+  void DeleteExternalCatalog(int32_t lExternalCatalogID);
+
+  // ---- Access history ----
+  std::shared_ptr<Clippings> GetClippingsHistroy(int32_t lMaximumItems);
+  void UpdateClippingHistory(const std::shared_ptr<Clipping>& oClipping);
+  void DeleteClippingHistory(const std::string& sClippingID);
+
+ protected:
+  DataAccess();
+
+ private:
+  friend class DataAccessInternal;
+
+  // Opens the catalog with the kept settings unless it is open.
+  void EnsureCatalogOpen();
+
+  // The open connection. REQUIRES: the catalog is open.
+  DBConnection& Connection();
+
+  // A new key for a row of the table `sTableBaseName` ("Folder" for folders and clippings,
+  // "GroupClipping", "ExternalCatalog"), drawn through its generator table with the caller's
+  // fresh `sGUID`, so that writers sharing the catalog never get the same key. Raises
+  // err::kInvalidProcedureCall for any other base name.
+  int32_t GetNextID(const std::string& sTableBaseName, const std::string& sGUID);
+
+  // Row readers and helpers of the store operations.
+  std::shared_ptr<Folder> ReadFolderRow(const Recordset& rs);
+  std::shared_ptr<Clipping> ReadClippingRow(const Recordset& rs, bool bGetData);
+  std::shared_ptr<Category> ReadCategoryRow(const Recordset& rs);
+  std::shared_ptr<ExternalCatalog> ReadExternalCatalogRow(const Recordset& rs);
+  std::string BuildFolderIdList(const std::shared_ptr<Folder>& oFolder);
+  void RemoveFolderRow(const std::string& sFolderId, bool bDeletePermenantly);
+  void DeleteFolderTree(const std::shared_ptr<Folder>& oFolder, bool bDeletePermenantly);
+  bool FolderNameIsUnique(const std::string& sFolderName, const std::string& sParentFolderID);
+  bool ClippingNameIsUnique(const std::string& sClippingName, const std::string& sFolderId);
+  bool CategoryNameIsUnique(const std::shared_ptr<Category>& oCategory);
+  void WriteClippingDataItems(const std::shared_ptr<ClippingDataCollection>& colClippingData,
+                              int32_t lClippingID);
+  std::shared_ptr<ClippingDataCollection> ReadClippingDataItems(int32_t lClippingID);
+
+  std::unique_ptr<DBConnection> connection_;  // present while the catalog is open
+  std::string name_;
+  std::string connection_string_;
+  std::string user_name_;
+  std::string password_;
+  bool is_open_ = false;
+  bool auto_connect_ = false;
+  bool is_transactional_ = false;
+  bool is_personal_catalog_ = false;
+  int32_t external_catalog_id_ = 0;
+};
+
+// A catalog on a database server.
+class DataAccessSQL final : public DataAccess {
+ public:
+  DataAccessSQL() = default;
+  static std::shared_ptr<DataAccessSQL> Create() { return std::make_shared<DataAccessSQL>(); }
+};
+
+// A catalog in a database file.
+class DataAccessMDB final : public DataAccess {
+ public:
+  DataAccessMDB() = default;
+  static std::shared_ptr<DataAccessMDB> Create() { return std::make_shared<DataAccessMDB>(); }
+
+ private:
+  // The text after `sKey` + "=" (matched with case) up to the next ";"; the empty text when the
+  // key is absent. Raises err::kInvalidProcedureCall when no ";" follows the value.
+  static std::string GetConnectionStringValue(const std::string& sConnectionString,
+                                              const std::string& sKey);
+};
+
+// The kind of catalog that the clipping manager data source names; it has no members and takes
+// no part in the store.
+class DataAccessClippingManger {};
+
+}  // namespace clipcat
