@@ -19,7 +19,7 @@ class AutomationObject : public Dispatch {
   std::string TypeName() const override { return Members().type_name(); }
 
   Variant Invoke(std::string_view member, InvokeKind kind, std::vector<Variant>& args) override {
-    return InvokeFromTable(Members(), member, kind, args);
+    return InvokeFromTable(Members(), *this, member, kind, args);
   }
 };
 

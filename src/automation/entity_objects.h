@@ -70,34 +70,12 @@ struct WrapperOf<Collection<U>> {
   using type = CollectionObject<U>;
 };
 
-// Member tables are shared by every object of a class, so their calls cannot capture an object;
-// they find the object whose member runs on this thread here instead. Nested calls (a member of
-// one object calling another's) restore the outer object when they return.
+// The base of the wrappers: a table's call finds the object it runs on in its `self` argument.
 template <typename Self>
 class BoundObject : public AutomationObject {
- public:
-  Variant Invoke(std::string_view member, InvokeKind kind, std::vector<Variant>& args) override {
-    Running scope(static_cast<const Self*>(this));
-    return InvokeFromTable(Members(), member, kind, args);
-  }
-
  protected:
-  // The object whose member is running. REQUIRES: called from a member of Self's table.
-  static const Self& Current() { return *current_; }
-
- private:
-  class Running {
-   public:
-    explicit Running(const Self* self) : outer_(current_) { current_ = self; }
-    ~Running() { current_ = outer_; }
-    Running(const Running&) = delete;
-    Running& operator=(const Running&) = delete;
-
-   private:
-    const Self* outer_;
-  };
-
-  inline static thread_local const Self* current_ = nullptr;
+  // REQUIRES: `self` is the object whose member of Self's table is running.
+  static const Self& Current(Dispatch& self) { return static_cast<const Self&>(self); }
 };
 
 }  // namespace internal

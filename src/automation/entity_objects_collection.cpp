@@ -37,26 +37,27 @@ const MemberTable& CollectionObject<U>::Members() const {
   using Traits = ItemTraits<U>;
   static const MemberTable table = [] {
     MemberTable t(kCollectionClassName, kComponentSource);
-    t.Add(PropertyGet("Count", ParamType::kLong, [](std::vector<Variant>&) {
-      return Variant(CollectionObject::Current().collection()->Count());
+    t.Add(PropertyGet("Count", ParamType::kLong, [](Dispatch& self, std::vector<Variant>&) {
+      return Variant(CollectionObject::Current(self).collection()->Count());
     }));
     MemberInfo item = PropertyGet(
         "Item", Traits::Type(),
-        [](std::vector<Variant>& args) {
+        [](Dispatch& self, std::vector<Variant>& args) {
           return Traits::ToVariant(
-              CollectionObject::Current().collection()->Item(args[0].ToLong()));
+              CollectionObject::Current(self).collection()->Item(args[0].ToLong()));
         },
         Traits::ObjectType());
     item.params = {Param("vIndex", ParamType::kLong)};
     t.Add(std::move(item));
-    t.Add(Sub("Add", {Traits::ItemParam()}, [](std::vector<Variant>& args) {
-      CollectionObject::Current().collection()->Add(Traits::FromVariant(args[0]));
+    t.Add(Sub("Add", {Traits::ItemParam()}, [](Dispatch& self, std::vector<Variant>& args) {
+      CollectionObject::Current(self).collection()->Add(Traits::FromVariant(args[0]));
       return Variant();
     }));
-    t.Add(Sub("Remove", {Param("vIndex", ParamType::kLong)}, [](std::vector<Variant>& args) {
-      CollectionObject::Current().collection()->Remove(args[0].ToLong());
-      return Variant();
-    }));
+    t.Add(Sub("Remove", {Param("vIndex", ParamType::kLong)},
+              [](Dispatch& self, std::vector<Variant>& args) {
+                CollectionObject::Current(self).collection()->Remove(args[0].ToLong());
+                return Variant();
+              }));
     return t;
   }();
   return table;

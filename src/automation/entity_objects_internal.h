@@ -69,9 +69,10 @@ class EntityTableBuilder {
   template <typename Getter>
   EntityTableBuilder& ReadOnly(std::string name, Getter get) {
     using R = std::remove_cvref_t<std::invoke_result_t<Getter, T&>>;
-    table_.Add(PropertyGet(std::move(name), TypeOfProperty<R>(), [get](std::vector<Variant>&) {
-      return Variant(R(std::invoke(get, Entity())));
-    }));
+    table_.Add(PropertyGet(std::move(name), TypeOfProperty<R>(),
+                           [get](Dispatch& self, std::vector<Variant>&) {
+                             return Variant(R(std::invoke(get, Entity(self))));
+                           }));
     return *this;
   }
 
@@ -80,10 +81,11 @@ class EntityTableBuilder {
   EntityTableBuilder& ReadWrite(std::string name, Getter get, Setter set) {
     using R = std::remove_cvref_t<std::invoke_result_t<Getter, T&>>;
     ReadOnly(name, get);
-    table_.Add(PropertyPut(std::move(name), SetterParam<R>(), [set](std::vector<Variant>& args) {
-      std::invoke(set, Entity(), FromCoerced<R>(args[0]));
-      return Variant();
-    }));
+    table_.Add(PropertyPut(std::move(name), SetterParam<R>(),
+                           [set](Dispatch& self, std::vector<Variant>& args) {
+                             std::invoke(set, Entity(self), FromCoerced<R>(args[0]));
+                             return Variant();
+                           }));
     return *this;
   }
 
@@ -97,13 +99,15 @@ class EntityTableBuilder {
     using Items = typename std::remove_cvref_t<std::invoke_result_t<Getter, T&>>::element_type;
     table_.Add(PropertyGet(
         name, ParamType::kObject,
-        [get](std::vector<Variant>&) { return Wrap(std::invoke(get, Entity())); },
+        [get](Dispatch& self, std::vector<Variant>&) {
+          return Wrap(std::invoke(get, Entity(self)));
+        },
         kCollectionClassName));
     if constexpr (!std::is_same_v<Setter, std::nullptr_t>) {
       table_.Add(PropertyPut(std::move(name),
                              Param("vNewValue", ParamType::kObject, kCollectionClassName),
-                             [set](std::vector<Variant>& args) {
-                               std::invoke(set, Entity(), Unwrap<Items>(args[0]));
+                             [set](Dispatch& self, std::vector<Variant>& args) {
+                               std::invoke(set, Entity(self), Unwrap<Items>(args[0]));
                                return Variant();
                              }));
     }
@@ -112,8 +116,8 @@ class EntityTableBuilder {
 
   // A method without parameters or result (ClearFolders ...).
   EntityTableBuilder& Action(std::string name, void (T::*action)()) {
-    table_.Add(Sub(std::move(name), {}, [action](std::vector<Variant>&) {
-      (Entity().*action)();
+    table_.Add(Sub(std::move(name), {}, [action](Dispatch& self, std::vector<Variant>&) {
+      (Entity(self).*action)();
       return Variant();
     }));
     return *this;
@@ -124,8 +128,8 @@ class EntityTableBuilder {
   EntityTableBuilder& Take(std::string name, std::string param, Fn fn) {
     table_.Add(Sub(std::move(name),
                    {Param(std::move(param), ParamType::kObject, EntityClassName<Arg>::value)},
-                   [fn](std::vector<Variant>& args) {
-                     std::invoke(fn, Entity(), Unwrap<Arg>(args[0]));
+                   [fn](Dispatch& self, std::vector<Variant>& args) {
+                     std::invoke(fn, Entity(self), Unwrap<Arg>(args[0]));
                      return Variant();
                    }));
     return *this;
@@ -134,7 +138,7 @@ class EntityTableBuilder {
   MemberTable Build() { return std::move(table_); }
 
  private:
-  static T& Entity() { return *EntityObject<T>::Current().entity(); }
+  static T& Entity(Dispatch& self) { return *EntityObject<T>::Current(self).entity(); }
 
   MemberTable table_;
 };

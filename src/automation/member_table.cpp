@@ -107,8 +107,8 @@ Variant CoerceArgument(const Variant& value, const ParamInfo& param) {
   return value;
 }
 
-Variant InvokeFromTable(const MemberTable& table, std::string_view member, InvokeKind kind,
-                        std::vector<Variant>& args) {
+Variant InvokeFromTable(const MemberTable& table, Dispatch& self, std::string_view member,
+                        InvokeKind kind, std::vector<Variant>& args) {
   const MemberInfo* info = table.Find(member, kind);
   if (info == nullptr) {
     throw AutomationError(err::kUnknownName, table.source(), "Unknown name.");
@@ -130,7 +130,7 @@ Variant InvokeFromTable(const MemberTable& table, std::string_view member, Invok
       throw AutomationError(err::kArgumentTypeMismatch, table.source(), "Type mismatch.");
     }
   }
-  return info->call(coerced);
+  return info->call(self, coerced);
 }
 
 }  // namespace clipcat

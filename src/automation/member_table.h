@@ -25,7 +25,8 @@ struct ParamInfo {
 };
 
 struct MemberInfo {
-  using Call = std::function<Variant(std::vector<Variant>& args)>;
+  // `self` is the object whose member runs: tables are shared by every object of a class.
+  using Call = std::function<Variant(Dispatch& self, std::vector<Variant>& args)>;
 
   std::string name;
   InvokeKind kind = InvokeKind::kMethod;
@@ -85,7 +86,7 @@ Variant CoerceArgument(const Variant& value, const ParamInfo& param);
 // fills omitted optional parameters with their defaults and coerces every argument (a value that
 // does not coerce raises err::kArgumentTypeMismatch "Type mismatch."). These three errors carry
 // the table's source. Errors raised by the member itself pass through unchanged.
-Variant InvokeFromTable(const MemberTable& table, std::string_view member, InvokeKind kind,
-                        std::vector<Variant>& args);
+Variant InvokeFromTable(const MemberTable& table, Dispatch& self, std::string_view member,
+                        InvokeKind kind, std::vector<Variant>& args);
 
 }  // namespace clipcat

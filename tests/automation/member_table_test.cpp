@@ -13,7 +13,7 @@ class Calculator : public Dispatch {
  public:
   std::string TypeName() const override { return "Calculator"; }
   Variant Invoke(std::string_view member, InvokeKind kind, std::vector<Variant>& args) override {
-    return InvokeFromTable(Table(), member, kind, args);
+    return InvokeFromTable(Table(), *this, member, kind, args);
   }
   std::string name = "calc";
   std::vector<Variant> last_args;
@@ -25,21 +25,21 @@ class Calculator : public Dispatch {
       table_->Add(Method("Add",
                          {Param("lA", ParamType::kLong), Param("lB", ParamType::kLong),
                           Optional("bNegate", ParamType::kBoolean, Variant(false))},
-                         ParamType::kLong, [this](std::vector<Variant>& a) {
+                         ParamType::kLong, [this](Dispatch&, std::vector<Variant>& a) {
                            last_args = a;
                            const int32_t sum = a[0].ToLong() + a[1].ToLong();
                            return Variant(a[2].AsBoolean() ? -sum : sum);
                          }));
       table_->Add(PropertyGet("Name", ParamType::kString,
-                              [this](std::vector<Variant>&) { return Variant(name); }));
+                              [this](Dispatch&, std::vector<Variant>&) { return Variant(name); }));
       table_->Add(PropertyPut("Name", Param("sNewValue", ParamType::kString),
-                              [this](std::vector<Variant>& a) {
+                              [this](Dispatch&, std::vector<Variant>& a) {
                                 name = a[0].AsString();
                                 return Variant();
                               }));
-      table_->Add(
-          Method("Use", {Param("oOther", ParamType::kObject, "Calculator")}, ParamType::kBoolean,
-                 [](std::vector<Variant>& a) { return Variant(a[0].AsObject() != nullptr); }));
+      table_->Add(Method(
+          "Use", {Param("oOther", ParamType::kObject, "Calculator")}, ParamType::kBoolean,
+          [](Dispatch&, std::vector<Variant>& a) { return Variant(a[0].AsObject() != nullptr); }));
     }
     return *table_;
   }
