@@ -94,6 +94,11 @@ class DataAccess {
   // `sItemID` is not used. Never raises.
   bool CatalogsConnectionOK(const std::string& sItemID);
 
+  // ---- Store operations ----
+  // Each opens the catalog first when it is closed (raising -2147220994 when it cannot be
+  // reached) and passes the errors of the database on unchanged unless its own contract says
+  // otherwise.
+
   // ---- Folders ----
   std::shared_ptr<Folder> GetCatalogsRootFolder(const std::string& sCatalogID);
   std::shared_ptr<Folder> GetPersonalCatalogRootFolder();
