@@ -6,11 +6,18 @@
 namespace clipcat {
 
 class DataAccess;
+class ClippingDataRead;
+class ClippingDataWrite;
 
 // Only DataAccess can make one; it passes `StoreKey()` to the guarded setters, e.g.
-// `folder->SetStatus(StoreKey(), 3)`.
+// `folder->SetStatus(StoreKey(), 3)`. The two services may too: they mark unreachable linked
+// catalogs (status 4) and show a linked catalog's root under the linking folder's dates.
 class StoreKey {
   friend class DataAccess;
+  friend class ClippingDataRead;
+  friend class ClippingDataWrite;
+  class ClippingDataRead;
+  class ClippingDataWrite;
   StoreKey() = default;
 };
 

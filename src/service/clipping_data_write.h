@@ -1,0 +1,123 @@
+// ClippingDataWrite is the public write service ("TORVEL.ClippingDataWrite"). Like the read
+// service it holds no state: every member takes the client's default ConnectionDetails, routes to
+// the catalog that holds the item and calls the catalog operation of the same name. New folders
+// and clippings under a linked folder go into the linked catalog's root; a linked folder is
+// removed together with its catalog record; changes to a linked catalog's root are made to the
+// folder that links it. Use an object from one thread only.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "entities/category.h"
+#include "entities/clipping.h"
+#include "entities/connection_details.h"
+#include "entities/folder.h"
+
+namespace clipcat {
+
+class DataAccess;
+
+class ClippingDataWrite {
+ public:
+  using Connection = std::shared_ptr<ConnectionDetails>;
+
+  ClippingDataWrite() = default;
+  ~ClippingDataWrite();
+  ClippingDataWrite(const ClippingDataWrite&) = delete;
+  ClippingDataWrite& operator=(const ClippingDataWrite&) = delete;
+
+  // Removes every category of the clipping named by the (misnamed) sCategoryID.
+  void DeleteAllCategoriesFromClipping(const std::string& sCategoryID,
+                                       const Connection& oDefaultConnection);
+
+  // Removes a linked folder and its external catalog record from the default catalog and closes
+  // that catalog. The id of a catalog's root folder changes nothing.
+  void DeleteLinkedFolder(const std::string& sFolderId, const Connection& oDefaultConnection);
+
+  // Tags every clipping of the folder; answers the empty text.
+  std::string AddFolderToCategory(const std::string& sFolderId, const std::string& sCategoryID,
+                                  const Connection& oDefaultConnection);
+  // Answers the empty text.
+  std::string DeleteAllCategoriesFromFolder(const std::string& sFolderId,
+                                            const Connection& oDefaultConnection);
+
+  // Records the catalog and a linked folder for it in the default catalog.
+  std::shared_ptr<Folder> AddLinkedFolder(const Connection& oNewConnectionDetails,
+                                          const std::string& sFolderName,
+                                          const Connection& oDefaultConnection);
+
+  // Adds a folder named sDefaultFolderName under the root of the catalog oLinkedFolder links.
+  std::shared_ptr<Folder> AddDefaultFolderToLinkedCatalog(
+      const std::shared_ptr<Folder>& oLinkedFolder, const std::string& sDefaultFolderName,
+      const Connection& oDefaultConnection);
+
+  // The category is added to the catalog the folder sFolderId links (its own catalog for an
+  // ordinary folder). Names are always checked: bCheckNameUnique is accepted for clients.
+  std::shared_ptr<Category> AddCategory(const std::shared_ptr<Category>& oCategory,
+                                        const std::string& sFolderId,
+                                        const Connection& oDefaultConnection,
+                                        bool bCheckNameUnique = false);
+  void DeleteCategory(const std::string& sCategoryID, const Connection& oDefaultConnection);
+  std::shared_ptr<Category> UpdateCategory(const std::shared_ptr<Category>& oCategory,
+                                           const Connection& oDefaultConnection,
+                                           bool bCheckNameUnique = false);
+  void AddClippingToCategory(const std::string& sClippingID, const std::string& sCategoryID,
+                             const Connection& oDefaultConnection);
+  // History is kept in the default catalog only.
+  void UpdateClippingHistory(const std::shared_ptr<Clipping>& oClipping,
+                             const Connection& oDefaultConnection);
+  void AddClippingToCategories(const std::string& sClippingID,
+                               const std::shared_ptr<Categories>& oCategories,
+                               const Connection& oDefaultConnection);
+  void DeleteClippingFromCategory(const std::string& sClippingID, const std::string& sCategoryID,
+                                  const Connection& oDefaultConnection);
+
+  // Adds the folder under sParentFolderID; under a linked folder it goes into the linked
+  // catalog's root. Answers the folder with its new id, tagged with its catalog.
+  std::shared_ptr<Folder> AddFolder(const std::shared_ptr<Folder>& oFolder,
+                                    const std::string& sParentFolderID,
+                                    const Connection& oDefaultConnection,
+                                    bool bCheckNameUnique = false);
+  // As AddFolder. Clipping names are always checked: bCheckNameUnique is accepted for clients.
+  std::shared_ptr<Clipping> AddClipping(const std::shared_ptr<Clipping>& oClipping,
+                                        const std::string& sParentFolderID,
+                                        const Connection& oDefaultConnection,
+                                        bool bCheckNameUnique = false);
+  bool CanAddFolder(const std::shared_ptr<Folder>& oFolder, const std::string& sParentFolderID,
+                    const Connection& oDefaultConnection);
+  bool CanAddClipping(const std::shared_ptr<Clipping>& oClipping,
+                      const std::string& sParentFolderID, const Connection& oDefaultConnection);
+  bool CanDeleteClipping(const std::string& sClippingID, const Connection& oDefaultConnection,
+                         bool bDeletePermanently = false);
+  bool CanDeleteFolder(const std::string& sFolderId, const Connection& oDefaultConnection,
+                       bool bDeletePermanently = false);
+
+  // Not provided: always raise -999999 "Not yet implemented!!" with the member's name as source.
+  bool CanUpdateFolder(const std::shared_ptr<Folder>& oFolder,
+                       const Connection& oDefaultConnection);
+  bool CanUpdateClipping(const std::shared_ptr<Clipping>& oClipping,
+                         const Connection& oDefaultConnection, bool bUpdateData = false);
+
+  void DeleteClipping(const std::string& sClippingID, const Connection& oDefaultConnection,
+                      bool bDeletePermanently = false);
+  void DeleteFolder(const std::string& sFolderId, const Connection& oDefaultConnection,
+                    bool bDeletePermanently = false);
+
+  // Updates the folder in its catalog; the root of a linked catalog is renamed through the
+  // linking folder, whose Updated the folder then carries.
+  std::shared_ptr<Folder> UpdateFolder(const std::shared_ptr<Folder>& oFolder,
+                                       const Connection& oDefaultConnection,
+                                       bool bCheckNameUnique = false);
+  std::shared_ptr<Clipping> UpdateClipping(const std::shared_ptr<Clipping>& oClipping,
+                                           const Connection& oDefaultConnection, bool bUpdateData,
+                                           bool bCheckNameUnique = false);
+
+ private:
+  // The catalog and parent id where a new item under sParentFolderID goes.
+  std::pair<std::shared_ptr<DataAccess>, std::string> NewItemTarget(
+      const std::string& sParentFolderID, const Connection& oDefaultConnection);
+};
+
+}  // namespace clipcat
