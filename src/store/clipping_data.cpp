@@ -1,0 +1,80 @@
+// Clipping data storage: the content items of a clipping, one ClippingDataType row each. Items
+// this store writes hold a compression frame; items written uncompressed by other programs hold
+// UTF-16LE text and are answered as stored.
+#include <string>
+#include <string_view>
+
+#include "entities/clipping.h"
+#include "store/blob_field.h"
+#include "store/data_access.h"
+#include "util/compression.h"
+#include "util/errors.h"
+#include "util/item_id.h"
+#include "util/values.h"
+
+namespace clipcat {
+namespace {
+
+// The field that holds an item's content. Frozen: other programs read the same column.
+constexpr std::string_view kContentField = "ClippingData";
+
+}  // namespace
+
+void DataAccess::WriteClippingDataItems(
+    const std::shared_ptr<ClippingDataCollection>& colClippingData, int32_t lClippingID) {
+  EnsureCatalogOpen();
+  if (colClippingData == nullptr) RaiseRuntimeError(err::kObjectVariableNotSet);
+  const std::string key = SqlNumber(Variant(lClippingID));
+  // The old items go even when no new one follows: the collection replaces them all.
+  Connection().ExecuteSQL("Delete From ClippingDataType Where lClippingId=" + key);
+  Compression compression;
+  // The condition never holds: the recordset only serves to add rows.
+  UpdatableRecordset rs =
+      Connection().GetRecordsetRW("SELECT * FROM ClippingDataType WHERE lClippingID=NULL");
+  for (const std::shared_ptr<ClippingData>& item : *colClippingData) {
+    if (item == nullptr) RaiseRuntimeError(err::kObjectVariableNotSet);
+    if (item->RawData().empty()) continue;
+    item->SetIsCompressed(StoreKey(), true);
+    const std::string frame = compression.Compress(item->RawData());
+    rs.AddNew();
+    rs.SetValue("lClippingID", Variant(lClippingID));
+    rs.SetValue("bIsCompressed", Variant(item->IsCompressed()));
+    rs.SetValue("lDataTypeId", Variant(item->ClippingDataType()));
+    // The frame is stored as its bytes: a text encoding of it would double its size.
+    WriteBlobBytes(frame, rs, kContentField);
+    rs.Update();
+  }
+  rs.Close();
+}
+
+std::shared_ptr<ClippingDataCollection> DataAccess::ReadClippingDataItems(int32_t lClippingID) {
+  EnsureCatalogOpen();
+  auto items = std::make_shared<ClippingDataCollection>();
+  Recordset rs = Connection().GetRecordsetRO("SELECT * FROM ClippingDataType WHERE lClippingID=" +
+                                             SqlNumber(Variant(lClippingID)));
+  if (rs.Bof() && rs.Eof()) return items;
+  Compression compression;
+  for (rs.MoveFirst(); !rs.Eof(); rs.MoveNext()) {
+    auto item = ClippingData::Create();
+    item->SetClippingDataType(ToLongOr(rs.Value("lDataTypeId"), 0));
+    item->SetIsCompressed(StoreKey(), ToBooleanOr(rs.Value("bIsCompressed"), false));
+    if (!item->IsCompressed()) {
+      item->SetRawData(ReadBlobField(rs, kContentField));
+    } else if (!rs.Bytes(kContentField).empty()) {
+      try {
+        item->SetRawData(compression.DecompressString(rs.Bytes(kContentField)));
+      } catch (const AutomationError& e) {
+        // Without the clipping's id the damage could not be traced to a row.
+        throw AutomationError(e.number(), e.source(),
+                              "The content of clipping " +
+                                  ComposeItemID(std::to_string(lClippingID), ExternalCatalogID()) +
+                                  " cannot be read. " + e.description());
+      }
+    }
+    items->Add(std::move(item));
+  }
+  rs.Close();
+  return items;
+}
+
+}  // namespace clipcat
