@@ -280,9 +280,10 @@ std::shared_ptr<Categories> DataAccess::GetCategoriesForClipping(const std::stri
 }
 
 std::string DataAccess::GetCategoriesNamesForClipping(const std::string& sClippingID) {
+  const std::shared_ptr<Categories> categories = GetCategoriesForClipping(sClippingID);
   std::string names;
   bool first = true;
-  for (const auto& category : *GetCategoriesForClipping(sClippingID)->Items()) {
+  for (const auto& category : *categories->Items()) {
     if (!first) names += ", ";
     names += category->Name();
     first = false;
