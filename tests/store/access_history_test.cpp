@@ -1,0 +1,165 @@
+// The access history: counting accesses, listing newest first within a maximum, forgetting.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "store/data_access.h"
+#include "temp_catalog.h"
+#include "util/date.h"
+#include "util/values.h"
+
+namespace clipcat {
+namespace {
+
+using ::clipcat::testing::TempCatalog;
+
+class AccessHistoryTest : public ::testing::Test {
+ protected:
+  AccessHistoryTest() {
+    access_->SetConnectionString(catalog_.connection_string());
+    db_.OpenConnection(catalog_.connection_string(), "", "");
+  }
+
+  static std::shared_ptr<Clipping> Opened(const std::string& id, const std::string& guid,
+                                          const std::string& name) {
+    auto clipping = Clipping::Create();
+    clipping->SetID(id);
+    clipping->SetGUID(guid);
+    clipping->SetName(name);
+    return clipping;
+  }
+
+  static Date At(int day, int hour) { return *Date::FromParts({2003, 5, day, hour, 30, 15}); }
+
+  // A history row as an earlier session left it.
+  void AddRow(const std::string& id, Date accessed) {
+    db_.ExecuteSQL(
+        "INSERT INTO AccessHistory (sClippingGUID, lExternalCatalogId, sClippingId, sName, "
+        "bIsFavorite, lAccessCount, tDateLastAccessed) VALUES ('G" +
+        id + "', 0, " + SqlText(Variant(id)) + ", 'Name', 0, 3, " + SqlDate(Variant(accessed)) +
+        ")");
+  }
+
+  Recordset Row(const std::string& id) {
+    Recordset rs =
+        db_.GetRecordsetRO("SELECT * FROM AccessHistory WHERE sClippingId=" + SqlText(Variant(id)));
+    if (rs.RecordCount() > 0) rs.MoveFirst();
+    return rs;
+  }
+
+  static bool IsAboutNow(const Date& date) {
+    return std::fabs(date.serial() - Date::Now().serial()) < 10.0 / 86400;
+  }
+
+  TempCatalog catalog_;
+  std::shared_ptr<DataAccess> access_ = DataAccessMDB::Create();
+  DBConnection db_;
+};
+
+TEST_F(AccessHistoryTest, FirstAccessInsertsAndEachFurtherOneCounts) {
+  const auto clipping = Opened("15", "GUID15", "Letter");
+  access_->UpdateClippingHistory(clipping);
+  Recordset row = Row("15");
+  ASSERT_EQ(row.RecordCount(), 1);
+  EXPECT_EQ(row.Value("sClippingGUID").ToText(), "GUID15");
+  EXPECT_EQ(row.Value("lExternalCatalogId").ToLong(), 0);
+  EXPECT_EQ(row.Value("sName").ToText(), "Letter");
+  EXPECT_FALSE(row.Value("bIsFavorite").ToBoolean());
+  EXPECT_EQ(row.Value("lAccessCount").ToLong(), 1);
+  EXPECT_TRUE(IsAboutNow(row.Value("tDateLastAccessed").ToDate()));
+
+  db_.ExecuteSQL("UPDATE AccessHistory SET tDateLastAccessed='2001-01-01 00:00:00'");
+  for (int32_t access = 2; access <= 5; ++access) {
+    clipping->SetName("Letter's v" + std::to_string(access));
+    access_->UpdateClippingHistory(clipping);
+    row = Row("15");
+    ASSERT_EQ(row.RecordCount(), 1);
+    EXPECT_EQ(row.Value("lAccessCount").ToLong(), access);
+    EXPECT_EQ(row.Value("sName").ToText(), clipping->Name());
+    EXPECT_TRUE(IsAboutNow(row.Value("tDateLastAccessed").ToDate()));
+  }
+}
+
+TEST_F(AccessHistoryTest, ClippingsOfLinkedCatalogsRecordTheirCatalog) {
+  access_->UpdateClippingHistory(Opened("P7C15", "GUIDP7", "Shared"));
+  access_->UpdateClippingHistory(Opened("15", "GUID15", "Personal"));
+  EXPECT_EQ(Row("P7C15").Value("lExternalCatalogId").ToLong(), 7);
+  EXPECT_EQ(Row("15").Value("lExternalCatalogId").ToLong(), 0);
+  EXPECT_EQ(Row("P7C15").Value("lAccessCount").ToLong(), 1);
+}
+
+TEST_F(AccessHistoryTest, RowIsFoundByIdButChangedByGuid) {
+  AddRow("15", At(1, 9));
+  // The same id with another GUID reads the row's count but changes no row.
+  access_->UpdateClippingHistory(Opened("15", "OTHER", "Renamed"));
+  Recordset row = Row("15");
+  ASSERT_EQ(row.RecordCount(), 1);
+  EXPECT_EQ(row.Value("lAccessCount").ToLong(), 3);
+  EXPECT_EQ(row.Value("sName").ToText(), "Name");
+  EXPECT_EQ(db_.GetRecordsetRO("SELECT * FROM AccessHistory").RecordCount(), 1);
+
+  // With the row's own GUID the count moves on from the stored one.
+  access_->UpdateClippingHistory(Opened("15", "G15", "Renamed"));
+  EXPECT_EQ(Row("15").Value("lAccessCount").ToLong(), 4);
+}
+
+TEST_F(AccessHistoryTest, ListsNewestFirstUpToTheMaximum) {
+  // Inserted out of order, so that only the ordering can put them right.
+  const std::vector<std::pair<std::string, Date>> rows = {
+      {"3", At(3, 8)}, {"P2C5", At(9, 23)}, {"1", At(1, 12)}, {"4", At(9, 22)}, {"2", At(2, 0)}};
+  for (const auto& [id, accessed] : rows) AddRow(id, accessed);
+  const std::vector<std::string> newest_first = {"P2C5", "4", "3", "2", "1"};
+
+  for (int32_t maximum : {-5, -1, 0, 1, 2, 4, 5, 6, 1000}) {
+    const auto history = access_->GetClippingsHistroy(maximum);
+    const int32_t expected = std::max(0, std::min(maximum, 5));
+    ASSERT_EQ(history->Items()->Count(), expected) << maximum;
+    for (int32_t i = 1; i <= expected; ++i) {
+      const auto& clipping = history->Items()->Item(i);
+      EXPECT_EQ(clipping->ID(), newest_first[static_cast<size_t>(i - 1)]);  // as stored
+      EXPECT_EQ(clipping->Name(), "");  // only the id and the access time are filled
+      EXPECT_EQ(clipping->GUID(), "");
+    }
+  }
+  const auto all = access_->GetClippingsHistroy(5);
+  EXPECT_EQ(FormatIsoDate(all->Items()->Item(1)->Accessed()), "2003-05-09 23:30:15");
+  EXPECT_EQ(FormatIsoDate(all->Items()->Item(5)->Accessed()), "2003-05-01 12:30:15");
+
+  // Opening the oldest one makes it the newest.
+  access_->UpdateClippingHistory(Opened("1", "G1", "Name"));
+  const auto moved = access_->GetClippingsHistroy(2);
+  EXPECT_EQ(moved->Items()->Item(1)->ID(), "1");
+  EXPECT_EQ(moved->Items()->Item(2)->ID(), "P2C5");
+  EXPECT_TRUE(IsAboutNow(moved->Items()->Item(1)->Accessed()));
+}
+
+TEST_F(AccessHistoryTest, EmptyHistoryListsNothing) {
+  EXPECT_EQ(access_->GetClippingsHistroy(10)->Items()->Count(), 0);
+}
+
+TEST_F(AccessHistoryTest, DeletingForgetsOnlyThatId) {
+  AddRow("15", At(1, 1));
+  AddRow("P7C15", At(1, 2));
+  AddRow("16", At(1, 3));
+  access_->DeleteClippingHistory("15");
+  access_->DeleteClippingHistory("404");  // no row is not an error
+  access_->DeleteClippingHistory("' OR '1'='1");
+  access_->DeleteClippingHistory("");
+  const auto history = access_->GetClippingsHistroy(10);
+  ASSERT_EQ(history->Items()->Count(), 2);
+  EXPECT_EQ(history->Items()->Item(1)->ID(), "16");
+  EXPECT_EQ(history->Items()->Item(2)->ID(), "P7C15");
+
+  // A forgotten clipping starts again at one.
+  access_->UpdateClippingHistory(Opened("15", "G15", "Again"));
+  EXPECT_EQ(Row("15").Value("lAccessCount").ToLong(), 1);
+}
+
+}  // namespace
+}  // namespace clipcat
