@@ -1,0 +1,173 @@
+// Test fixture of the service layer: a personal file catalog in a fresh temporary directory, and
+// helpers that create further file catalogs (each in a folder of its own, so that moving the
+// folder away takes the catalog offline), link them into the personal catalog and read them
+// directly, past the services. Every test starts and ends without a per-thread manager, so no
+// test sees the catalogs of another.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "entities/clipping.h"
+#include "entities/connection_details.h"
+#include "entities/folder.h"
+#include "service/clipping_access_manager.h"
+#include "service/clipping_data_read.h"
+#include "service/clipping_data_write.h"
+#include "service/connection_handler.h"
+#include "store/catalog_schema.h"
+#include "store/connection_string.h"
+#include "store/data_access.h"
+#include "util/errors.h"
+
+namespace clipcat::service_test {
+
+// The data source type of a file catalog in connection details.
+inline constexpr int32_t kFileCatalog = 1;
+// Folder status of a linked catalog that cannot be reached.
+inline constexpr int32_t kStatusError = 4;
+
+// The number, source and description of the error `call` raises; number 0 when it raises none.
+struct Raised {
+  int32_t number = 0;
+  std::string source;
+  std::string description;
+};
+
+template <typename Call>
+Raised RaisedBy(Call&& call) {
+  try {
+    call();
+  } catch (const AutomationError& error) {
+    return {error.number(), error.source(), error.description()};
+  }
+  return {};
+}
+
+// Connection details of the file catalog at `path`.
+inline std::shared_ptr<ConnectionDetails> FileDetails(const std::string& path) {
+  auto details = ConnectionDetails::Create();
+  details->SetDataSourceType(kFileCatalog);
+  details->SetConnectionString(FileCatalogConnectionString(path));
+  return details;
+}
+
+inline std::shared_ptr<Folder> NewFolder(const std::string& name,
+                                         const std::string& description = "") {
+  auto folder = Folder::Create();
+  folder->SetName(name);
+  folder->SetDescription(description);
+  return folder;
+}
+
+// A clipping with one text item.
+inline std::shared_ptr<Clipping> NewClipping(const std::string& name,
+                                             const std::string& text = "text") {
+  auto clipping = Clipping::Create();
+  clipping->SetName(name);
+  auto data = ClippingData::Create();
+  data->SetClippingDataType(2);
+  data->SetRawData(text);
+  clipping->ClippingData()->Add(data);
+  return clipping;
+}
+
+// The ids of `folders` and of every folder below them, depth first.
+inline void CollectTree(const std::vector<std::shared_ptr<Folder>>& folders,
+                        std::vector<std::shared_ptr<Folder>>& out) {
+  for (const auto& folder : folders) {
+    out.push_back(folder);
+    CollectTree(folder->ChildFolders()->Snapshot(), out);
+  }
+}
+
+inline std::vector<std::string> IdsOf(const std::shared_ptr<Clippings>& clippings) {
+  std::vector<std::string> ids;
+  for (const auto& clipping : clippings->Items()->Snapshot()) ids.push_back(clipping->ID());
+  return ids;
+}
+
+inline std::vector<std::string> NamesOf(const std::shared_ptr<Folders>& folders) {
+  std::vector<std::string> names;
+  for (const auto& folder : folders->Items()->Snapshot()) names.push_back(folder->Name());
+  return names;
+}
+
+class ServiceFixture : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ReleaseAccessManager();
+    std::string pattern =
+        (std::filesystem::temp_directory_path() / "clipcat-service-XXXXXX").string();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr) << "mkdtemp failed";
+    dir_ = pattern;
+    personal_path_ = NewCatalog("personal", "Personal");
+    personal_ = FileDetails(personal_path_);
+  }
+
+  void TearDown() override {
+    // Close every catalog before its file goes.
+    ReleaseAccessManager();
+    std::error_code ignored;
+    std::filesystem::remove_all(dir_, ignored);
+  }
+
+  // Creates a file catalog with the root folder `root_name` in the new folder `folder` of the
+  // test directory; answers the catalog's path.
+  std::string NewCatalog(const std::string& folder, const std::string& root_name) {
+    std::filesystem::create_directory(dir_ / folder);
+    const std::string path = (dir_ / folder / "catalog.db").string();
+    CreateCatalog(path, root_name);
+    return path;
+  }
+
+  // Links the catalog at `path` into the personal catalog as the linked folder `name`.
+  std::shared_ptr<Folder> Link(const std::string& path, const std::string& name) {
+    auto folder = write_.AddLinkedFolder(FileDetails(path), name, personal_);
+    EXPECT_NE(folder, nullptr);
+    return folder;
+  }
+
+  // Drops the thread's manager (closing every catalog) and moves the folder `folder` away, so
+  // that the catalog in it can no longer be reached; BringOnline puts it back.
+  void TakeOffline(const std::string& folder) {
+    ReleaseAccessManager();
+    std::filesystem::rename(dir_ / folder, dir_ / (folder + ".away"));
+  }
+  void BringOnline(const std::string& folder) {
+    ReleaseAccessManager();
+    std::filesystem::rename(dir_ / (folder + ".away"), dir_ / folder);
+  }
+
+  // The catalog at `path`, opened past the services: its ids are its own keys, untagged.
+  static std::shared_ptr<DataAccess> OpenDirect(const std::string& path) {
+    auto catalog = DataAccessMDB::Create();
+    catalog->SetConnectionString(FileCatalogConnectionString(path));
+    return catalog;
+  }
+
+  // The calling thread's manager (created for the personal catalog when there is none).
+  std::shared_ptr<ClippingAccessManager> Manager() { return GetAccessManager(personal_); }
+
+  // The manager's key positions as their external catalog ids, in order ("D" gives 0).
+  std::vector<int32_t> HeldCatalogIDs() {
+    std::vector<int32_t> ids;
+    for (const auto& entry : Manager()->Entries())
+      ids.push_back(entry ? entry->ExternalCatalogID() : -1);
+    return ids;
+  }
+
+  std::filesystem::path dir_;
+  std::string personal_path_;
+  std::shared_ptr<ConnectionDetails> personal_;
+  ClippingDataRead read_;
+  ClippingDataWrite write_;
+};
+
+}  // namespace clipcat::service_test
