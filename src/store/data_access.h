@@ -124,20 +124,39 @@ class DataAccess {
   bool CanUpdateFolder(const Variant& vFolder);
 
   // ---- Clippings ----
+  // The clipping `sClippingID`, its content items too when `bGetData`; nullptr when there is
+  // none. Deleted clippings (status 4) are found as well. Raises 13 for an id that is not a key.
   std::shared_ptr<Clipping> GetClipping(const std::string& sClippingID, bool bGetData);
+  // As GetClipping, for the clipping whose GUID is `sClippingGUID`.
   std::shared_ptr<Clipping> FindClippingWithGUID(const std::string& sClippingGUID, bool bGetData);
+  // The live clipping named `sClippingName` (without regard to case) in folder `sFolderId`, or
+  // nullptr. Deleted clippings are not found.
   std::shared_ptr<Clipping> GetClippingByName(const std::string& sClippingName,
                                               const std::string& sFolderId, bool bGetData);
+  // True when folder `sFolderId` holds a live clipping of that name.
   bool ClippingNameExists(const std::string& sClippingName, const std::string& sFolderId);
   std::shared_ptr<Clippings> GetDeletedClippingsForCatalog(const std::string& sCatalogID,
                                                            bool bGetData);
+  // Stores `oClipping` with its non-empty content items in folder `sFolderId` and answers the
+  // same object with a new ID, GUID and Updated time; FolderID becomes the folder's local key.
+  // Raises -2147220996 (source "Data Services") when the folder holds a live clipping of that
+  // name. On any error nothing is stored, no transaction stays open and `oClipping` keeps its
+  // ID, GUID, FolderID and Updated.
   std::shared_ptr<Clipping> AddClipping(const std::shared_ptr<Clipping>& oClipping,
                                         const std::string& sFolderId);
+  // Writes the name, description and status of `oClipping` and a new Updated time; when
+  // `bWriteData` its content items replace all stored ones. The folder is never changed. Raises
+  // -2147220996 as AddClipping does; on any error the stored clipping stays as it was.
   std::shared_ptr<Clipping> UpdateClipping(const std::shared_ptr<Clipping>& oClipping,
                                            bool bWriteData);
+  // Takes the clipping out of its categories and marks it deleted (status 4, row and content
+  // kept), or with `bDeletePermenantly` removes its rows. An unknown key is not an error.
   void DeleteClipping(const std::string& sClippingID, bool bDeletePermenantly);
+  // Whether the insert of AddClipping (without content or name check) or DeleteClipping would
+  // succeed; nothing is kept and `oClipping` is not changed. Never raises.
   bool CanAddClipping(const std::shared_ptr<Clipping>& oClipping, const std::string& sFolderId);
   bool CanDeleteClipping(const std::string& sClippingID, bool bDeletePermenantly);
+  // Raises -999999 "Not yet implemented!!".
   bool CanUpdateClipping(const Variant& vClipping);
   bool ClippingsExist(const Variant& vArgument);
 
@@ -188,8 +207,13 @@ class DataAccess {
   void DeleteExternalCatalog(int32_t lExternalCatalogID);
 
   // ---- Access history ----
+  // At most `lMaximumItems` clippings (none for 0 or less), the most recently accessed first,
+  // with only their ID (as recorded) and Accessed time filled.
   std::shared_ptr<Clippings> GetClippingsHistroy(int32_t lMaximumItems);
+  // Records an access of `oClipping` now: a first access adds a row with count 1, a further one
+  // raises the count and renames the row. The row is looked up by ID but changed by GUID.
   void UpdateClippingHistory(const std::shared_ptr<Clipping>& oClipping);
+  // Forgets the accesses of clipping `sClippingID`; not an error when there are none.
   void DeleteClippingHistory(const std::string& sClippingID);
 
  protected:
