@@ -1,0 +1,127 @@
+// Connection handling: one access manager per thread, kept until a service object of the thread
+// is destroyed, never shared between threads.
+#include "service/connection_handler.h"
+
+#include <gtest/gtest.h>
+
+#include <latch>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "service/service_fixture.h"
+
+namespace clipcat::service_test {
+namespace {
+
+using ConnectionHandler = ServiceFixture;
+
+TEST_F(ConnectionHandler, TheManagerIsNeverPerCall) { EXPECT_FALSE(UseAccessManagerPerCall()); }
+
+TEST_F(ConnectionHandler, LaterDetailsOnTheSameThreadGetTheFirstCallsManager) {
+  const std::string other = NewCatalog("other", "Other");
+  const auto first = GetAccessManager(personal_);
+  ASSERT_NE(first, nullptr);
+  const auto d = first->GetDefaultDataAccessObject();
+  // Equal details, different details, and no details at all: the same manager, unchanged.
+  EXPECT_EQ(GetAccessManager(FileDetails(personal_path_)), first);
+  EXPECT_EQ(GetAccessManager(FileDetails(other)), first);
+  EXPECT_EQ(GetAccessManager(nullptr), first);
+  EXPECT_EQ(first->GetDefaultDataAccessObject(), d);
+  EXPECT_EQ(d->ConnectionString(), FileCatalogConnectionString(personal_path_));
+  // Service calls with the other details still reach the first call's catalog.
+  EXPECT_EQ(read_.GetPersonalCatalogRootFolder(FileDetails(other))->Name(), "Personal");
+}
+
+TEST_F(ConnectionHandler, AfterAReleaseTheNextCallBuildsAManagerFromItsOwnDetails) {
+  const std::string other = NewCatalog("other", "Other");
+  const auto first = GetAccessManager(personal_);
+  const auto d = first->GetDefaultDataAccessObject();
+  d->OpenCatalog("", "", "");
+  ReleaseAccessManager();
+  // The released manager lives on while held; the thread no longer uses it.
+  const auto second = GetAccessManager(FileDetails(other));
+  EXPECT_NE(second, first);
+  EXPECT_EQ(second->GetDefaultDataAccessObject()->ConnectionString(),
+            FileCatalogConnectionString(other));
+  EXPECT_EQ(read_.GetPersonalCatalogRootFolder(personal_)->Name(), "Other");
+}
+
+TEST_F(ConnectionHandler, MakingAManagerWithoutDetailsRaises91) {
+  EXPECT_EQ(RaisedBy([] { GetAccessManager(nullptr); }).number, err::kObjectVariableNotSet);
+  // The failure leaves no manager behind: the next call makes one from its details.
+  EXPECT_EQ(GetAccessManager(personal_)->GetDefaultDataAccessObject()->ConnectionString(),
+            personal_->ConnectionString());
+}
+
+TEST_F(ConnectionHandler, DestroyingAnyServiceObjectDropsTheThreadsManager) {
+  const std::string other = NewCatalog("other", "Other");
+  for (int kind = 0; kind < 2; ++kind) {
+    SCOPED_TRACE(kind == 0 ? "read" : "write");
+    ReleaseAccessManager();
+    auto before = GetAccessManager(personal_);
+    const auto d = before->GetDefaultDataAccessObject();
+    d->OpenCatalog("", "", "");
+    if (kind == 0) {
+      ClippingDataRead short_lived;
+      EXPECT_EQ(short_lived.GetPersonalCatalogRootFolder(personal_)->Name(), "Personal");
+    } else {
+      ClippingDataWrite short_lived;
+      short_lived.AddFolder(NewFolder("made by a short-lived writer"), "1", personal_);
+    }
+    // The fixture's own service objects are still alive; their next call gets a new manager,
+    // built from that call's details.
+    const auto root = read_.GetPersonalCatalogRootFolder(FileDetails(other));
+    EXPECT_EQ(root->Name(), "Other");
+    EXPECT_NE(GetAccessManager(personal_), before);
+    // The dropped manager closes its catalogs when its last holder lets it go.
+    EXPECT_TRUE(d->IsOpen());
+    before.reset();
+    EXPECT_FALSE(d->IsOpen());
+  }
+}
+
+TEST_F(ConnectionHandler, EachThreadHasAManagerOfItsOwn) {
+  const std::string path_a = NewCatalog("a", "Thread A");
+  const std::string path_b = NewCatalog("b", "Thread B");
+  const auto main_manager = GetAccessManager(personal_);
+
+  // Both threads hold their managers at the same time, so distinct addresses mean distinct
+  // managers; each thread's service calls reach its own catalog.
+  std::latch both_hold(2);
+  std::latch checked(1);
+  ClippingAccessManager* seen[2] = {nullptr, nullptr};
+  std::string root_names[2];
+  bool same_on_second_call[2] = {false, false};
+  auto body = [&](int i, const std::string& path) {
+    const auto details = FileDetails(path);
+    const auto mine = GetAccessManager(details);
+    seen[i] = mine.get();
+    same_on_second_call[i] = GetAccessManager(personal_) == mine;
+    ClippingDataRead read;
+    root_names[i] = read.GetPersonalCatalogRootFolder(personal_)->Name();
+    both_hold.count_down();
+    checked.wait();
+  };
+  std::thread a(body, 0, path_a);
+  std::thread b(body, 1, path_b);
+  both_hold.wait();
+  EXPECT_NE(seen[0], nullptr);
+  EXPECT_NE(seen[1], nullptr);
+  EXPECT_NE(seen[0], seen[1]);
+  EXPECT_NE(seen[0], main_manager.get());
+  EXPECT_NE(seen[1], main_manager.get());
+  checked.count_down();
+  a.join();
+  b.join();
+  EXPECT_TRUE(same_on_second_call[0]);
+  EXPECT_TRUE(same_on_second_call[1]);
+  EXPECT_EQ(root_names[0], "Thread A");
+  EXPECT_EQ(root_names[1], "Thread B");
+  // The threads' work left this thread's manager as it was.
+  EXPECT_EQ(GetAccessManager(FileDetails(path_a)), main_manager);
+  EXPECT_EQ(read_.GetPersonalCatalogRootFolder(personal_)->Name(), "Personal");
+}
+
+}  // namespace
+}  // namespace clipcat::service_test
