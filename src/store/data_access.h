@@ -100,27 +100,63 @@ class DataAccess {
   // otherwise.
 
   // ---- Folders ----
+  // The folder at the top of this catalog that stands for no other catalog (parent 0, external
+  // catalog 0), or nullptr when there is none. `sCatalogID` is not used.
   std::shared_ptr<Folder> GetCatalogsRootFolder(const std::string& sCatalogID);
   std::shared_ptr<Folder> GetPersonalCatalogRootFolder();
+  // The folders at the top in name order, each with its whole subtree in ChildFolders. Linked
+  // folders (and folders naming another catalog below the top) only with
+  // `bIncludeExternalFolders`, deleted ones (status 3) only with `bGetDeletedItems`; status-4
+  // folders are never among the children. Raises err::kDatabaseError, naming the folder, when a
+  // folder is among its own ancestors.
   std::shared_ptr<Folders> GetFolders(bool bIncludeExternalFolders, bool bGetDeletedItems);
+  // The folder `sFolderId`, whatever its status, without children; nullptr when there is none.
+  // Raises 13 for an id that is not a key.
   std::shared_ptr<Folder> GetFolder(const std::string& sFolderId);
+  // The first non-deleted folder named `sFolderName` (compared as the catalog compares names,
+  // without regard to case) under `sParentFolderID`, or nullptr.
   std::shared_ptr<Folder> GetFolderByName(const std::string& sFolderName,
                                           const std::string& sParentFolderID);
+  // True when GetFolderByName would find a folder.
   bool FolderNameExists(const std::string& sFolderName, const std::string& sParentFolderID);
+  // Replaces the ChildFolders of `oFolder` (and of each child, down to the leaves) with the
+  // folders listed as GetFolders lists them, and answers `oFolder`. Raises as GetFolders does,
+  // and 91 for nullptr.
   std::shared_ptr<Folder> GetChildFolders(const std::shared_ptr<Folder>& oFolder,
                                           bool bIncludeExternalFolders, bool bGetDeletedItems);
+  // The children of `sParentFolderID` one level down, in name order, without their children.
   std::shared_ptr<Folders> GetChildrenFolders(const std::string& sParentFolderID,
                                               bool bIncludeExternalFolders, bool bGetDeletedItems);
+  // True when any folder, deleted ones included, was written at or after the given time.
   bool HaveFoldersChanged(const Date& tDateTimeFoldersChecked);
+  // Stores `oFolder` as a new active leaf under `sParentFolderID` (0 for the top), clears the
+  // parent's leaf mark, and answers the same object with a new ID, GUID, Updated time, status 1
+  // and ParentID. With `bCheckNameUnique` raises -2147220997 (source "Data Services", message
+  // 116 with the name) when a non-deleted sibling has the name, or when the name is empty. On
+  // any error nothing is stored, no transaction stays open and `oFolder` is as it was.
   std::shared_ptr<Folder> AddFolder(const std::shared_ptr<Folder>& oFolder,
                                     const std::string& sParentFolderID, bool bCheckNameUnique);
+  // Writes the name, description, external catalog and status of `oFolder` and a new Updated
+  // time; the parent and the leaf mark are not changed. Checks and raises as AddFolder does,
+  // against the siblings under `oFolder`'s ParentID; on any error the row stays as it was.
   std::shared_ptr<Folder> UpdateFolder(const std::shared_ptr<Folder>& oFolder,
                                        bool bCheckNameUnique);
+  // Sets the leaf mark of `sFolderId`; does nothing for key 0.
   void UpdateParentFolder(const std::string& sFolderId, bool bIsLeaf);
+  // Marks the folder, its non-deleted subfolders and their clippings deleted, or with
+  // `bDeletePermenantly` removes their rows; subfolders already marked deleted are left as they
+  // are. Then marks the parent a leaf when the folder has no children left, whatever other
+  // children the parent has. An unknown id is not an error. All or nothing: on an error the tree
+  // stays as it was.
   void DeleteFolder(const std::string& sFolderId, bool bDeletePermenantly);
   void DeleteClippingsFromFolder(const std::string& sFolderId, bool bDeletePermenantly);
+  // Whether the insert of AddFolder (without the name check) would succeed; nothing is kept and
+  // `oFolder` is not changed. Never raises.
   bool CanAddFolder(const std::shared_ptr<Folder>& oFolder, const std::string& sParentFolderID);
+  // Whether the folder exists and its clippings and row could be deleted (subfolders are not
+  // tried); nothing is kept. Never raises.
   bool CanDeleteFolder(const std::string& sFolderId, bool bDeletePermenantly);
+  // Raises -999999 "Not yet implemented!!" with source "CanUpdateFolder".
   bool CanUpdateFolder(const Variant& vFolder);
 
   // ---- Clippings ----
@@ -197,13 +233,28 @@ class DataAccess {
   void DeleteAllCategoriesFromClipping(const std::string& sClippingID);
 
   // ---- Linked folders and external catalogs ----
+  // External catalog ids here are plain keys of this catalog's external catalog table.
+
+  // Links the catalog `oConnectionDetails` describes: a new external catalog row (online, the
+  // details' XML as its connection string) and a folder named `sFolderName` at the top that
+  // stands for it, added without the name check. Answers the folder. Raises 91 for nullptr and 5
+  // for details that XML cannot carry; on any error neither row is kept.
   std::shared_ptr<Folder> AddLinkedFolder(
       const std::shared_ptr<ConnectionDetails>& oConnectionDetails, const std::string& sFolderName);
+  // Every folder at the top of this catalog, in name order and without children, whatever its
+  // external catalog and status.
   std::shared_ptr<Folders> GetLinkedFolders();
+  // True when the folder names an external catalog or is at the top of the tree; false for an
+  // unknown id.
   bool IsLinkedFolder(const std::string& sFolderID);
+  // The first folder that stands for external catalog `lExternalCatalogID`, or nullptr.
   std::shared_ptr<Folder> GetFolderWithExternalCatalog(int32_t lExternalCatalogID);
+  // Every external catalog row; an empty list when there is none.
   std::shared_ptr<ExternalCatalogCollection> GetExternalCatalogs();
+  // The external catalog row `lExternalCatalogID`. Raises err::kNoCurrentRecord (3021) when
+  // there is none.
   std::shared_ptr<ExternalCatalog> GetExternalCatalog(int32_t lExternalCatalogID);
+  // Removes the external catalog row; its linked folder stays. An unknown id is not an error.
   void DeleteExternalCatalog(int32_t lExternalCatalogID);
 
   // ---- Access history ----
