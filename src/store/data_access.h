@@ -197,39 +197,105 @@ class DataAccess {
   bool ClippingsExist(const Variant& vArgument);
 
   // ---- Clipping queries and search ----
+  // Searches match text as the catalog compares it, without regard to ASCII case. In a search
+  // text only "*" is a wildcard (any run of characters), and only where a member says so; "%",
+  // "_" and every other character stand for themselves.
+
+  // The clippings of folder `sFolderId` in name order, deleted ones (status 4) only with
+  // `bGetDeletedItems`, each with its content when `bGetData`. With `oClippings` nullptr the
+  // answer is a new list; otherwise it is `oClippings` itself, and when it holds clippings only
+  // the rows among their ids (keys of this catalog as they are, untagged) are read and appended
+  // after them. Raises 13 for a folder id or a held id that is not a key, 91 for a held nullptr;
+  // the list is unchanged when anything raises.
   std::shared_ptr<Clippings> GetClippingsFromFolder(const std::string& sFolderId, bool bGetData,
                                                     std::shared_ptr<Clippings> oClippings,
                                                     bool bGetDeletedItems);
+  // The clippings of `oFolder` and of every folder in its loaded ChildFolders tree (children not
+  // loaded are not searched), deleted ones included, in the catalog's order. Raises 91 for
+  // nullptr and 13 when a folder's id is not a key.
   std::shared_ptr<Clippings> GetClippingsForFolderAndChildFolders(
       const std::shared_ptr<Folder>& oFolder, bool bGetData);
+  // The non-deleted members of category `sCategoryID`, in name order. Raises 13 for an id that
+  // is not a key.
   std::shared_ptr<Clippings> GetClippingsFromCategory(const std::string& sCategoryID,
                                                       bool bGetData);
+  // Every non-deleted clipping of the catalog that belongs to no category, in name order.
+  // `sCatalogID` is not used.
   std::shared_ptr<Clippings> GetClippingsWithoutCategory(const std::string& sCatalogID,
                                                          bool bGetData);
+  // The non-deleted clippings whose name or description contains `oSearch`'s SearchText ("*"
+  // included, literally; an empty text matches all), without content and in the catalog's
+  // order. Its FolderIDs, when there are any, narrow the search to exactly those folders: they
+  // are keys of this catalog as they are (not item ids), and one that is not a number raises 13.
+  // CategoryNames and the switches are not read. Raises 91 for nullptr.
   std::shared_ptr<Clippings> FindClippings(const std::shared_ptr<Search>& oSearch);
+  // The non-deleted clippings whose whole name or description matches `oSearch`'s SearchText,
+  // "*" a wildcard (an empty text matches nothing); each without content, with its PathName and
+  // its category names (as GetCategoriesNamesForClipping gives them), in the catalog's order.
+  // FolderIDs (item ids; subfolders only when listed) narrow the search. CategoryNames (with
+  // "*" wildcards) narrow it to members of a named category, or, with
+  // OrClippingBelongsToCategory, add every non-deleted member of one whatever the text and the
+  // folders. SearchSubFolders is not read, and `oSearch` is not changed. Raises 13 for a folder
+  // id that is not a key, 91 for nullptr.
   std::shared_ptr<Clippings> SearchForClippings(const std::shared_ptr<Search>& oSearch);
 
   // ---- Categories ----
+  // Categories are kept in category group 1; rows of other groups are neither listed nor
+  // compared. Ids that are not keys raise 13 before anything is written.
+
+  // True when a category was written after the given time (to the second).
   bool HaveCategoriesChanged(const Date& tDateTimeCategoriesChecked);
+  // True when a category is named `sCategoryName` (without regard to case). `sFolderID` is not
+  // used.
   bool CategoryNameExists(const std::string& sCategoryName, const std::string& sFolderID);
+  // Stores `oCategory` as a new category and answers the same object with its new ID and
+  // Updated time. Raises -2147220995 (source "Data Services", message 116 with the name) when
+  // another category has the name; on any error nothing is stored, no transaction stays open
+  // and `oCategory` is as it was. `sFolderID` is not used.
   std::shared_ptr<Category> AddCategory(const std::shared_ptr<Category>& oCategory,
                                         const std::string& sFolderID);
+  // Writes the name and description of `oCategory` with a new Updated time. When another
+  // category has the name, raises -2147220995 as AddCategory does but leaves the update pending
+  // in a transaction that stays open: the connection's next commit keeps it, its next rollback
+  // or CloseCatalog drops it. Other errors roll back.
   std::shared_ptr<Category> UpdateCategory(const std::shared_ptr<Category>& oCategory);
+  // Makes every clipping now in folder `sFolderID` or below it (deleted ones included) a member
+  // of `sCategoryID`, as AddClippingsToCategory does; clippings added later do not join. An
+  // unknown folder is not an error.
   void AddFolderToCategory(const std::string& sFolderID, const std::string& sCategoryID);
+  // Removes the clippings now in folder `sFolderID` or below it from all their categories. An
+  // unknown folder is not an error.
   void DeleteAllCategoriesFromFolder(const std::string& sFolderID);
+  // Makes `sClippingID` a member of `sCategoryID`. Raises the database's error when it is a
+  // member already.
   void AddClippingToCategory(const std::string& sClippingID, const std::string& sCategoryID);
+  // Adds each clipping of `colClippings` in turn; one that cannot join (a member already, an id
+  // that is not a key, nullptr) is skipped and the others still join. Raises 13 for a category
+  // id that is not a key and 91 for nullptr, before anything is added.
   void AddClippingsToCategory(const std::shared_ptr<Clippings>& colClippings,
                               const std::string& sCategoryID);
+  // Adds `sClippingID` to each category of `colCategories` in turn; the first failure raises,
+  // and the memberships added before it stay.
   void AddClippingToCategories(const std::string& sClippingID,
                                const std::shared_ptr<Categories>& colCategories);
+  // Ends one membership; not an error when there is none.
   void DeleteClippingFromCategory(const std::string& sClippingID, const std::string& sCategoryID);
+  // Removes the category's memberships, then the category itself. An unknown id is not an error.
   void DeleteCategory(const std::string& sCategoryID);
+  // The category `sCategoryID`, or nullptr when there is none.
   std::shared_ptr<Category> GetCategory(const std::string& sCategoryID);
+  // Always raises the database's error (err::kDatabaseError): its statement names a column that
+  // catalogs do not have, and callers have always received that error.
   std::shared_ptr<Category> GetCategoryByName(const std::string& sCategoryName);
+  // Every category of the catalog in name order; `sFolderID` does not narrow the list.
   std::shared_ptr<Categories> GetCategoriesFromLinkedFolder(const std::string& sFolderID);
   std::shared_ptr<Categories> GetCategoriesFromFolder(const std::string& sFolderID);
+  // The categories of `sClippingID` in name order, with ID, Name and Updated (Description is
+  // left empty).
   std::shared_ptr<Categories> GetCategoriesForClipping(const std::string& sClippingID);
+  // The names of GetCategoriesForClipping joined with ", "; the empty text for none.
   std::string GetCategoriesNamesForClipping(const std::string& sClippingID);
+  // Ends every membership of `sClippingID`; not an error when there is none.
   void DeleteAllCategoriesFromClipping(const std::string& sClippingID);
 
   // ---- Linked folders and external catalogs ----
