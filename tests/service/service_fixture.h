@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -14,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "entities/category.h"
 #include "entities/clipping.h"
 #include "entities/connection_details.h"
 #include "entities/folder.h"
@@ -93,11 +95,40 @@ inline std::vector<std::string> IdsOf(const std::shared_ptr<Clippings>& clipping
   return ids;
 }
 
+inline std::vector<std::string> IdsOf(const std::shared_ptr<Folders>& folders) {
+  std::vector<std::string> ids;
+  for (const auto& folder : folders->Items()->Snapshot()) ids.push_back(folder->ID());
+  return ids;
+}
+
+inline std::vector<std::string> NamesOf(const std::shared_ptr<Categories>& categories) {
+  std::vector<std::string> names;
+  for (const auto& category : categories->Items()->Snapshot()) names.push_back(category->Name());
+  return names;
+}
+
+inline std::vector<std::string> Sorted(std::vector<std::string> texts) {
+  std::sort(texts.begin(), texts.end());
+  return texts;
+}
+
 inline std::vector<std::string> NamesOf(const std::shared_ptr<Folders>& folders) {
   std::vector<std::string> names;
   for (const auto& folder : folders->Items()->Snapshot()) names.push_back(folder->Name());
   return names;
 }
+
+// A file catalog linked into the personal catalog.
+struct LinkedCatalog {
+  std::string folder;              // its folder in the test directory
+  std::string path;                // the catalog file
+  std::shared_ptr<Folder> linked;  // the linked folder in the personal catalog
+  int32_t id = 0;                  // its external catalog id
+
+  // The item id of the item with local key `key` in this catalog ("P<id>C<key>").
+  std::string Item(const std::string& key) const { return "P" + std::to_string(id) + "C" + key; }
+  std::string Root() const { return Item("1"); }
+};
 
 class ServiceFixture : public ::testing::Test {
  protected:
@@ -132,6 +163,63 @@ class ServiceFixture : public ::testing::Test {
     auto folder = write_.AddLinkedFolder(FileDetails(path), name, personal_);
     EXPECT_NE(folder, nullptr);
     return folder;
+  }
+
+  // Creates a file catalog (root `root_name`) in `folder` and links it as `link_name`.
+  LinkedCatalog AddLinkedCatalog(const std::string& folder, const std::string& root_name,
+                                 const std::string& link_name) {
+    LinkedCatalog catalog;
+    catalog.folder = folder;
+    catalog.path = NewCatalog(folder, root_name);
+    catalog.linked = Link(catalog.path, link_name);
+    if (catalog.linked) catalog.id = catalog.linked->ExternalCatalogID();
+    EXPECT_GT(catalog.id, 0);
+    return catalog;
+  }
+
+  // The catalogs most tests work on, written past the services so that the read tests do not
+  // depend on the write service:
+  //   personal: Personal(1) / Letters / Old; clippings "Root note" in Personal, "Dear sir" in
+  //             Letters, "Yours" in Old; the linked folders "Alpha" and "Beta"
+  //   a:        A root(1) / Shared / Deeper; "Top note" in A root, "Shared note" in Shared,
+  //             "Deep note" in Deeper
+  //   b:        B root(1) / Bee; "Bee note" in Bee
+  // Ids are as the services answer them: plain for the personal catalog, tagged for a and b.
+  struct Layout {
+    std::string letters, old, root_note, dear, yours;
+    LinkedCatalog a, b;
+    std::string shared, deeper, top_note, shared_note, deep_note;
+    std::string bee, bee_note;
+  };
+
+  Layout BuildLayout() {
+    Layout l;
+    const auto personal = OpenDirect(personal_path_);
+    l.letters = personal->AddFolder(NewFolder("Letters"), "1", true)->ID();
+    l.old = personal->AddFolder(NewFolder("Old"), l.letters, true)->ID();
+    l.root_note = personal->AddClipping(NewClipping("Root note"), "1")->ID();
+    l.dear = personal->AddClipping(NewClipping("Dear sir"), l.letters)->ID();
+    l.yours = personal->AddClipping(NewClipping("Yours"), l.old)->ID();
+    personal->CloseCatalog();
+
+    l.a = AddLinkedCatalog("a", "A root", "Alpha");
+    const auto a = OpenDirect(l.a.path);
+    const std::string shared = a->AddFolder(NewFolder("Shared"), "1", true)->ID();
+    const std::string deeper = a->AddFolder(NewFolder("Deeper"), shared, true)->ID();
+    l.shared = l.a.Item(shared);
+    l.deeper = l.a.Item(deeper);
+    l.top_note = l.a.Item(a->AddClipping(NewClipping("Top note"), "1")->ID());
+    l.shared_note = l.a.Item(a->AddClipping(NewClipping("Shared note"), shared)->ID());
+    l.deep_note = l.a.Item(a->AddClipping(NewClipping("Deep note"), deeper)->ID());
+    a->CloseCatalog();
+
+    l.b = AddLinkedCatalog("b", "B root", "Beta");
+    const auto b = OpenDirect(l.b.path);
+    const std::string bee = b->AddFolder(NewFolder("Bee"), "1", true)->ID();
+    l.bee = l.b.Item(bee);
+    l.bee_note = l.b.Item(b->AddClipping(NewClipping("Bee note"), bee)->ID());
+    b->CloseCatalog();
+    return l;
   }
 
   // Drops the thread's manager (closing every catalog) and moves the folder `folder` away, so
