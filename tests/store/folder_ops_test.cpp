@@ -3,13 +3,16 @@
 
 #include <functional>
 #include <memory>
+#include <regex>
 #include <set>
 #include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
 
+#include "store/backend_factory.h"
 #include "store/data_access.h"
+#include "store/data_access_internal.h"
 #include "temp_catalog.h"
 #include "util/errors.h"
 #include "util/messages.h"
@@ -717,12 +720,173 @@ TEST_P(FolderOpsTest, CanUpdateFolderIsNotImplemented) {
   EXPECT_EQ(error.description(), "Not yet implemented!!");
 }
 
+// Writes down each statement and transaction step before the real engine runs it.
+class RecordingBackend : public DatabaseBackend {
+ public:
+  RecordingBackend(std::unique_ptr<DatabaseBackend> engine, std::vector<std::string>* log)
+      : engine_(std::move(engine)), log_(log) {}
+  std::string EngineName() const override { return engine_->EngineName(); }
+  void Execute(std::string_view sql) override {
+    log_->emplace_back(sql);
+    engine_->Execute(sql);
+  }
+  RowSet Query(std::string_view sql) override {
+    log_->emplace_back(sql);
+    return engine_->Query(sql);
+  }
+  std::unique_ptr<RowCursor> OpenCursor(std::string_view sql) override {
+    log_->emplace_back(sql);
+    return engine_->OpenCursor(sql);
+  }
+  void BeginTransaction() override {
+    log_->emplace_back("<begin>");
+    engine_->BeginTransaction();
+  }
+  void CommitTransaction() override {
+    log_->emplace_back("<commit>");
+    engine_->CommitTransaction();
+  }
+  void RollbackTransaction() override {
+    log_->emplace_back("<rollback>");
+    engine_->RollbackTransaction();
+  }
+  void Close() override { engine_->Close(); }
+
+ private:
+  std::unique_ptr<DatabaseBackend> engine_;
+  std::vector<std::string>* log_;
+};
+
+// The folder statements are what other programs sharing a catalog, and the catalog's indexes,
+// were made for: a rewrite that changes one must change this test knowingly. Statements of the
+// clipping operations that a folder delete calls are left out; dates and GUIDs are placeholders.
+class FolderStatementTest : public FolderOpsTest {
+ protected:
+  void SetUp() override {
+    access_ = Make();
+    std::vector<std::string>* log = &log_;
+    DataAccessInternal::OpenCatalogThrough(
+        *access_,
+        [log](const std::string& connection_string, const std::string& user_name,
+              const std::string& password) -> std::unique_ptr<DatabaseBackend> {
+          return std::make_unique<RecordingBackend>(
+              OpenBackend(connection_string, user_name, password), log);
+        });
+  }
+
+  std::vector<std::string> Run(const std::function<void()>& call) {
+    static const std::regex kDate("'[0-9]{2}:[0-9]{2}:[0-9]{2} [0-9]{1,2} [^ ']+ [0-9]{4}'");
+    static const std::regex kGuid("'[0-9A-F]{32}'");
+    log_.clear();
+    call();
+    std::vector<std::string> statements;
+    for (const std::string& sql : log_) {
+      if (sql.find("Clipping") != std::string::npos) continue;
+      statements.push_back(
+          std::regex_replace(std::regex_replace(sql, kDate, "<date>"), kGuid, "<guid>"));
+    }
+    return statements;
+  }
+
+  std::shared_ptr<DataAccess> access_;
+  std::vector<std::string> log_;
+};
+
+using Statements = std::vector<std::string>;
+
+TEST_P(FolderStatementTest, ReadsRunTheirOwnText) {
+  InsertFolder(2, 1, "Mail");
+  EXPECT_EQ(Run([&] { access_->GetPersonalCatalogRootFolder(); }),
+            Statements{"SELECT * From Folder Where lExternalCatalogId=0 AND lParentId=0"});
+  EXPECT_EQ(
+      Run([&] { access_->FolderNameExists("O'Neil", "1"); }),
+      Statements{"Select * From Folder WHERE sName='O''Neil' AND lParentId=1 AND iStatus <>3"});
+  EXPECT_EQ(Run([&] { access_->HaveFoldersChanged(Date::Now()); }),
+            Statements{"Select lFolderId From Folder Where tUpdated >= <date>"});
+  EXPECT_EQ(Run([&] { access_->GetFolders(false, false); }),
+            (Statements{"Select * FROM Folder WHERE lParentID=0 AND lExternalCatalogID=0  AND "
+                        "iStatus <> 3  ORDER BY sName ASC ",
+                        "SELECT * From  Folder WHERE lParentId=1 AND NOT iStatus=4 AND "
+                        "lExternalCatalogId=0  AND iStatus <> 3  ORDER BY sName ASC ",
+                        "SELECT * From  Folder WHERE lParentId=2 AND NOT iStatus=4 AND "
+                        "lExternalCatalogId=0  AND iStatus <> 3  ORDER BY sName ASC "}));
+  EXPECT_EQ(Run([&] { access_->GetFolders(true, true); }),
+            (Statements{"SELECT * FROM Folder WHERE lParentId=0   ORDER BY sName ASC ",
+                        "SELECT * From  Folder WHERE lParentId=1 AND NOT iStatus=4 ORDER BY sName "
+                        "ASC ",
+                        "SELECT * From  Folder WHERE lParentId=2 AND NOT iStatus=4 ORDER BY sName "
+                        "ASC "}));
+  EXPECT_EQ(Run([&] { access_->UpdateParentFolder("0", true); }), Statements{});
+}
+
+TEST_P(FolderStatementTest, WritesRunTheirOwnTextInOrder) {
+  auto folder = Folder::Create();
+  folder->SetName("Mail");
+  EXPECT_EQ(Run([&] { access_->AddFolder(folder, "1", true); }),
+            (Statements{
+                "<begin>",
+                "Insert Into FolderIDGenerator (sGUID) Values ( <guid> ) ",
+                "Select lID From FolderIDGenerator Where sGUID=<guid>",
+                "Delete From FolderIDGenerator Where sGUID=<guid>",
+                "INSERT INTO Folder ( lFolderID, sGuid, lParentID, sName, sDescription, "
+                "lExternalCatalogId, bIsLeaf, bIsOffline, iStatus, tUpdated ) Values ( 2, <guid>, "
+                "1, 'Mail', Null, 0, 1, 0, 1, <date> )",
+                "Select * From Folder Where sName='Mail' AND lParentId=1 AND iStatus <>3",
+                "UPDATE Folder Set bIsLeaf=0 WHERE lFolderID=1",
+                "<commit>",
+            }));
+  folder->SetDescription("Letters");
+  EXPECT_EQ(Run([&] { access_->UpdateFolder(folder, true); }),
+            (Statements{
+                "<begin>",
+                "UPDATE Folder Set sName='Mail', sDescription='Letters', lExternalCatalogId='0', "
+                "iStatus=1, tUpdated=<date> WHERE lFolderID=2",
+                "Select * From Folder Where sName='Mail' AND lParentId=1 AND iStatus <>3",
+                "<commit>",
+            }));
+  const Statements removal_of_a_leaf = {
+      "<begin>",
+      "SELECT * From Folder WHERE lFolderId=2",
+      "SELECT * From  Folder WHERE lParentId=2 AND NOT iStatus=4 AND iStatus <> 3  ORDER BY "
+      "sName ASC ",
+      "<begin>",  // the clippings, once before and once after the row
+      "<commit>",
+      "Update Folder Set iStatus=3 Where lFolderID=2",
+      "Update Folder Set iStatus=3 Where lFolderID=2",
+      "<begin>",
+      "<commit>",
+      "SELECT * From  Folder WHERE lParentId=2 AND NOT iStatus=4 AND iStatus <> 3  ORDER BY "
+      "sName ASC ",
+      "UPDATE Folder Set bIsLeaf=1 WHERE lFolderID=1",
+      "<commit>",
+  };
+  EXPECT_EQ(Run([&] { access_->DeleteFolder("2", false); }), removal_of_a_leaf);
+  Statements permanent = removal_of_a_leaf;
+  for (std::string& sql : permanent) {
+    if (sql.rfind("Update Folder Set iStatus", 0) == 0)
+      sql = "Delete From Folder Where lFolderID=2";
+  }
+  EXPECT_EQ(Run([&] { access_->DeleteFolder("2", true); }), permanent);
+  EXPECT_EQ(Run([&] { access_->CanAddFolder(folder, "1"); }),
+            (Statements{
+                "<begin>",
+                "Insert Into FolderIDGenerator (sGUID) Values ( <guid> ) ",
+                "Select lID From FolderIDGenerator Where sGUID=<guid>",
+                "Delete From FolderIDGenerator Where sGUID=<guid>",
+                "INSERT INTO Folder ( lFolderID, sGuid, lParentID, sName, sDescription, "
+                "lExternalCatalogId, bIsLeaf, bIsOffline, iStatus, tUpdated ) Values ( 3, <guid>, "
+                "1, 'Mail', 'Letters', 0, 1, 0, 1, <date> )",
+                "<rollback>",
+            }));
+}
+
 std::string KindName(const ::testing::TestParamInfo<size_t>& info) {
   return info.param == 0 ? "SQL" : "MDB";
 }
 
 INSTANTIATE_TEST_SUITE_P(BothKinds, FolderOpsTest, ::testing::Values(0, 1), KindName);
 INSTANTIATE_TEST_SUITE_P(BothKinds, FolderDeleteTest, ::testing::Values(0, 1), KindName);
+INSTANTIATE_TEST_SUITE_P(BothKinds, FolderStatementTest, ::testing::Values(0, 1), KindName);
 
 }  // namespace
 }  // namespace clipcat

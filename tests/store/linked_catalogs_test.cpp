@@ -2,10 +2,13 @@
 
 #include <functional>
 #include <memory>
+#include <regex>
 #include <string>
 #include <vector>
 
+#include "store/backend_factory.h"
 #include "store/data_access.h"
+#include "store/data_access_internal.h"
 #include "temp_catalog.h"
 #include "util/errors.h"
 #include "util/values.h"
@@ -255,6 +258,103 @@ TEST_P(LinkedCatalogsTest, FailedLinkLeavesNoRows) {
   access->AddLinkedFolder(Details("DSN=Found"), "Found");
   EXPECT_EQ(Count("ExternalCatalog"), 1);
   EXPECT_EQ(Count("Folder"), 2);
+}
+
+// Writes down each statement and transaction step before the real engine runs it.
+class RecordingBackend : public DatabaseBackend {
+ public:
+  RecordingBackend(std::unique_ptr<DatabaseBackend> engine, std::vector<std::string>* log)
+      : engine_(std::move(engine)), log_(log) {}
+  std::string EngineName() const override { return engine_->EngineName(); }
+  void Execute(std::string_view sql) override {
+    log_->emplace_back(sql);
+    engine_->Execute(sql);
+  }
+  RowSet Query(std::string_view sql) override {
+    log_->emplace_back(sql);
+    return engine_->Query(sql);
+  }
+  std::unique_ptr<RowCursor> OpenCursor(std::string_view sql) override {
+    log_->emplace_back(sql);
+    return engine_->OpenCursor(sql);
+  }
+  void BeginTransaction() override {
+    log_->emplace_back("<begin>");
+    engine_->BeginTransaction();
+  }
+  void CommitTransaction() override {
+    log_->emplace_back("<commit>");
+    engine_->CommitTransaction();
+  }
+  void RollbackTransaction() override {
+    log_->emplace_back("<rollback>");
+    engine_->RollbackTransaction();
+  }
+  void Close() override { engine_->Close(); }
+
+ private:
+  std::unique_ptr<DatabaseBackend> engine_;
+  std::vector<std::string>* log_;
+};
+
+// The exact statements, which other programs sharing the catalog read the same rows by. Dates
+// and GUIDs are placeholders.
+TEST_P(LinkedCatalogsTest, StatementsRunTheirOwnText) {
+  using Statements = std::vector<std::string>;
+  auto access = Make();
+  Statements log;
+  DataAccessInternal::OpenCatalogThrough(
+      *access,
+      [&log](const std::string& connection_string, const std::string& user_name,
+             const std::string& password) -> std::unique_ptr<DatabaseBackend> {
+        return std::make_unique<RecordingBackend>(
+            OpenBackend(connection_string, user_name, password), &log);
+      });
+  const auto run = [&](const std::function<void()>& call) {
+    static const std::regex kDate("'[0-9]{2}:[0-9]{2}:[0-9]{2} [0-9]{1,2} [^ ']+ [0-9]{4}'");
+    static const std::regex kGuid("'[0-9A-F]{32}'");
+    log.clear();
+    call();
+    Statements statements;
+    for (const std::string& sql : log) {
+      statements.push_back(
+          std::regex_replace(std::regex_replace(sql, kDate, "<date>"), kGuid, "<guid>"));
+    }
+    return statements;
+  };
+  auto details = Details("DSN=Sales");
+  EXPECT_EQ(run([&] { access->AddLinkedFolder(details, "Sales"); }),
+            (Statements{
+                "<begin>",
+                "Insert Into ExternalCatalogIDGenerator (sGUID) Values ( <guid> ) ",
+                "Select lID From ExternalCatalogIDGenerator Where sGUID=<guid>",
+                "Delete From ExternalCatalogIDGenerator Where sGUID=<guid>",
+                "Insert Into ExternalCatalog (lExternalCatalogID, sGuid, sConnectString, "
+                "bIsOnline)  Values (1, <guid>, " +
+                    SqlText(details->XML()) + ", 1)",
+                "<begin>",
+                "Insert Into FolderIDGenerator (sGUID) Values ( <guid> ) ",
+                "Select lID From FolderIDGenerator Where sGUID=<guid>",
+                "Delete From FolderIDGenerator Where sGUID=<guid>",
+                "INSERT INTO Folder ( lFolderID, sGuid, lParentID, sName, sDescription, "
+                "lExternalCatalogId, bIsLeaf, bIsOffline, iStatus, tUpdated ) Values ( 2, <guid>, "
+                "0, 'Sales', Null, 1, 1, 0, 1, <date> )",
+                "<commit>",
+                "<commit>",
+            }));
+  EXPECT_EQ(run([&] { access->GetLinkedFolders(); }),
+            Statements{"Select * From Folder Where lParentID=0 ORDER BY sName ASC "});
+  EXPECT_EQ(run([&] { access->IsLinkedFolder("2"); }),
+            Statements{"Select lExternalCatalogId From Folder Where lFolderId=2 AND "
+                       "(lExternalCatalogId <> 0 OR lParentID = 0 )"});
+  EXPECT_EQ(run([&] { access->GetFolderWithExternalCatalog(1); }),
+            Statements{"Select * From Folder Where lExternalCatalogID=1"});
+  EXPECT_EQ(run([&] { access->GetExternalCatalogs(); }),
+            Statements{"Select * From ExternalCatalog "});
+  EXPECT_EQ(run([&] { access->GetExternalCatalog(1); }),
+            Statements{"Select * From ExternalCatalog Where lExternalCatalogId=1"});
+  EXPECT_EQ(run([&] { access->DeleteExternalCatalog(-1); }),
+            Statements{"Delete From ExternalCatalog Where lExternalCatalogID=-1"});
 }
 
 INSTANTIATE_TEST_SUITE_P(BothKinds, LinkedCatalogsTest, ::testing::Values(0, 1),
