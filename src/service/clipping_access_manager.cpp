@@ -120,7 +120,11 @@ std::shared_ptr<DataAccess> ClippingAccessManager::GetDataAccessObject(const std
   if (IsExternalItemID(sItemID)) {
     catalog_id = CatalogIDOf(sItemID);
     std::shared_ptr<ExternalCatalog> catalog;
-    IgnoreErrors([&] { catalog = GetDefaultDataAccessObject()->GetExternalCatalog(catalog_id); });
+    IgnoreErrors([&] {
+      const auto catalogs = GetDefaultDataAccessObject();
+      if (!catalogs) RaiseRuntimeError(err::kObjectVariableNotSet);
+      catalog = catalogs->GetExternalCatalog(catalog_id);
+    });
     const auto details = ConnectionDetails::Create();
     IgnoreErrors([&] {
       if (!catalog) RaiseRuntimeError(err::kObjectVariableNotSet);

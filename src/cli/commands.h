@@ -1,0 +1,60 @@
+// The everyday commands of clipcat, for people: each works on the selected catalog through the
+// public services and prints plain, aligned text (or the entities' XML with --xml).
+#pragma once
+
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/catalog_selection.h"
+
+namespace clipcat::cli {
+
+struct Context {
+  CatalogSelection selection;
+  std::ostream& out;
+  bool xml = false;  // print the entities' XML instead of text for people
+};
+
+struct AddOptions {
+  std::string folder;
+  std::string name;
+  std::string description;
+  int type = 2;                     // plain text
+  std::optional<std::string> file;  // content from a file
+  std::optional<std::string> text;  // content given on the command line
+};
+
+struct SearchOptions {
+  std::string text;
+  std::vector<std::string> folders;  // all of the catalog when empty
+  bool subfolders = false;
+  std::vector<std::string> categories;
+  bool any_category = false;  // a clipping in any of the categories also matches
+};
+
+// Creates the selected catalog file with its root folder named `name` (the file's stem when
+// empty). Refuses an existing file.
+void InitCommand(const Context& context, const std::string& name);
+void TreeCommand(const Context& context);
+void ListCommand(const Context& context, const std::string& folder);
+// `raw_type` > 0 writes only that data item's content, exactly.
+void ShowCommand(const Context& context, const std::string& id, int raw_type);
+void AddCommand(const Context& context, const AddOptions& options);
+void MakeFolderCommand(const Context& context, const std::string& parent, const std::string& name);
+void RenameCommand(const Context& context, const std::string& id, const std::string& name);
+void RemoveCommand(const Context& context, const std::string& id, bool permanently);
+void SearchCommand(const Context& context, const SearchOptions& options);
+void TagCommand(const Context& context, const std::string& clipping, const std::string& category,
+                bool untag);
+void CategoriesCommand(const Context& context);
+void HistoryCommand(const Context& context, int maximum);
+void LinkCommand(const Context& context, const std::string& name, const std::string& connection);
+void UnlinkCommand(const Context& context, const std::string& folder);
+
+// The tour `make run` shows: on a new default catalog it first seeds a small sample library,
+// then shows the tree, a search and a clipping. An existing catalog is only read.
+void TourCommand(const Context& context);
+
+}  // namespace clipcat::cli

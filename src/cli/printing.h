@@ -1,0 +1,35 @@
+// Plain, aligned output for people: tables with a header row and the folder tree.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "cli/commands.h"
+#include "entities/clipping.h"
+#include "entities/folder.h"
+
+namespace clipcat::cli {
+
+// Columns padded to their widest cell (in characters, not bytes); the last column is not padded.
+class Table {
+ public:
+  explicit Table(std::vector<std::string> header) { rows_.push_back(std::move(header)); }
+  void Add(std::vector<std::string> row) { rows_.push_back(std::move(row)); }
+  void Print(std::ostream& out) const;
+
+ private:
+  std::vector<std::vector<std::string>> rows_;
+};
+
+// One line per folder, children indented under their parent: "Name  [ID]", with " (offline)"
+// for a linked catalog that does not answer.
+void PrintFolderTree(const Folders& folders, std::ostream& out);
+
+// A table of clippings (ID, NAME, UPDATED, and ACCESSED when asked), or their XML with --xml.
+void PrintClippings(const Clippings& clippings, const Context& context, bool with_accessed);
+
+// The name of a clipping data type: 1 RTF, 2 text, 3 Excel XML, 4 Word XML, 5 catalog XML.
+std::string DataTypeName(int32_t type);
+
+}  // namespace clipcat::cli
