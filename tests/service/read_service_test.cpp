@@ -41,6 +41,20 @@ class ReadService : public ServiceFixture {
   Layout l_;
 };
 
+TEST_F(ReadService, ThePersonalFlagReachesTheCatalogAsTheDetailsAnswerIt) {
+  // The details answer false to IsPersonalCatalog, whatever was set, and forget the flag in
+  // answering: the routed catalogs are told false.
+  ReleaseAccessManager();
+  personal_->SetIsPersonalCatalog(true);
+  EXPECT_EQ(read_.GetFolder(l_.letters, personal_)->Name(), "Letters");
+  EXPECT_FALSE(Manager()->GetDefaultDataAccessObject()->IsPersonalCatalog());
+  personal_->SetIsPersonalCatalog(true);
+  EXPECT_NE(personal_->XML().find("ispersonalcatalog=\"true\""), std::string::npos);
+  EXPECT_EQ(read_.GetFolder(l_.shared, personal_)->Name(), "Shared");
+  EXPECT_FALSE(Manager()->Item(Variant("P" + std::to_string(l_.a.id)))->IsPersonalCatalog());
+  EXPECT_EQ(personal_->XML().find("ispersonalcatalog=\"true\""), std::string::npos);
+}
+
 TEST_F(ReadService, InSameCatalogComparesCatalogIdsWithoutTouchingACatalog) {
   struct Case {
     const char* first;
