@@ -316,6 +316,7 @@ std::shared_ptr<ConnectionDetails> ClippingDataRead::GetConnectionDetails(
   const auto catalog = DefaultDataAccess(oDefaultConnection);
   int32_t catalog_id = CatalogIDOf(sFolderId);
   if (catalog_id == 0) catalog_id = Require(catalog->GetFolder(sFolderId))->ExternalCatalogID();
+  if (catalog_id == 0) return nullptr;  // a folder of the default catalog links no catalog
   const auto external = catalog->GetExternalCatalog(catalog_id);
   if (!external) return nullptr;
   const auto details = ConnectionDetails::Create();
