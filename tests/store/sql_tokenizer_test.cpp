@@ -45,7 +45,8 @@ TEST(SqlTokenizer, StringLiteralsHideEverythingInside) {
 
 TEST(SqlTokenizer, OperatorsOfTwoCharactersAreOneToken) {
   for (std::string op : {"<=", ">=", "<>", "!=", "==", "||"}) {
-    const auto tokens = TokenizeSql("a" + op + "b");
+    const std::string sql = "a" + op + "b";  // tokens view into the text: keep it alive
+    const auto tokens = TokenizeSql(sql);
     ASSERT_EQ(tokens.size(), 3u) << op;
     EXPECT_EQ(tokens[1].text, op);
     EXPECT_EQ(tokens[1].kind, SqlTokenKind::kOperator);
