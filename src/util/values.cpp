@@ -60,10 +60,10 @@ std::string NormaliseDateText(const std::string& text) {
 }
 
 std::string FormatCatalogDate(const Date& date) {
+  // The locale's short text of a valid date always reads back as the same second, so the detour
+  // through it is skipped: this runs for every date of every entity written as XML.
   if (!date.IsValid()) return {};
-  const auto parsed = ParseIsoDate(NormaliseDateText(FormatLocaleDate(date)));
-  if (!parsed) return {};
-  return FormatCatalogDateText(*parsed);
+  return FormatCatalogDateText(date);
 }
 
 Date ToDateOr(const Variant& value, Date fallback) {
