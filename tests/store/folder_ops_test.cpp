@@ -3,16 +3,14 @@
 
 #include <functional>
 #include <memory>
-#include <regex>
 #include <set>
 #include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
 
-#include "store/backend_factory.h"
+#include "recording_backend.h"
 #include "store/data_access.h"
-#include "store/data_access_internal.h"
 #include "temp_catalog.h"
 #include "util/errors.h"
 #include "util/messages.h"
@@ -21,6 +19,8 @@
 namespace clipcat {
 namespace {
 
+using ::clipcat::testing::StatementRecorder;
+using ::clipcat::testing::Statements;
 using ::clipcat::testing::TempCatalog;
 
 template <typename Call>
@@ -720,43 +720,6 @@ TEST_P(FolderOpsTest, CanUpdateFolderIsNotImplemented) {
   EXPECT_EQ(error.description(), "Not yet implemented!!");
 }
 
-// Writes down each statement and transaction step before the real engine runs it.
-class RecordingBackend : public DatabaseBackend {
- public:
-  RecordingBackend(std::unique_ptr<DatabaseBackend> engine, std::vector<std::string>* log)
-      : engine_(std::move(engine)), log_(log) {}
-  std::string EngineName() const override { return engine_->EngineName(); }
-  void Execute(std::string_view sql) override {
-    log_->emplace_back(sql);
-    engine_->Execute(sql);
-  }
-  RowSet Query(std::string_view sql) override {
-    log_->emplace_back(sql);
-    return engine_->Query(sql);
-  }
-  std::unique_ptr<RowCursor> OpenCursor(std::string_view sql) override {
-    log_->emplace_back(sql);
-    return engine_->OpenCursor(sql);
-  }
-  void BeginTransaction() override {
-    log_->emplace_back("<begin>");
-    engine_->BeginTransaction();
-  }
-  void CommitTransaction() override {
-    log_->emplace_back("<commit>");
-    engine_->CommitTransaction();
-  }
-  void RollbackTransaction() override {
-    log_->emplace_back("<rollback>");
-    engine_->RollbackTransaction();
-  }
-  void Close() override { engine_->Close(); }
-
- private:
-  std::unique_ptr<DatabaseBackend> engine_;
-  std::vector<std::string>* log_;
-};
-
 // The folder statements are what other programs sharing a catalog, and the catalog's indexes,
 // were made for: a rewrite that changes one must change this test knowingly. Statements of the
 // clipping operations that a folder delete calls are left out; dates and GUIDs are placeholders.
@@ -764,35 +727,19 @@ class FolderStatementTest : public FolderOpsTest {
  protected:
   void SetUp() override {
     access_ = Make();
-    std::vector<std::string>* log = &log_;
-    DataAccessInternal::OpenCatalogThrough(
-        *access_,
-        [log](const std::string& connection_string, const std::string& user_name,
-              const std::string& password) -> std::unique_ptr<DatabaseBackend> {
-          return std::make_unique<RecordingBackend>(
-              OpenBackend(connection_string, user_name, password), log);
-        });
+    recorder_.Record(*access_);
   }
 
-  std::vector<std::string> Run(const std::function<void()>& call) {
-    static const std::regex kDate("'[0-9]{2}:[0-9]{2}:[0-9]{2} [0-9]{1,2} [^ ']+ [0-9]{4}'");
-    static const std::regex kGuid("'[0-9A-F]{32}'");
-    log_.clear();
-    call();
-    std::vector<std::string> statements;
-    for (const std::string& sql : log_) {
-      if (sql.find("Clipping") != std::string::npos) continue;
-      statements.push_back(
-          std::regex_replace(std::regex_replace(sql, kDate, "<date>"), kGuid, "<guid>"));
-    }
+  Statements Run(const std::function<void()>& call) {
+    Statements statements = recorder_.Run(call);
+    std::erase_if(statements,
+                  [](const std::string& sql) { return sql.find("Clipping") != std::string::npos; });
     return statements;
   }
 
+  StatementRecorder recorder_;
   std::shared_ptr<DataAccess> access_;
-  std::vector<std::string> log_;
 };
-
-using Statements = std::vector<std::string>;
 
 TEST_P(FolderStatementTest, ReadsRunTheirOwnText) {
   InsertFolder(2, 1, "Mail");

@@ -2,13 +2,11 @@
 
 #include <functional>
 #include <memory>
-#include <regex>
 #include <string>
 #include <vector>
 
-#include "store/backend_factory.h"
+#include "recording_backend.h"
 #include "store/data_access.h"
-#include "store/data_access_internal.h"
 #include "temp_catalog.h"
 #include "util/errors.h"
 #include "util/values.h"
@@ -16,6 +14,8 @@
 namespace clipcat {
 namespace {
 
+using ::clipcat::testing::StatementRecorder;
+using ::clipcat::testing::Statements;
 using ::clipcat::testing::TempCatalog;
 
 template <typename Call>
@@ -260,70 +260,14 @@ TEST_P(LinkedCatalogsTest, FailedLinkLeavesNoRows) {
   EXPECT_EQ(Count("Folder"), 2);
 }
 
-// Writes down each statement and transaction step before the real engine runs it.
-class RecordingBackend : public DatabaseBackend {
- public:
-  RecordingBackend(std::unique_ptr<DatabaseBackend> engine, std::vector<std::string>* log)
-      : engine_(std::move(engine)), log_(log) {}
-  std::string EngineName() const override { return engine_->EngineName(); }
-  void Execute(std::string_view sql) override {
-    log_->emplace_back(sql);
-    engine_->Execute(sql);
-  }
-  RowSet Query(std::string_view sql) override {
-    log_->emplace_back(sql);
-    return engine_->Query(sql);
-  }
-  std::unique_ptr<RowCursor> OpenCursor(std::string_view sql) override {
-    log_->emplace_back(sql);
-    return engine_->OpenCursor(sql);
-  }
-  void BeginTransaction() override {
-    log_->emplace_back("<begin>");
-    engine_->BeginTransaction();
-  }
-  void CommitTransaction() override {
-    log_->emplace_back("<commit>");
-    engine_->CommitTransaction();
-  }
-  void RollbackTransaction() override {
-    log_->emplace_back("<rollback>");
-    engine_->RollbackTransaction();
-  }
-  void Close() override { engine_->Close(); }
-
- private:
-  std::unique_ptr<DatabaseBackend> engine_;
-  std::vector<std::string>* log_;
-};
-
 // The exact statements, which other programs sharing the catalog read the same rows by. Dates
 // and GUIDs are placeholders.
 TEST_P(LinkedCatalogsTest, StatementsRunTheirOwnText) {
-  using Statements = std::vector<std::string>;
   auto access = Make();
-  Statements log;
-  DataAccessInternal::OpenCatalogThrough(
-      *access,
-      [&log](const std::string& connection_string, const std::string& user_name,
-             const std::string& password) -> std::unique_ptr<DatabaseBackend> {
-        return std::make_unique<RecordingBackend>(
-            OpenBackend(connection_string, user_name, password), &log);
-      });
-  const auto run = [&](const std::function<void()>& call) {
-    static const std::regex kDate("'[0-9]{2}:[0-9]{2}:[0-9]{2} [0-9]{1,2} [^ ']+ [0-9]{4}'");
-    static const std::regex kGuid("'[0-9A-F]{32}'");
-    log.clear();
-    call();
-    Statements statements;
-    for (const std::string& sql : log) {
-      statements.push_back(
-          std::regex_replace(std::regex_replace(sql, kDate, "<date>"), kGuid, "<guid>"));
-    }
-    return statements;
-  };
+  StatementRecorder recorder;
+  recorder.Record(*access);
   auto details = Details("DSN=Sales");
-  EXPECT_EQ(run([&] { access->AddLinkedFolder(details, "Sales"); }),
+  EXPECT_EQ(recorder.Run([&] { access->AddLinkedFolder(details, "Sales"); }),
             (Statements{
                 "<begin>",
                 "Insert Into ExternalCatalogIDGenerator (sGUID) Values ( <guid> ) ",
@@ -342,18 +286,18 @@ TEST_P(LinkedCatalogsTest, StatementsRunTheirOwnText) {
                 "<commit>",
                 "<commit>",
             }));
-  EXPECT_EQ(run([&] { access->GetLinkedFolders(); }),
+  EXPECT_EQ(recorder.Run([&] { access->GetLinkedFolders(); }),
             Statements{"Select * From Folder Where lParentID=0 ORDER BY sName ASC "});
-  EXPECT_EQ(run([&] { access->IsLinkedFolder("2"); }),
+  EXPECT_EQ(recorder.Run([&] { access->IsLinkedFolder("2"); }),
             Statements{"Select lExternalCatalogId From Folder Where lFolderId=2 AND "
                        "(lExternalCatalogId <> 0 OR lParentID = 0 )"});
-  EXPECT_EQ(run([&] { access->GetFolderWithExternalCatalog(1); }),
+  EXPECT_EQ(recorder.Run([&] { access->GetFolderWithExternalCatalog(1); }),
             Statements{"Select * From Folder Where lExternalCatalogID=1"});
-  EXPECT_EQ(run([&] { access->GetExternalCatalogs(); }),
+  EXPECT_EQ(recorder.Run([&] { access->GetExternalCatalogs(); }),
             Statements{"Select * From ExternalCatalog "});
-  EXPECT_EQ(run([&] { access->GetExternalCatalog(1); }),
+  EXPECT_EQ(recorder.Run([&] { access->GetExternalCatalog(1); }),
             Statements{"Select * From ExternalCatalog Where lExternalCatalogId=1"});
-  EXPECT_EQ(run([&] { access->DeleteExternalCatalog(-1); }),
+  EXPECT_EQ(recorder.Run([&] { access->DeleteExternalCatalog(-1); }),
             Statements{"Delete From ExternalCatalog Where lExternalCatalogID=-1"});
 }
 

@@ -14,10 +14,8 @@
 #include "entities/clipping.h"
 #include "entities/folder.h"
 #include "entities/search.h"
-#include "store/backend_factory.h"
+#include "recording_backend.h"
 #include "store/data_access.h"
-#include "store/data_access_internal.h"
-#include "store/database_backend.h"
 #include "temp_catalog.h"
 #include "util/date.h"
 #include "util/values.h"
@@ -25,54 +23,9 @@
 namespace clipcat {
 namespace {
 
+using ::clipcat::testing::StatementRecorder;
+using ::clipcat::testing::Statements;
 using ::clipcat::testing::TempCatalog;
-using Statements = std::vector<std::string>;
-
-// Passes everything on to the real engine and writes down each statement and transaction step.
-class RecordingBackend : public DatabaseBackend {
- public:
-  RecordingBackend(std::unique_ptr<DatabaseBackend> engine, Statements* log)
-      : engine_(std::move(engine)), log_(log) {}
-
-  std::string EngineName() const override { return engine_->EngineName(); }
-  void Execute(std::string_view sql) override {
-    log_->emplace_back(sql);
-    engine_->Execute(sql);
-  }
-  RowSet Query(std::string_view sql) override {
-    log_->emplace_back(sql);
-    return engine_->Query(sql);
-  }
-  std::unique_ptr<RowCursor> OpenCursor(std::string_view sql) override {
-    log_->emplace_back(sql);
-    return engine_->OpenCursor(sql);
-  }
-  void BeginTransaction() override {
-    log_->emplace_back("<begin>");
-    engine_->BeginTransaction();
-  }
-  void CommitTransaction() override {
-    log_->emplace_back("<commit>");
-    engine_->CommitTransaction();
-  }
-  void RollbackTransaction() override {
-    log_->emplace_back("<rollback>");
-    engine_->RollbackTransaction();
-  }
-  void Close() override { engine_->Close(); }
-
- private:
-  std::unique_ptr<DatabaseBackend> engine_;
-  Statements* log_;
-};
-
-// Dates and GUIDs change from run to run: they are compared as placeholders, and the dates are
-// checked to be the moment of the call.
-std::string Normalised(const std::string& sql) {
-  static const std::regex kDate("'[0-9]{2}:[0-9]{2}:[0-9]{2} [0-9]{1,2} [^ ']+ [0-9]{4}'");
-  static const std::regex kGuid("'[0-9A-F]{32}'");
-  return std::regex_replace(std::regex_replace(sql, kDate, "<date>"), kGuid, "<guid>");
-}
 
 std::shared_ptr<Search> NewSearchFor(const std::string& text,
                                      const std::vector<std::string>& folders,
@@ -91,24 +44,11 @@ class StatementTextTest : public ::testing::Test {
   void SetUp() override {
     access_ = DataAccessMDB::Create();
     access_->SetConnectionString(catalog_.connection_string());
-    Statements* log = &log_;
-    DataAccessInternal::OpenCatalogThrough(
-        *access_,
-        [log](const std::string& connection_string, const std::string& user_name,
-              const std::string& password) -> std::unique_ptr<DatabaseBackend> {
-          return std::make_unique<RecordingBackend>(
-              OpenBackend(connection_string, user_name, password), log);
-        });
+    recorder_.Record(*access_);
   }
 
   // The statements `call` runs, dates and GUIDs replaced by placeholders.
-  Statements Run(const std::function<void()>& call) {
-    log_.clear();
-    call();
-    Statements statements;
-    for (const auto& sql : log_) statements.push_back(Normalised(sql));
-    return statements;
-  }
+  Statements Run(const std::function<void()>& call) { return recorder_.Run(call); }
 
   // Fixture rows go in on a connection of their own, unrecorded.
   void Exec(const std::string& sql) {
@@ -118,8 +58,8 @@ class StatementTextTest : public ::testing::Test {
   }
 
   TempCatalog catalog_;
+  StatementRecorder recorder_;
   std::shared_ptr<DataAccess> access_;
-  Statements log_;
 };
 
 TEST_F(StatementTextTest, RecorderSeesTheEngineItWraps) {
@@ -307,10 +247,10 @@ TEST_F(StatementTextTest, DatesInStatementsAreTheMomentOfTheCall) {
   const Date before = Date::Now();
   Run([&] { access_->AddClippingToCategory("100", "1"); });
   const Date after = Date::Now();
-  ASSERT_EQ(log_.size(), 1u);
+  ASSERT_EQ(recorder_.log().size(), 1u);
   static const std::regex kDate("'([0-9]{2}:[0-9]{2}:[0-9]{2} [0-9]{1,2} [^ ']+ [0-9]{4})'");
   std::smatch match;
-  ASSERT_TRUE(std::regex_search(log_[0], match, kDate)) << log_[0];
+  ASSERT_TRUE(std::regex_search(recorder_.log()[0], match, kDate)) << recorder_.log()[0];
   const Date written = ToDateOr(Variant(NormaliseDateText(match[1].str())), Date());
   EXPECT_GE(written.serial(), before.serial());
   EXPECT_LE(written.serial(), after.serial());
