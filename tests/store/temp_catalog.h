@@ -2,37 +2,13 @@
 // the test. Tests never touch a user's catalog.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <filesystem>
 #include <string>
 
 #include "store/catalog_schema.h"
 #include "store/connection_string.h"
+#include "util/temp_dir.h"  // the tests' own, beside the util tests
 
 namespace clipcat::testing {
-
-class TempDir {
- public:
-  TempDir() {
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / "clipcat-store-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) ADD_FAILURE() << "mkdtemp failed";
-    path_ = pattern;
-  }
-  ~TempDir() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
-
-  std::string File(const std::string& name) const { return (path_ / name).string(); }
-
- private:
-  std::filesystem::path path_;
-};
 
 // A directory holding catalog.db, created with the root folder "Personal".
 class TempCatalog {

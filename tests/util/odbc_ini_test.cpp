@@ -2,60 +2,18 @@
 #include "util/odbc_ini.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
-#include <fstream>
-#include <optional>
+#include <map>
 #include <string>
+#include <vector>
+
+#include "temp_dir.h"
 
 namespace clipcat {
 namespace {
 
-namespace fs = std::filesystem;
-
-// A fresh directory under the test temp dir, removed with its files at the end of the test.
-class ScratchDir {
- public:
-  ScratchDir() {
-    std::string pattern = fs::path(testing::TempDir()) / "odbcini-XXXXXX";
-    path_ = mkdtemp(pattern.data());
-  }
-  ~ScratchDir() { fs::remove_all(path_); }
-  std::string Write(const std::string& name, const std::string& text) const {
-    const std::string file = path_ / name;
-    std::ofstream(file, std::ios::binary) << text;
-    return file;
-  }
-  fs::path path() const { return path_; }
-
- private:
-  fs::path path_;
-};
-
-// Sets an environment variable for the life of the object and then restores it.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const char* value) : name_(name) {
-    if (const char* old = getenv(name)) old_ = old;
-    if (value != nullptr) {
-      setenv(name, value, 1);
-    } else {
-      unsetenv(name);
-    }
-  }
-  ~ScopedEnv() {
-    if (old_) {
-      setenv(name_, old_->c_str(), 1);
-    } else {
-      unsetenv(name_);
-    }
-  }
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
-};
+using ::clipcat::testing::ScopedEnv;
+using ::clipcat::testing::TempDir;
 
 constexpr const char* kIni =
     "; system data sources\r\n"
@@ -116,7 +74,7 @@ TEST(DefaultOdbcIniPaths, PutsOdbciniThenTheUserFileThenTheSystemFile) {
 }
 
 TEST(DataSourceLocation, TakesTheFirstFileThatLocatesTheSource) {
-  ScratchDir dir;
+  TempDir dir;
   const std::string user = dir.Write("user.ini",
                                      "[pg]\nDriver=PostgreSQL\nDatabase=sales\nServername=db1\n"
                                      "[nothing]\nDriver=x\nDatabase=plainname\n"
@@ -128,7 +86,7 @@ TEST(DataSourceLocation, TakesTheFirstFileThatLocatesTheSource) {
                                        "[dir]\nDefaultDir=\\\\nas\\Dir\n"
                                        "[server]\nServer=Db2.corp\nDefaultDir=/ignored\n"
                                        "[localdir]\nDefaultDir=/data/Catalogs\n");
-  const std::string missing = (dir.path() / "missing.ini").string();
+  const std::string missing = dir.File("missing.ini");
   const std::vector<std::string> paths = {missing, user, system};
   struct Case {
     const char* name;
@@ -153,7 +111,7 @@ TEST(DataSourceLocation, TakesTheFirstFileThatLocatesTheSource) {
   EXPECT_EQ(DataSourceLocation("pg", {system, user}), "\\\\SHADOWED\\");
   EXPECT_EQ(DataSourceLocation("pg", {missing}), "");
   EXPECT_EQ(DataSourceLocation("pg", {}), "");
-  EXPECT_EQ(DataSourceLocation("pg", {dir.path().string()}), "");
+  EXPECT_EQ(DataSourceLocation("pg", {dir.path()}), "");
 }
 
 }  // namespace

@@ -4,15 +4,13 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
-#include <stdlib.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <optional>
 #include <string>
+#include <vector>
 
+#include "temp_dir.h"
 #include "util/errors.h"
 #include "util/probes_internal.h"
 #include "util/text.h"
@@ -20,44 +18,8 @@
 namespace clipcat {
 namespace {
 
-namespace fs = std::filesystem;
-
-class ScratchDir {
- public:
-  ScratchDir() {
-    std::string pattern = fs::path(testing::TempDir()) / "probes-XXXXXX";
-    path_ = mkdtemp(pattern.data());
-  }
-  ~ScratchDir() { fs::remove_all(path_); }
-  std::string Write(const std::string& name, const std::string& text) const {
-    const std::string file = path_ / name;
-    std::ofstream(file, std::ios::binary) << text;
-    return file;
-  }
-  std::string path() const { return path_; }
-
- private:
-  fs::path path_;
-};
-
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const std::string& value) : name_(name) {
-    if (const char* old = getenv(name)) old_ = old;
-    setenv(name, value.c_str(), 1);
-  }
-  ~ScopedEnv() {
-    if (old_) {
-      setenv(name_, old_->c_str(), 1);
-    } else {
-      unsetenv(name_);
-    }
-  }
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
-};
+using ::clipcat::testing::ScopedEnv;
+using ::clipcat::testing::TempDir;
 
 // A TCP socket bound to a free port of a loopback address; listening only when asked to.
 class LoopbackPort {
@@ -162,7 +124,7 @@ TEST(RemoteNameOfDrive, NamesTheHostOfTheMountHoldingThePath) {
 }
 
 TEST(ServerFromDsn, FindsTheHostOfTheNamedDataSource) {
-  ScratchDir dir;
+  TempDir dir;
   const std::string ini = dir.Write("odbc.ini",
                                     "[sales]\nDriver=PostgreSQL\nServername=db1\n"
                                     "[files]\nDBQ=\\\\fs9\\share\\cat.mdb\n"
@@ -197,7 +159,7 @@ TEST(ServerFromDsn, FindsTheHostOfTheNamedDataSource) {
 }
 
 TEST(ServerFromDsn, ReadsOdbciniBeforeTheUserFile) {
-  ScratchDir dir;
+  TempDir dir;
   ScopedEnv odbcini("ODBCINI", dir.Write("first.ini", "[sales]\nServer=first\n"));
   ScopedEnv home("HOME", dir.path());
   dir.Write(".odbc.ini", "[sales]\nServer=second\n[user]\nServer=user.host\n");
@@ -206,7 +168,7 @@ TEST(ServerFromDsn, ReadsOdbciniBeforeTheUserFile) {
 }
 
 TEST(IsCatalogUnavailable, DecidesFileCatalogsByTheirFile) {
-  ScratchDir dir;
+  TempDir dir;
   const std::string file = dir.Write("cat.db", "x");
   EXPECT_FALSE(IsCatalogUnavailable(file, true));
   EXPECT_FALSE(IsCatalogUnavailable(file + ";", true));
@@ -223,7 +185,7 @@ TEST(IsCatalogUnavailable, DecidesFileCatalogsByTheirFile) {
 }
 
 TEST(IsCatalogUnavailable, DecidesConnectionStringsByTheirDataSourceHost) {
-  ScratchDir dir;
+  TempDir dir;
   ScopedEnv home("HOME", dir.path());
   ScopedEnv odbcini("ODBCINI", dir.Write("odbc.ini",
                                          "[here]\nServer=127.0.0.2\n"
