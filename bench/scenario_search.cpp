@@ -1,0 +1,216 @@
+// search: SearchForClippings and FindClippings through the read service over 100,000 clippings in
+// 408 folders (8 top folders of 50 each) tagged with 10 categories. SearchForClippings asks for
+// "*invoice*" in one top folder with its subfolders and in the categories "Work" or "Personal";
+// FindClippings for "invoice" in the same 51 folders. The floor runs the statements the services
+// run: the folder and its subtree, the search itself, and for each hit its path and category
+// names, all prepared once (the search once per call, as its folder list varies).
+#include <random>
+
+#include "entities/clipping.h"
+#include "entities/search.h"
+#include "floor_rows.h"
+#include "scenario_common.h"
+#include "scenarios.h"
+#include "service/clipping_data_read.h"
+#include "workload.h"
+
+namespace clipcat_bench {
+namespace {
+
+constexpr int kTopFolders = 8;
+constexpr int kSubFolders = 50;
+const char* const kCategories[] = {"Work",  "Personal", "Tax",     "Travel",  "Legal",
+                                   "Sales", "Support",  "Finance", "Letters", "Drafts"};
+
+struct SearchCatalog {
+  int64_t subtree_top = 0;
+  std::vector<int64_t> subtree;  // the top folder and its subfolders
+};
+
+SearchCatalog Fill(const std::string& path, int clippings) {
+  SearchCatalog catalog;
+  CatalogFiller filler(path);
+  std::vector<int64_t> folders;
+  for (int t = 0; t < kTopFolders; ++t) {
+    const int64_t top = filler.AddFolder(1, "Area " + std::to_string(t), "");
+    folders.push_back(top);
+    if (t == 0) {
+      catalog.subtree_top = top;
+      catalog.subtree.push_back(top);
+    }
+    for (int s = 0; s < kSubFolders; ++s) {
+      const int64_t sub = filler.AddFolder(top, "Topic " + std::to_string(s), "");
+      folders.push_back(sub);
+      if (t == 0) catalog.subtree.push_back(sub);
+    }
+  }
+  std::vector<int64_t> categories;
+  for (const char* name : kCategories) categories.push_back(filler.AddCategory(name));
+  std::mt19937 random(3);
+  static const char* const kNouns[] = {"letter", "memo", "report", "note", "reply", "offer"};
+  for (int i = 0; i < clippings; ++i) {
+    const bool hit = random() % 20 == 0;
+    const std::string name = "Clipping " + std::to_string(i) + " " +
+                             (hit && random() % 2 == 0 ? "invoice" : kNouns[random() % 6]);
+    const std::string description = std::string(hit ? "about the invoice of " : "about the ") +
+                                    kNouns[random() % 6] + " number " + std::to_string(i);
+    const int64_t key =
+        filler.AddClipping(folders[random() % folders.size()], name, description, {});
+    const size_t first = random() % categories.size();
+    filler.AddMember(key, categories[first]);
+    if (random() % 3 == 0) {
+      const size_t second = (first + 1 + random() % (categories.size() - 1)) % categories.size();
+      filler.AddMember(key, categories[second]);
+    }
+  }
+  filler.Finish();
+  return catalog;
+}
+
+void FloorSubtree(FloorDb& db, int64_t key, std::vector<int64_t>& ids) {
+  ids.push_back(key);
+  Statement& s = db.Prepare(
+      "SELECT * From  Folder WHERE lParentId=? AND NOT iStatus=4 AND iStatus <> 3 "
+      "ORDER BY sName ASC ");
+  s.Int(1, key);
+  std::vector<int64_t> children;
+  while (s.Step()) children.push_back(s.ColumnInt(0));
+  s.Reset();
+  for (int64_t child : children) FloorSubtree(db, child, ids);
+}
+
+std::string FolderAlternatives(size_t count) {
+  std::string terms;
+  for (size_t i = 0; i < count; ++i) terms += i == 0 ? "lFolderID=? " : "OR lFolderID=? ";
+  return terms;
+}
+
+std::vector<FloorClipping> FloorSearchForClippings(FloorDb& db, int64_t top) {
+  // The service reads the folder, then (for its subfolders) reads it again with its subtree.
+  Statement& folder = db.Prepare("SELECT * From Folder WHERE lFolderId=?");
+  for (int i = 0; i < 2; ++i) {
+    folder.Int(1, top);
+    if (!folder.Step()) return {};
+    folder.Reset();
+  }
+  std::vector<int64_t> ids;
+  FloorSubtree(db, top, ids);
+
+  const std::string sql =
+      "SELECT * FROM Clipping WHERE iClippingStatus <>4 AND ( sName LIKE ? OR sDescription LIKE "
+      "? )  AND  ( " +
+      FolderAlternatives(ids.size()) +
+      " )  AND lClippingID IN ( Select ClippingGroupClipping.lClippingID FROM Clipping INNER JOIN "
+      "(GroupClipping INNER JOIN ClippingGroupClipping ON GroupClipping.lGroupClippingId = "
+      "ClippingGroupClipping.lGroupClippingId) ON Clipping.lClippingId = "
+      "ClippingGroupClipping.lClippingId WHERE (((Clipping.iClippingStatus)<> 4) AND "
+      "((GroupClipping.lGroupCategoryId)=1)AND ( GroupClipping.sName LIKE ? OR "
+      "GroupClipping.sName LIKE ? )))";
+  Statement search(db.db(), sql);
+  int index = 1;
+  search.Text(1, "%invoice%").Text(2, "%invoice%");
+  index = 3;
+  for (int64_t id : ids) search.Int(index++, id);
+  search.Text(index, "Work").Text(index + 1, "Personal");
+  std::vector<FloorClipping> rows;
+  while (search.Step()) rows.push_back(ReadClippingRow(search));
+  FrameCodec unused;
+  for (FloorClipping& c : rows) {
+    const int64_t key = std::stoll(c.id);
+    const std::optional<FloorClipping> again = GetClipping(db, unused, key, false);
+    c.path = FolderPath(db, std::stoll(again->folder_id));
+    c.categories = CategoryNames(db, key);
+  }
+  return rows;
+}
+
+std::vector<FloorClipping> FloorFindClippings(FloorDb& db, const std::vector<int64_t>& folders) {
+  const std::string sql =
+      "SELECT * FROM Clipping WHERE ( sName LIKE ? OR sDescription LIKE ?) AND NOT "
+      "iClippingStatus=4 AND ( " +
+      FolderAlternatives(folders.size()) + " ) ";
+  Statement find(db.db(), sql);
+  int index = 1;
+  find.Text(1, "%invoice%").Text(2, "%invoice%");
+  index = 3;
+  for (int64_t id : folders) find.Int(index++, id);
+  std::vector<FloorClipping> rows;
+  while (find.Step()) rows.push_back(ReadClippingRow(find));
+  return rows;
+}
+
+void RequireSame(const clipcat::Clippings& ours, const std::vector<FloorClipping>& floor,
+                 bool with_paths) {
+  Require(static_cast<size_t>(ours.Items()->Count()) == floor.size(), "number of clippings found");
+  size_t i = 0;
+  for (const auto& c : *ours.Items()) {
+    Require(c->ID() == floor[i].id, "clipping found at " + std::to_string(i));
+    if (with_paths) {
+      Require(c->PathName() == floor[i].path && c->Categories() == floor[i].categories,
+              "path and categories of clipping " + c->ID());
+    }
+    ++i;
+  }
+}
+
+}  // namespace
+
+void RunSearch(const Options& options, Report& report) {
+  TempDir dir;
+  const std::string path = dir.File("search.catalog");
+  NewCatalog(path);
+  const int clippings = options.Scaled(100'000, 1'000);
+  const SearchCatalog catalog = Fill(path, clippings);
+
+  const auto details = FileDetails(path);
+  clipcat::ClippingDataRead reader;
+  FloorDb db(path);
+
+  auto search = clipcat::Search::Create();
+  search->SetSearchText("*invoice*");
+  search->FolderIDs()->Add(std::to_string(catalog.subtree_top));
+  search->SetSearchSubFolders(true);
+  search->CategoryNames()->Add("Work");
+  search->CategoryNames()->Add("Personal");
+  auto find = clipcat::Search::Create();
+  find->SetSearchText("invoice");
+  for (int64_t id : catalog.subtree) find->FolderIDs()->Add(std::to_string(id));
+
+  std::vector<double> ours_search, floor_search, ours_find, floor_find;
+  double ours_peak = 0, floor_peak = 0, find_peak = 0, find_floor_peak = 0;
+  size_t hits = 0, found = 0;
+  for (int rep = 0; rep < options.reps; ++rep) {
+    MemoryProbe probe;
+    probe.Start();
+    std::shared_ptr<clipcat::Clippings> ours;
+    ours_search.push_back(Seconds([&] { ours = reader.SearchForClippings(search, details); }) *
+                          1e3);
+    if (rep == 0) ours_peak = probe.PeakMB();
+    probe.Start();
+    std::vector<FloorClipping> floor;
+    floor_search.push_back(
+        Seconds([&] { floor = FloorSearchForClippings(db, catalog.subtree_top); }) * 1e3);
+    if (rep == 0) floor_peak = probe.PeakMB();
+    RequireSame(*ours, floor, true);
+    hits = floor.size();
+
+    probe.Start();
+    ours_find.push_back(Seconds([&] { ours = reader.FindClippings(find, details); }) * 1e3);
+    if (rep == 0) find_peak = probe.PeakMB();
+    probe.Start();
+    floor_find.push_back(Seconds([&] { floor = FloorFindClippings(db, catalog.subtree); }) * 1e3);
+    if (rep == 0) find_floor_peak = probe.PeakMB();
+    RequireSame(*ours, floor, false);
+    found = floor.size();
+  }
+  const std::string of = " of " + std::to_string(clippings) + " clippings, median of " +
+                         std::to_string(options.reps) + " runs";
+  report.Ratio("SearchForClippings", "ms", Median(ours_search), Median(floor_search), 1.2,
+               "text, 51-folder subtree, 2 categories: " + std::to_string(hits) + " hits" + of);
+  report.Ratio("FindClippings", "ms", Median(ours_find), Median(floor_find), 1.2,
+               "text in 51 folders: " + std::to_string(found) + " hits" + of);
+  report.Memory("SearchForClippings, peak memory", ours_peak, 0, floor_peak);
+  report.Memory("FindClippings, peak memory", find_peak, 0, find_floor_peak);
+}
+
+}  // namespace clipcat_bench
