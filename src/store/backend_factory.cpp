@@ -1,6 +1,8 @@
 #include "store/backend_factory.h"
 
 #include "store/connection_string.h"
+#include "store/postgres_backend.h"
+#include "store/postgres_connect.h"
 #include "store/sqlite_backend.h"
 #include "store/sqlite_session.h"
 #include "util/errors.h"
@@ -9,7 +11,9 @@
 namespace clipcat {
 namespace {
 
-std::unique_ptr<DatabaseBackend> OpenProvider(const std::string& connection_string) {
+std::unique_ptr<DatabaseBackend> OpenProvider(const std::string& connection_string,
+                                              const std::string& user_name,
+                                              const std::string& password) {
   const auto provider = ConnectionStringValue(connection_string, "Provider");
   if (provider && EqualsIgnoreCase(*provider, kFileCatalogProvider)) {
     const std::string path = ConnectionStringValue(connection_string, "Data Source").value_or("");
@@ -19,14 +23,17 @@ std::unique_ptr<DatabaseBackend> OpenProvider(const std::string& connection_stri
     }
     return std::make_unique<SqliteBackend>(path);
   }
+  if (const auto parameters = PostgresParametersFor(connection_string, user_name, password)) {
+    return std::make_unique<PostgresBackend>(*parameters);
+  }
   RaiseRuntimeError(err::kProviderNotFound);
 }
 
 }  // namespace
 
 std::unique_ptr<DatabaseBackend> OpenBackend(const std::string& connection_string,
-                                             const std::string& /*user_name*/,
-                                             const std::string& /*password*/) {
+                                             const std::string& user_name,
+                                             const std::string& password) {
   if (const auto data_link = ConnectionStringValue(connection_string, "File Name")) {
     const std::string linked = ReadDataLinkFile(*data_link);
     if (ConnectionStringValue(linked, "File Name")) {
@@ -34,9 +41,9 @@ std::unique_ptr<DatabaseBackend> OpenBackend(const std::string& connection_strin
           err::kDatabaseError, kComponentSource,
           "The data link file \"" + *data_link + "\" names another data link file.");
     }
-    return OpenProvider(linked);
+    return OpenProvider(linked, user_name, password);
   }
-  return OpenProvider(connection_string);
+  return OpenProvider(connection_string, user_name, password);
 }
 
 }  // namespace clipcat

@@ -8,6 +8,10 @@
 #include <cstring>
 #include <memory>
 
+#include "store/connection_string.h"
+#include "store/postgres_connect.h"
+#include "store/postgres_schema.h"
+#include "store/postgres_session.h"
 #include "store/sqlite_session.h"
 #include "util/date.h"
 #include "util/errors.h"
@@ -122,10 +126,6 @@ const std::vector<std::string_view> kSchema = {
     "CREATE INDEX ixExternalCatalogIDGenerator_sGUID ON ExternalCatalogIDGenerator (sGUID)",
 };
 
-// Catalog property keys written on creation. Frozen.
-constexpr const char* kPropertyCatalogName = "CatalogName";
-constexpr const char* kPropertyFormatVersion = "FormatVersion";
-
 void RemoveCatalogFiles(const std::string& path) {
   for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
     std::remove((path + suffix).c_str());
@@ -166,10 +166,18 @@ void FillCatalog(SqliteSession& session, const std::string& name) {
       {Variant(kRootFolderKey), Variant(guid)});
   Run(session, "DELETE FROM FolderIDGenerator");
   Run(session, "INSERT INTO CatalogProperties (sCatalogProperty, sValue) VALUES (?, ?)",
-      {Variant(kPropertyCatalogName), Variant(name)});
+      {Variant(std::string(kCatalogPropertyName)), Variant(name)});
   Run(session, "INSERT INTO CatalogProperties (sCatalogProperty, sValue) VALUES (?, ?)",
-      {Variant(kPropertyFormatVersion), Variant(std::to_string(kCatalogFormatVersion))});
+      {Variant(std::string(kCatalogPropertyFormatVersion)),
+       Variant(std::to_string(kCatalogFormatVersion))});
   Run(session, "COMMIT");
+}
+
+void RequireCatalogName(const std::string& name) {
+  if (TrimSpaces(name).empty()) {
+    throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
+                          "A catalog needs a name for its root folder.");
+  }
 }
 
 }  // namespace
@@ -177,10 +185,7 @@ void FillCatalog(SqliteSession& session, const std::string& name) {
 const std::vector<std::string_view>& CatalogSchemaStatements() { return kSchema; }
 
 void CreateCatalog(const std::string& path, const std::string& name) {
-  if (TrimSpaces(name).empty()) {
-    throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
-                          "A catalog needs a name for its root folder.");
-  }
+  RequireCatalogName(name);
   const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
   if (fd < 0) {
     const int error = errno;
@@ -196,6 +201,19 @@ void CreateCatalog(const std::string& path, const std::string& name) {
     RemoveCatalogFiles(path);
     throw;
   }
+}
+
+void CreateServerCatalog(const std::string& connection_string, const std::string& name,
+                         const std::string& user_name, const std::string& password) {
+  RequireCatalogName(name);
+  std::string target = connection_string;
+  if (const auto data_link = ConnectionStringValue(connection_string, "File Name")) {
+    target = ReadDataLinkFile(*data_link);
+  }
+  const auto parameters = PostgresParametersFor(target, user_name, password);
+  if (!parameters) RaiseRuntimeError(err::kProviderNotFound);
+  PostgresSession session(*parameters);
+  DeployPostgresCatalog(session, TrimSpaces(name));
 }
 
 }  // namespace clipcat

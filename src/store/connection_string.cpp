@@ -28,9 +28,9 @@ std::string FileCatalogConnectionString(const std::string& path) {
   return "Provider=" + std::string(kFileCatalogProvider) + ";Data Source=" + path;
 }
 
-std::optional<std::string> ConnectionStringValue(std::string_view connection_string,
-                                                 std::string_view key) {
-  std::optional<std::string> found;
+std::vector<std::pair<std::string, std::string>> ConnectionStringItems(
+    std::string_view connection_string) {
+  std::vector<std::pair<std::string, std::string>> items;
   size_t i = 0;
   const size_t n = connection_string.size();
   while (i < n) {
@@ -68,6 +68,15 @@ std::optional<std::string> ConnectionStringValue(std::string_view connection_str
       value = std::string(Trim(connection_string.substr(j, stop - j)));
       i = end == std::string_view::npos ? n : end + 1;
     }
+    items.emplace_back(std::string(item_key), std::move(value));
+  }
+  return items;
+}
+
+std::optional<std::string> ConnectionStringValue(std::string_view connection_string,
+                                                 std::string_view key) {
+  std::optional<std::string> found;
+  for (auto& [item_key, value] : ConnectionStringItems(connection_string)) {
     if (EqualsIgnoreCase(item_key, key)) found = std::move(value);
   }
   return found;

@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace clipcat {
 
@@ -15,6 +17,11 @@ inline constexpr std::string_view kFileCatalogProvider = "Microsoft.Jet.OLEDB.4.
 // "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" followed by `path`: the connection string of the
 // file catalog at `path`.
 std::string FileCatalogConnectionString(const std::string& path);
+
+// The items of an OLE DB connection string in order, as (key, value) pairs read by the rules of
+// ConnectionStringValue. Keys keep their spelling; items without "=" are skipped.
+std::vector<std::pair<std::string, std::string>> ConnectionStringItems(
+    std::string_view connection_string);
 
 // The value of `key` in an OLE DB connection string: items are separated by ";", keys compared
 // without regard to ASCII case and trimmed of blanks, values trimmed and, when they are in double

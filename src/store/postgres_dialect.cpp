@@ -1,0 +1,208 @@
+#include "store/postgres_dialect.h"
+
+#include <cstdlib>
+#include <map>
+#include <optional>
+#include <vector>
+
+#include "store/sql_tokenizer.h"
+#include "util/text.h"
+
+namespace clipcat {
+namespace {
+
+bool IsComparison(const SqlToken& token) {
+  if (token.kind != SqlTokenKind::kOperator) return false;
+  static constexpr std::string_view kOperators[] = {"=", "==", "<>", "!=", "<", "<=", ">", ">="};
+  for (std::string_view op : kOperators) {
+    if (token.text == op) return true;
+  }
+  return false;
+}
+
+bool IsWord(const SqlToken& token, std::string_view word) {
+  return token.kind == SqlTokenKind::kIdentifier && EqualsIgnoreCase(token.text, word);
+}
+
+bool IsName(const SqlToken& token) {
+  return token.kind == SqlTokenKind::kIdentifier || token.kind == SqlTokenKind::kQuotedIdentifier;
+}
+
+bool IsSign(const SqlToken& token) {
+  return token.kind == SqlTokenKind::kOperator && (token.text == "-" || token.text == "+");
+}
+
+// Tokens after which a literal starts an operand of its own rather than continuing an expression.
+bool StartsOperand(const SqlToken& token) {
+  if (token.kind == SqlTokenKind::kOperator) {
+    return token.text == "(" || token.text == "," || IsComparison(token);
+  }
+  static constexpr std::string_view kKeywords[] = {"where", "and",  "or",     "not",   "on",
+                                                   "set",   "when", "having", "values"};
+  for (std::string_view word : kKeywords) {
+    if (IsWord(token, word)) return true;
+  }
+  return false;
+}
+
+// Tokens that end an operand: what follows a lone literal when it is the whole operand.
+bool EndsOperand(const SqlToken& token) {
+  if (token.kind == SqlTokenKind::kOperator) {
+    return token.text == ")" || token.text == "," || token.text == ";" || IsComparison(token);
+  }
+  return token.kind == SqlTokenKind::kIdentifier;  // AND, OR, WHERE, ORDER ...
+}
+
+class Translator {
+ public:
+  Translator(std::string_view sql, const PostgresColumnTypes& types)
+      : text_(TranslateSqlForSqlite(sql, types.dates)), tokens_(TokenizeSql(text_)), types_(types) {
+    for (size_t i = 0; i < tokens_.size(); ++i) {
+      if (!IsInsignificant(tokens_[i])) significant_.push_back(i);
+    }
+  }
+
+  std::string Run() {
+    MarkInsertValues();
+    MarkComparisons();
+    MarkLikePatterns();
+    std::string out;
+    for (size_t i = 0; i < tokens_.size(); ++i) {
+      const auto replaced = replacements_.find(i);
+      out += replaced != replacements_.end() ? std::string_view(replaced->second) : tokens_[i].text;
+      const auto added = additions_.find(i);
+      if (added != additions_.end()) out += added->second;
+    }
+    return out;
+  }
+
+ private:
+  const SqlToken& Sig(size_t k) const { return tokens_[significant_[k]]; }
+  size_t Count() const { return significant_.size(); }
+
+  bool IsBooleanColumn(const SqlToken& token) const {
+    return IsName(token) && types_.booleans.count(ToLowerAscii(IdentifierName(token))) != 0;
+  }
+
+  // The last part of a qualified name ("Folder.bIsLeaf") that starts at `k`.
+  size_t LastNamePart(size_t k) const {
+    while (k + 2 < Count() && IsName(Sig(k)) && Sig(k + 1).text == "." && IsName(Sig(k + 2))) {
+      k += 2;
+    }
+    return k;
+  }
+
+  // When a signed or unsigned number literal starts at `k`, the index of its number token.
+  std::optional<size_t> NumberAt(size_t k) const {
+    if (k < Count() && Sig(k).kind == SqlTokenKind::kNumber) return k;
+    if (k + 1 < Count() && IsSign(Sig(k)) && Sig(k + 1).kind == SqlTokenKind::kNumber) {
+      return k + 1;
+    }
+    return std::nullopt;
+  }
+
+  // Rewrites the literal from `first` to the number token `number` as TRUE or FALSE.
+  void MarkBoolean(size_t first, size_t number) {
+    const std::string digits(Sig(number).text);
+    char* end = nullptr;
+    const double value = std::strtod(digits.c_str(), &end);
+    if (end == digits.c_str() || *end != '\0') return;  // not a number PostgreSQL would read
+    for (size_t k = first; k < number; ++k) replacements_[significant_[k]] = "";
+    replacements_[significant_[number]] = value != 0 ? "TRUE" : "FALSE";
+  }
+
+  // INSERT INTO name [. name] ( c1, c2 ... ) VALUES ( v1, v2 ... ) [, ( ... ) ...]
+  void MarkInsertValues() {
+    const size_t n = Count();
+    if (n < 2 || !IsWord(Sig(0), "insert")) return;
+    size_t k = 1;
+    while (k < n && !IsWord(Sig(k), "into")) ++k;
+    if (++k >= n || !IsName(Sig(k))) return;
+    ++k;
+    while (k + 1 < n && Sig(k).text == "." && IsName(Sig(k + 1))) k += 2;
+    if (k >= n || Sig(k).text != "(") return;
+    std::vector<bool> column_is_boolean;
+    for (++k; k < n && Sig(k).text != ")"; ++k) {
+      if (Sig(k).text == ",") continue;
+      if (!IsName(Sig(k))) return;
+      column_is_boolean.push_back(IsBooleanColumn(Sig(k)));
+    }
+    if (++k >= n || !IsWord(Sig(k), "values")) return;
+    ++k;
+    while (k < n && Sig(k).text == "(") {
+      size_t position = 0;
+      int depth = 0;
+      size_t value_start = k + 1;
+      for (++k; k < n; ++k) {
+        const std::string_view t = Sig(k).text;
+        if (t == "(") {
+          ++depth;
+        } else if (t == ")" && depth > 0) {
+          --depth;
+        } else if ((t == "," || t == ")") && depth == 0) {
+          // A value that is one number literal and nothing else.
+          const auto number = NumberAt(value_start);
+          if (number && *number + 1 == k && position < column_is_boolean.size() &&
+              column_is_boolean[position]) {
+            MarkBoolean(value_start, *number);
+          }
+          ++position;
+          value_start = k + 1;
+          if (t == ")") break;
+        }
+      }
+      if (++k < n && Sig(k).text == ",") ++k;
+    }
+  }
+
+  // column = literal, literal = column; UPDATE's SET assignments are of the first form.
+  void MarkComparisons() {
+    const size_t n = Count();
+    for (size_t k = 0; k < n; ++k) {
+      if (!IsComparison(Sig(k))) continue;
+      // Left side a boolean column, right side a lone literal.
+      if (k >= 1 && IsBooleanColumn(Sig(k - 1))) {
+        const auto number = NumberAt(k + 1);
+        if (number && (*number + 1 == n || EndsOperand(Sig(*number + 1)))) {
+          MarkBoolean(k + 1, *number);
+        }
+      }
+      // Left side a lone literal, right side a boolean column.
+      if (k + 1 < n && IsBooleanColumn(Sig(LastNamePart(k + 1)))) {
+        size_t first = k;
+        if (first == 0) continue;
+        --first;  // the number token
+        if (Sig(first).kind != SqlTokenKind::kNumber) continue;
+        const size_t number = first;
+        if (first >= 1 && IsSign(Sig(first - 1))) --first;
+        if (first == 0 || StartsOperand(Sig(first - 1))) MarkBoolean(first, number);
+      }
+    }
+  }
+
+  // LIKE 'pattern' without ESCAPE: the pattern's backslashes are plain characters.
+  void MarkLikePatterns() {
+    const size_t n = Count();
+    for (size_t k = 0; k + 1 < n; ++k) {
+      if (!IsWord(Sig(k), "like") && !IsWord(Sig(k), "ilike")) continue;
+      if (Sig(k + 1).kind != SqlTokenKind::kString) continue;
+      if (k + 2 < n && (IsWord(Sig(k + 2), "escape") || !EndsOperand(Sig(k + 2)))) continue;
+      additions_[significant_[k + 1]] = " ESCAPE ''";
+    }
+  }
+
+  std::string text_;  // the statement with its date literals rewritten; tokens_ view into it
+  std::vector<SqlToken> tokens_;
+  std::vector<size_t> significant_;  // indexes into tokens_ of the tokens that carry meaning
+  const PostgresColumnTypes& types_;
+  std::map<size_t, std::string> replacements_;  // token index -> text written instead
+  std::map<size_t, std::string> additions_;     // token index -> text written after it
+};
+
+}  // namespace
+
+std::string TranslateSqlForPostgres(std::string_view sql, const PostgresColumnTypes& types) {
+  return Translator(sql, types).Run();
+}
+
+}  // namespace clipcat
