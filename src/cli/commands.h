@@ -34,16 +34,24 @@ struct SearchOptions {
   bool any_category = false;  // a clipping in any of the categories also matches
 };
 
-// Creates the selected catalog file with its root folder named `name` (the file's stem when
-// empty). Refuses an existing file.
+// Creates the selected catalog with its root folder named `name` (for a file, the file's stem
+// when empty). Refuses an existing file. A server catalog given by --connection is created when
+// the store can deploy the schema on a server; until then it is refused with a clear error.
 void InitCommand(const Context& context, const std::string& name);
 void TreeCommand(const Context& context);
 void ListCommand(const Context& context, const std::string& folder);
-// `raw_type` > 0 writes only that data item's content, exactly.
-void ShowCommand(const Context& context, const std::string& id, int raw_type);
+// `raw_type` > 0 writes only that data item's content, exactly. With `record_access` the showing
+// counts as a use of the clipping in the access history.
+void ShowCommand(const Context& context, const std::string& id, int raw_type,
+                 bool record_access = true);
 void AddCommand(const Context& context, const AddOptions& options);
 void MakeFolderCommand(const Context& context, const std::string& parent, const std::string& name);
 void RenameCommand(const Context& context, const std::string& id, const std::string& name);
+// Moves a folder (with everything below it) or a clipping under folder `parent`. The services
+// cannot change a parent in place, so the item is copied there first and the original is then
+// deleted permanently: the moved items get new ids (printed), memberships go along (by name into
+// another catalog), and their access history stays behind.
+void MoveCommand(const Context& context, const std::string& id, const std::string& parent);
 void RemoveCommand(const Context& context, const std::string& id, bool permanently);
 void SearchCommand(const Context& context, const SearchOptions& options);
 void TagCommand(const Context& context, const std::string& clipping, const std::string& category,
@@ -52,6 +60,13 @@ void CategoriesCommand(const Context& context);
 void HistoryCommand(const Context& context, int maximum);
 void LinkCommand(const Context& context, const std::string& name, const std::string& connection);
 void UnlinkCommand(const Context& context, const std::string& folder);
+
+// Writes the whole catalog as one catalog document to `file` (standard output for "" or "-").
+// A file is written next to its final name and renamed into place only when complete.
+void ExportCommand(const Context& context, const std::string& file);
+// Adds the catalog document in `file` ("-" for standard input) to folder `into` (the catalog's
+// top folder when empty); see ImportDocument.
+void ImportCommand(const Context& context, const std::string& file, const std::string& into);
 
 // The tour `make run` shows: on a new default catalog it first seeds a small sample library,
 // then shows the tree, a search and a clipping. An existing catalog is only read.

@@ -1,5 +1,6 @@
 // init, tree, categories, history, link, unlink and the tour.
 #include <filesystem>
+#include <optional>
 #include <ostream>
 
 #include "automation/automation_object.h"
@@ -7,17 +8,49 @@
 #include "cli/commands.h"
 #include "cli/printing.h"
 #include "cli/session.h"
+#include "entities/connection_details.h"
 #include "store/catalog_schema.h"
+#include "store/connection_string.h"
 #include "util/errors.h"
+#include "util/text.h"
 
 namespace clipcat::cli {
 
-void InitCommand(const Context& context, const std::string& name) {
-  if (context.selection.path.empty()) {
-    throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
-                          "init needs a file catalog (--catalog PATH or $CLIPCAT_CATALOG)");
+namespace {
+
+// The file that the connection details of --connection name, or nothing for a server catalog.
+// A data link file is followed to the connection string it holds.
+std::optional<std::string> FileOfConnection(const std::string& connection_xml) {
+  const auto details = ConnectionDetails::Create();
+  details->SetXML(connection_xml);
+  std::string connection = details->ConnectionString();
+  if (const auto link = ConnectionStringValue(connection, "File Name")) {
+    connection = ReadDataLinkFile(*link);
   }
-  const std::filesystem::path path(context.selection.path);
+  const auto provider = ConnectionStringValue(connection, "Provider");
+  if (!provider || !EqualsIgnoreCase(*provider, kFileCatalogProvider)) return std::nullopt;
+  const auto source = ConnectionStringValue(connection, "Data Source");
+  if (!source || source->empty()) {
+    throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
+                          "the connection string names no Data Source file");
+  }
+  return source;
+}
+
+}  // namespace
+
+void InitCommand(const Context& context, const std::string& name) {
+  std::string file = context.selection.path;
+  if (!context.selection.connection_xml.empty()) {
+    const auto source = FileOfConnection(context.selection.connection_xml);
+    if (!source) {
+      throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
+                            "init cannot create a server catalog yet: create it with the "
+                            "server's tools, then use it with --connection");
+    }
+    file = std::filesystem::absolute(*source).lexically_normal().string();
+  }
+  const std::filesystem::path path(file);
   std::filesystem::create_directories(path.parent_path());
   CreateCatalog(path.string(), name.empty() ? path.stem().string() : name);
   context.out << "created " << path.string() << "\n";

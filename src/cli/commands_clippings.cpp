@@ -9,6 +9,7 @@
 
 #include "automation/entity_objects.h"
 #include "cli/commands.h"
+#include "cli/item_lookup.h"
 #include "cli/printing.h"
 #include "cli/session.h"
 #include "util/errors.h"
@@ -17,10 +18,6 @@
 
 namespace clipcat::cli {
 namespace {
-
-[[noreturn]] void Usage(const std::string& what) {
-  throw AutomationError(err::kInvalidProcedureCall, kComponentSource, what);
-}
 
 std::string ReadContent(const AddOptions& options) {
   if (options.text) return *options.text;
@@ -34,32 +31,9 @@ std::string ReadContent(const AddOptions& options) {
     content << in.rdbuf();
     return content.str();
   }
-  if (isatty(STDIN_FILENO)) Usage("add needs --text, --file or content on standard input");
+  if (isatty(STDIN_FILENO)) Refuse("add needs --text, --file or content on standard input");
   content << std::cin.rdbuf();
   return content.str();
-}
-
-// A folder of that id, or nullptr when the id names none (it may name a clipping).
-std::shared_ptr<Folder> FolderOrNothing(Session& session, const std::string& id) {
-  std::shared_ptr<Folder> folder;
-  IgnoreErrors([&] { folder = Unwrap<Folder>(session.Read("GetFolder", {Variant(id)})); });
-  return folder;
-}
-
-std::shared_ptr<Clipping> RequireClipping(Session& session, const std::string& id, bool data) {
-  const auto clipping = Unwrap<Clipping>(session.Read("GetClipping", {Variant(id), Variant(data)}));
-  if (!clipping) Usage("no clipping or folder has the id " + id);
-  return clipping;
-}
-
-std::shared_ptr<Category> CategoryNamed(Session& session, const std::string& name) {
-  const auto root = Unwrap<Folder>(session.Read("GetPersonalCatalogRootFolder"));
-  const auto categories =
-      Unwrap<Categories>(session.Read("GetCategoriesFromFolder", {Variant(root->ID())}));
-  for (const auto& category : *categories->Items()) {
-    if (EqualsIgnoreCase(category->Name(), name)) return category;
-  }
-  return nullptr;
 }
 
 }  // namespace
@@ -71,9 +45,10 @@ void ListCommand(const Context& context, const std::string& folder) {
   PrintClippings(*clippings, context, false);
 }
 
-void ShowCommand(const Context& context, const std::string& id, int raw_type) {
+void ShowCommand(const Context& context, const std::string& id, int raw_type, bool record_access) {
   Session session(context.selection);
   const auto clipping = RequireClipping(session, id, true);
+  if (record_access) session.Write("UpdateClippingHistory", {Wrap(clipping)});
   if (raw_type > 0) {
     for (const auto& item : *clipping->ClippingData()) {
       if (item->ClippingDataType() == raw_type) {
@@ -81,7 +56,7 @@ void ShowCommand(const Context& context, const std::string& id, int raw_type) {
         return;
       }
     }
-    Usage("clipping " + id + " has no data item of type " + std::to_string(raw_type));
+    Refuse("clipping " + id + " has no data item of type " + std::to_string(raw_type));
   }
   if (context.xml) {
     context.out << clipping->XML() << "\n";
@@ -110,7 +85,7 @@ void ShowCommand(const Context& context, const std::string& id, int raw_type) {
 }
 
 void AddCommand(const Context& context, const AddOptions& options) {
-  if (options.type < 1 || options.type > 5) Usage("--type must be 1 to 5");
+  if (options.type < 1 || options.type > 5) Refuse("--type must be 1 to 5");
   const std::string content = ReadContent(options);
   Session session(context.selection);
   const auto clipping = Clipping::Create();
@@ -189,9 +164,9 @@ void TagCommand(const Context& context, const std::string& clipping, const std::
                 bool untag) {
   Session session(context.selection);
   const auto tagged = RequireClipping(session, clipping, false);
-  auto existing = CategoryNamed(session, category);
+  auto existing = CategoryNamed(session, clipping, category);
   if (untag) {
-    if (!existing) Usage("no category is named " + category);
+    if (!existing) Refuse("no category is named " + category);
     session.Write("DeleteClippingFromCategory", {Variant(clipping), Variant(existing->ID())});
     return;
   }

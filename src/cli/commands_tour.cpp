@@ -82,7 +82,7 @@ void TourCommand(const Context& context) {
   for (const auto& clipping : *found->Items()) {
     if (clipping->ClippingStatus() == 4) continue;
     context.out << "\n== Clipping " << clipping->ID() << " ==\n";
-    ShowCommand(context, clipping->ID(), 0);
+    ShowCommand(context, clipping->ID(), 0, false);
     break;
   }
   context.out << "\nTry: clipcat --help\n";

@@ -25,23 +25,37 @@ int main(int argc, char** argv) {
   CLI::App app{"clipcat - a catalog of named, reusable clippings", "clipcat"};
   app.set_version_flag("--version", std::string("clipcat ") + CLIPCAT_VERSION);
   app.require_subcommand(1);
+  // The catalog options may also follow the command: clipcat tree --xml.
+  app.fallthrough();
+  app.footer(
+      "The catalog: --connection XML, else --catalog PATH, else $CLIPCAT_CATALOG, else\n"
+      "${XDG_DATA_HOME:-$HOME/.local/share}/clipcat/catalog.db (only this default catalog is\n"
+      "created on first use; init creates the others).\n"
+      "Exit status: 0 done; 1 failed, with \"error NUMBER (SOURCE): DESCRIPTION\" on standard\n"
+      "error; 64 the command line is wrong. clipcat COMMAND --help tells more; docs/cli.md has\n"
+      "an example of every command.");
 
   std::string catalog_option, connection_option;
   bool xml = false;
-  app.add_option("--catalog", catalog_option,
-                 "Catalog file (default: $CLIPCAT_CATALOG, then "
-                 "the personal catalog in the data directory)");
+  auto* catalog_flag = app.add_option("--catalog", catalog_option,
+                                      "Catalog file (default: $CLIPCAT_CATALOG, then the personal "
+                                      "catalog in the data directory)");
   app.add_option("--connection", connection_option,
-                 "Connection details as XML instead of a catalog file");
+                 "The catalog's connection details as XML, for any kind of catalog")
+      ->excludes(catalog_flag);
   app.add_flag("--xml", xml, "Print the entities' XML instead of text for people");
 
   auto* call = app.add_subcommand("call",
                                   "Call a member of a public class by name: "
                                   "call PROGID MEMBER [ARG ...]");
   call->prefix_command();
+  // Everything after MEMBER is an argument of the member, even text that looks like an option.
+  call->fallthrough(false);
 
   std::string init_name;
-  auto* init = app.add_subcommand("init", "Create the catalog file with its top folder");
+  auto* init = app.add_subcommand("init",
+                                  "Create the catalog (--catalog PATH, $CLIPCAT_CATALOG or a "
+                                  "file named by --connection) with its top folder");
   init->add_option("--name", init_name, "Name of the top folder (default: the file's name)");
 
   auto* tour = app.add_subcommand("tour",
@@ -78,6 +92,12 @@ int main(int argc, char** argv) {
   auto* rename = app.add_subcommand("rename", "Rename a folder or clipping");
   rename->add_option("ID", item_id, "Folder or clipping id")->required();
   rename->add_option("NAME", name, "New name")->required();
+
+  auto* mv = app.add_subcommand("mv",
+                                "Move a folder (with everything below it) or a clipping into "
+                                "another folder; moved items get new ids, which are printed");
+  mv->add_option("ID", item_id, "Folder or clipping id")->required();
+  mv->add_option("PARENT", parent, "Id of the folder to move it into")->required();
 
   bool permanently = false;
   auto* rm = app.add_subcommand("rm",
@@ -121,6 +141,23 @@ int main(int argc, char** argv) {
   auto* unlink = app.add_subcommand("unlink", "Remove a linked folder and its catalog record");
   unlink->add_option("FOLDER", folder_id, "Linked folder id")->required();
 
+  std::string export_file;
+  auto* export_command = app.add_subcommand(
+      "export",
+      "Write the whole catalog (folders, clippings with data, categories, links) as one "
+      "XML document");
+  export_command->add_option("FILE", export_file, "Document to write (default: standard output)");
+
+  std::string import_file, import_into;
+  auto* import_command = app.add_subcommand(
+      "import",
+      "Add everything in a document that export wrote; into a new catalog this gives "
+      "the same catalog");
+  import_command->add_option("FILE", import_file, "Document to read ('-' for standard input)")
+      ->required();
+  import_command->add_option("--into", import_into,
+                             "Folder to add it to (default: the catalog's top folder)");
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -161,6 +198,7 @@ int main(int argc, char** argv) {
     }
     if (mkdir->parsed()) MakeFolderCommand(context, parent, name);
     if (rename->parsed()) RenameCommand(context, item_id, name);
+    if (mv->parsed()) MoveCommand(context, item_id, parent);
     if (rm->parsed()) RemoveCommand(context, item_id, permanently);
     if (search->parsed()) SearchCommand(context, search_options);
     if (tag->parsed()) TagCommand(context, item_id, category, false);
@@ -169,6 +207,8 @@ int main(int argc, char** argv) {
     if (history->parsed()) HistoryCommand(context, history_max);
     if (link->parsed()) LinkCommand(context, name, link_connection);
     if (unlink->parsed()) UnlinkCommand(context, folder_id);
+    if (export_command->parsed()) ExportCommand(context, export_file);
+    if (import_command->parsed()) ImportCommand(context, import_file, import_into);
     return 0;
   } catch (const UsageError& e) {
     std::cerr << "usage: " << e.what() << "\n";
