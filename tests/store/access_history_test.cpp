@@ -9,23 +9,18 @@
 #include <utility>
 #include <vector>
 
+#include "catalog_fixture.h"
 #include "store/data_access.h"
-#include "temp_catalog.h"
 #include "util/date.h"
 #include "util/values.h"
 
 namespace clipcat {
 namespace {
 
-using ::clipcat::testing::TempCatalog;
+using ::clipcat::testing::CatalogTest;
 
-class AccessHistoryTest : public ::testing::Test {
+class AccessHistoryTest : public CatalogTest {
  protected:
-  AccessHistoryTest() {
-    access_->SetConnectionString(catalog_.connection_string());
-    db_.OpenConnection(catalog_.connection_string(), "", "");
-  }
-
   static std::shared_ptr<Clipping> Opened(const std::string& id, const std::string& guid,
                                           const std::string& name) {
     auto clipping = Clipping::Create();
@@ -56,10 +51,6 @@ class AccessHistoryTest : public ::testing::Test {
   static bool IsAboutNow(const Date& date) {
     return std::fabs(date.serial() - Date::Now().serial()) < 10.0 / 86400;
   }
-
-  TempCatalog catalog_;
-  std::shared_ptr<DataAccess> access_ = DataAccessMDB::Create();
-  DBConnection db_;
 };
 
 TEST_F(AccessHistoryTest, FirstAccessInsertsAndEachFurtherOneCounts) {

@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "catalog_fixture.h"
 #include "entities/category.h"
 #include "entities/clipping.h"
 #include "store/data_access.h"
 #include "store/db_connection.h"
-#include "temp_catalog.h"
 #include "util/date.h"
 #include "util/errors.h"
 #include "util/messages.h"
@@ -18,18 +18,8 @@
 namespace clipcat {
 namespace {
 
-using ::clipcat::testing::TempCatalog;
-
-template <typename Call>
-AutomationError ErrorOf(Call&& call) {
-  try {
-    call();
-  } catch (const AutomationError& e) {
-    return e;
-  }
-  ADD_FAILURE() << "no error raised";
-  return AutomationError(0, "", "");
-}
+using ::clipcat::testing::CatalogTest;
+using ::clipcat::testing::ErrorOf;
 
 std::vector<std::string> NamesOf(const std::shared_ptr<Categories>& categories) {
   std::vector<std::string> names;
@@ -41,39 +31,14 @@ Date At(int hour, int minute, int second) {
   return *Date::FromParts({2002, 4, 3, hour, minute, second});
 }
 
-class CategoryOpsTest : public ::testing::Test {
+class CategoryOpsTest : public CatalogTest {
  protected:
-  void SetUp() override {
-    access_ = DataAccessMDB::Create();
-    access_->SetConnectionString(catalog_.connection_string());
-    db_.OpenConnection(catalog_.connection_string(), "", "");
-  }
-
-  void AddFolderRow(int32_t key, int32_t parent, const std::string& name) {
-    db_.ExecuteSQL("INSERT INTO Folder (lFolderID, lParentID, sName, iStatus) VALUES (" +
-                   std::to_string(key) + ", " + std::to_string(parent) + ", " +
-                   SqlText(Variant(name)) + ", 1)");
-  }
-
-  void AddClippingRow(int32_t key, int32_t folder, const std::string& name, int32_t status = 1) {
-    db_.ExecuteSQL(
-        "INSERT INTO Clipping (lClippingID, lFolderID, sGUID, sName, iClippingStatus) VALUES (" +
-        std::to_string(key) + ", " + std::to_string(folder) + ", 'guid-" + std::to_string(key) +
-        "', " + SqlText(Variant(name)) + ", " + std::to_string(status) + ")");
-  }
-
   std::shared_ptr<Category> AddCategory(const std::string& name,
                                         const std::string& description = "") {
     auto category = Category::Create();
     category->SetName(name);
     category->SetDescription(description);
     return access_->AddCategory(category, "");
-  }
-
-  // Counted through a connection of its own, which sees only what the store committed.
-  int32_t Count(const std::string& from_where) {
-    Recordset rs = db_.GetRecordsetRO("SELECT COUNT(*) AS n FROM " + from_where);
-    return rs.Value("n").ToLong();
   }
 
   std::vector<std::string> CommittedCategoryNames() {
@@ -87,10 +52,6 @@ class CategoryOpsTest : public ::testing::Test {
     return Count("ClippingGroupClipping WHERE lClippingId=" + std::to_string(clipping) +
                  " AND lGroupClippingId=" + category_id) == 1;
   }
-
-  TempCatalog catalog_;
-  DBConnection db_;
-  std::shared_ptr<DataAccess> access_;
 };
 
 TEST_F(CategoryOpsTest, AddCategoryWritesARowOfGroupOneAndTagsTheCaller) {
@@ -418,7 +379,7 @@ TEST_F(CategoryOpsTest, WholeFoldersAreTaggedAndUntaggedClippingByClipping) {
   AddFolderRow(20, 1, "Home");
   AddClippingRow(100, 10, "In Work");
   AddClippingRow(101, 11, "In Letters");
-  AddClippingRow(102, 12, "Deleted in Old", 4);
+  AddClippingRow(102, 12, "Deleted in Old", "", "4");
   AddClippingRow(103, 20, "In Home");
   const auto legal = AddCategory("Legal");
   const auto tax = AddCategory("Tax");

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "catalog_fixture.h"
 #include "store/blob_field.h"
 #include "store/data_access.h"
-#include "temp_catalog.h"
 #include "util/compression.h"
 #include "util/errors.h"
 #include "util/utf16.h"
@@ -19,7 +19,7 @@
 namespace clipcat {
 namespace {
 
-using ::clipcat::testing::TempCatalog;
+using ::clipcat::testing::CatalogTest;
 
 struct Item {
   int32_t type;
@@ -36,13 +36,8 @@ std::string NoisyText(size_t length, uint32_t seed) {
   return text;
 }
 
-class ClippingDataTest : public ::testing::Test {
+class ClippingDataTest : public CatalogTest {
  protected:
-  ClippingDataTest() {
-    access_->SetConnectionString(catalog_.connection_string());
-    db_.OpenConnection(catalog_.connection_string(), "", "");
-  }
-
   std::shared_ptr<Clipping> NewClipping(const std::string& name, const std::vector<Item>& items) {
     auto clipping = Clipping::Create();
     clipping->SetName(name);
@@ -90,10 +85,6 @@ class ClippingDataTest : public ::testing::Test {
       EXPECT_TRUE(item->RawData() == expected[i].content) << i;
     }
   }
-
-  TempCatalog catalog_;
-  std::shared_ptr<DataAccess> access_ = DataAccessMDB::Create();
-  DBConnection db_;
 };
 
 TEST_F(ClippingDataTest, SeveralItemsRoundTripInOrderAndEmptyOnesAreDropped) {

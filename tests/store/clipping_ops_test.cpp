@@ -4,14 +4,13 @@
 
 #include <cmath>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "catalog_fixture.h"
 #include "store/data_access.h"
 #include "store/data_access_internal.h"
-#include "temp_catalog.h"
 #include "util/errors.h"
 #include "util/guid.h"
 #include "util/messages.h"
@@ -20,38 +19,12 @@
 namespace clipcat {
 namespace {
 
-using ::clipcat::testing::TempCatalog;
+using ::clipcat::testing::BothKindsTest;
+using ::clipcat::testing::ErrorOf;
+using ::clipcat::testing::KindName;
 
-template <typename Call>
-AutomationError ErrorOf(Call&& call) {
-  try {
-    call();
-  } catch (const AutomationError& e) {
-    return e;
-  }
-  ADD_FAILURE() << "no error raised";
-  return AutomationError(0, "", "");
-}
-
-// Both kinds of data access object, so that every test runs on each.
-const std::vector<std::function<std::shared_ptr<DataAccess>()>> kKinds = {
-    [] { return DataAccessSQL::Create(); },
-    [] { return DataAccessMDB::Create(); },
-};
-
-class ClippingOpsTest : public ::testing::TestWithParam<size_t> {
+class ClippingOpsTest : public BothKindsTest {
  protected:
-  ClippingOpsTest() {
-    access_->SetConnectionString(catalog_.connection_string());
-    db_.OpenConnection(catalog_.connection_string(), "", "");
-  }
-
-  // A folder row written straight into the table.
-  void AddFolderRow(int32_t key, int32_t parent, const std::string& name) {
-    db_.ExecuteSQL("INSERT INTO Folder (lFolderID, lParentID, sName, iStatus) VALUES (" +
-                   SqlNumber(key) + ", " + SqlNumber(parent) + ", " + SqlText(name) + ", 1)");
-  }
-
   static std::shared_ptr<Clipping> NewClipping(const std::string& name,
                                                const std::string& content = "content",
                                                const std::string& description = "") {
@@ -84,11 +57,9 @@ class ClippingOpsTest : public ::testing::TestWithParam<size_t> {
     return access_->AddClipping(NewClipping(name), folder)->ID();
   }
 
-  int32_t Count(const std::string& sql) { return db_.GetRecordsetRO(sql).RecordCount(); }
-
   // Every row of the tables a clipping writes, so that a test can prove nothing changed.
-  int32_t ClippingRows() { return Count("SELECT * FROM Clipping"); }
-  int32_t DataRows() { return Count("SELECT * FROM ClippingDataType"); }
+  int32_t ClippingRows() { return Count("Clipping"); }
+  int32_t DataRows() { return Count("ClippingDataType"); }
 
   // Puts clipping `id` into a new category of group `group` through plain rows.
   void AddToCategory(const std::string& id, int32_t category, int32_t group) {
@@ -110,13 +81,9 @@ class ClippingOpsTest : public ::testing::TestWithParam<size_t> {
                .GetRecordsetRO("SELECT * FROM Clipping WHERE lClippingID=" + SqlNumber(Variant(id)))
                .RecordCount() == 1;
   }
-
-  TempCatalog catalog_;
-  std::shared_ptr<DataAccess> access_ = kKinds[GetParam()]();
-  DBConnection db_;
 };
 
-INSTANTIATE_TEST_SUITE_P(BothKinds, ClippingOpsTest, ::testing::Values(0, 1));
+INSTANTIATE_TEST_SUITE_P(BothKinds, ClippingOpsTest, ::testing::Values(0, 1), KindName);
 
 TEST_P(ClippingOpsTest, AddAnswersTheCallersClippingWithKeyGuidAndTime) {
   AddFolderRow(2, 1, "Letters");
@@ -143,7 +110,7 @@ TEST_P(ClippingOpsTest, AddAnswersTheCallersClippingWithKeyGuidAndTime) {
   const auto second = access_->AddClipping(NewClipping("Second"), "2");
   EXPECT_GT(std::stoi(second->ID()), std::stoi(added->ID()));
   EXPECT_NE(second->GUID(), added->GUID());
-  EXPECT_EQ(Count("SELECT * FROM FolderIDGenerator"), 0);
+  EXPECT_EQ(Count("FolderIDGenerator"), 0);
 }
 
 TEST_P(ClippingOpsTest, ReadsByKeyGuidAndName) {
@@ -191,7 +158,7 @@ TEST_P(ClippingOpsTest, ExternalCatalogIdsAreStrippedAndTagged) {
   const auto added = access_->AddClipping(NewClipping("Shared"), "P7C1");
   EXPECT_EQ(added->ID().rfind("P7C", 0), 0u) << added->ID();
   const std::string key = added->ID().substr(3);
-  EXPECT_EQ(Count("SELECT * FROM Clipping WHERE lFolderID=1 AND lClippingID=" + key), 1);
+  EXPECT_EQ(Count("Clipping WHERE lFolderID=1 AND lClippingID=" + key), 1);
 
   const auto read = access_->GetClipping(added->ID(), true);
   ASSERT_NE(read, nullptr);
@@ -279,9 +246,9 @@ TEST_P(ClippingOpsTest, SoftDeleteKeepsRowAndDataButDropsCategoryLinks) {
   ASSERT_NE(access_->FindClippingWithGUID(guid, false), nullptr);
   EXPECT_EQ(access_->GetClippingByName("Old", "1", false), nullptr);
   EXPECT_FALSE(access_->ClippingNameExists("Old", "1"));
-  EXPECT_EQ(Count("SELECT * FROM ClippingGroupClipping WHERE lGroupClippingId=1"), 0);
-  EXPECT_EQ(Count("SELECT * FROM ClippingGroupClipping WHERE lGroupClippingId=2"), 1);
-  EXPECT_EQ(Count("SELECT * FROM GroupClipping"), 2);
+  EXPECT_EQ(Count("ClippingGroupClipping WHERE lGroupClippingId=1"), 0);
+  EXPECT_EQ(Count("ClippingGroupClipping WHERE lGroupClippingId=2"), 1);
+  EXPECT_EQ(Count("GroupClipping"), 2);
 }
 
 TEST_P(ClippingOpsTest, PermanentDeleteRemovesEveryRowOfTheClippingOnly) {
@@ -294,11 +261,11 @@ TEST_P(ClippingOpsTest, PermanentDeleteRemovesEveryRowOfTheClippingOnly) {
 
   access_->DeleteClipping(doomed, true);
   EXPECT_EQ(access_->GetClipping(doomed, true), nullptr);
-  EXPECT_EQ(Count("SELECT * FROM Clipping WHERE lClippingID=" + doomed), 0);
-  EXPECT_EQ(Count("SELECT * FROM ClippingDataType WHERE lClippingID=" + doomed), 0);
-  EXPECT_EQ(Count("SELECT * FROM ClippingGroupClipping WHERE lClippingID=" + doomed), 0);
+  EXPECT_EQ(Count("Clipping WHERE lClippingID=" + doomed), 0);
+  EXPECT_EQ(Count("ClippingDataType WHERE lClippingID=" + doomed), 0);
+  EXPECT_EQ(Count("ClippingGroupClipping WHERE lClippingID=" + doomed), 0);
   EXPECT_EQ(access_->GetClipping(kept, true)->ClippingData()->Count(), 1);
-  EXPECT_EQ(Count("SELECT * FROM ClippingGroupClipping WHERE lClippingID=" + kept), 1);
+  EXPECT_EQ(Count("ClippingGroupClipping WHERE lClippingID=" + kept), 1);
 
   // A soft-deleted clipping can still be removed for good.
   access_->DeleteClipping(kept, false);
@@ -334,9 +301,7 @@ TEST_P(ClippingOpsTest, DeletingAFoldersClippingsReachesOnlyThatFolder) {
   const std::string c = Add("C", "2");
   access_->DeleteClippingsFromFolder("2", true);
   for (const std::string& id : {a, b, c}) EXPECT_EQ(access_->GetClipping(id, false), nullptr);
-  EXPECT_EQ(Count("SELECT * FROM ClippingDataType WHERE lClippingID IN (" + a + ", " + b + ", " +
-                  c + ")"),
-            0);
+  EXPECT_EQ(Count("ClippingDataType WHERE lClippingID IN (" + a + ", " + b + ", " + c + ")"), 0);
   EXPECT_NE(access_->GetClipping(outside, true), nullptr);
   EXPECT_TRUE(VisibleElsewhere(outside));
 }
@@ -361,7 +326,7 @@ TEST_P(ClippingOpsTest, TrialsAnswerAndLeaveNoRows) {
 
   EXPECT_EQ(ClippingRows(), rows);
   EXPECT_EQ(DataRows(), data);
-  EXPECT_EQ(Count("SELECT * FROM FolderIDGenerator"), 0);
+  EXPECT_EQ(Count("FolderIDGenerator"), 0);
   EXPECT_EQ(access_->GetClipping(id, true)->ClippingStatus(), 0);
   EXPECT_EQ(access_->GetClipping(id, true)->ClippingData()->Count(), 1);
   EXPECT_TRUE(VisibleElsewhere(Add("After trials")));

@@ -1,37 +1,26 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "catalog_fixture.h"
 #include "entities/category.h"
 #include "entities/clipping.h"
 #include "entities/folder.h"
 #include "entities/search.h"
 #include "store/data_access.h"
 #include "store/db_connection.h"
-#include "temp_catalog.h"
 #include "util/errors.h"
 #include "util/values.h"
 
 namespace clipcat {
 namespace {
 
-using ::clipcat::testing::TempCatalog;
+using ::clipcat::testing::CatalogTest;
+using ::clipcat::testing::ErrorOf;
 using Keys = std::vector<std::string>;
-
-template <typename Call>
-AutomationError ErrorOf(Call&& call) {
-  try {
-    call();
-  } catch (const AutomationError& e) {
-    return e;
-  }
-  ADD_FAILURE() << "no error raised";
-  return AutomationError(0, "", "");
-}
 
 // The ids of a result, sorted, for queries that promise no order.
 Keys SortedIds(const std::shared_ptr<Clippings>& clippings) {
@@ -69,45 +58,13 @@ const std::vector<std::string> kHostileTexts = {
     "\"; DROP TABLE Clipping",
 };
 
-class ClippingQueriesTest : public ::testing::Test {
+class ClippingQueriesTest : public CatalogTest {
  protected:
-  void SetUp() override {
-    access_ = DataAccessMDB::Create();
-    access_->SetConnectionString(catalog_.connection_string());
-    db_.OpenConnection(catalog_.connection_string(), "", "");
-  }
-
-  void AddFolderRow(int32_t key, int32_t parent, const std::string& name, int32_t status = 1) {
-    db_.ExecuteSQL("INSERT INTO Folder (lFolderID, lParentID, sName, iStatus) VALUES (" +
-                   std::to_string(key) + ", " + std::to_string(parent) + ", " +
-                   SqlText(Variant(name)) + ", " + std::to_string(status) + ")");
-  }
-
-  // `status` is spliced as given, so that "Null" writes a row without a status.
-  void AddClippingRow(int32_t key, int32_t folder, const std::string& name,
-                      const std::string& description = "", const std::string& status = "1") {
-    db_.ExecuteSQL(
-        "INSERT INTO Clipping (lClippingID, lFolderID, sGUID, sName, sDescription, "
-        "iClippingStatus) VALUES (" +
-        std::to_string(key) + ", " + std::to_string(folder) + ", 'guid-" + std::to_string(key) +
-        "', " + SqlText(Variant(name)) + ", " + SqlText(Variant(description)) + ", " + status +
-        ")");
-  }
-
   std::string AddCategory(const std::string& name) {
     auto category = Category::Create();
     category->SetName(name);
     return access_->AddCategory(category, "")->ID();
   }
-
-  int32_t Count(const std::string& from_where) {
-    Recordset rs = db_.GetRecordsetRO("SELECT COUNT(*) AS n FROM " + from_where);
-    return rs.Value("n").ToLong();
-  }
-
-  TempCatalog catalog_;
-  DBConnection db_;
-  std::shared_ptr<DataAccess> access_;
 };
 
 // ---- By folder ----
@@ -360,7 +317,6 @@ TEST_F(ClippingQueriesTest, ClippingsExistIsNotImplemented) {
 class TextSearchTest : public ClippingQueriesTest {
  protected:
   void SetUp() override {
-    ClippingQueriesTest::SetUp();
     AddFolderRow(10, 1, "Work");
     AddFolderRow(11, 10, "Letters");
     AddFolderRow(20, 1, "Home");

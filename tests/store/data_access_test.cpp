@@ -3,14 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <functional>
-#include <memory>
 #include <set>
 #include <string>
-#include <vector>
 
+#include "catalog_fixture.h"
 #include "store/data_access_internal.h"
-#include "temp_catalog.h"
 #include "util/errors.h"
 #include "util/guid.h"
 #include "util/values.h"
@@ -18,43 +15,11 @@
 namespace clipcat {
 namespace {
 
-using ::clipcat::testing::TempCatalog;
+using ::clipcat::testing::BothKindsTest;
+using ::clipcat::testing::ErrorOf;
+using ::clipcat::testing::KindName;
 
-template <typename Call>
-AutomationError ErrorOf(Call&& call) {
-  try {
-    call();
-  } catch (const AutomationError& e) {
-    return e;
-  }
-  ADD_FAILURE() << "no error raised";
-  return AutomationError(0, "", "");
-}
-
-// Both kinds of data access object, so that every test runs on each.
-const std::vector<std::function<std::shared_ptr<DataAccess>()>> kKinds = {
-    [] { return DataAccessSQL::Create(); },
-    [] { return DataAccessMDB::Create(); },
-};
-
-class DataAccessTest : public ::testing::TestWithParam<size_t> {
- protected:
-  std::shared_ptr<DataAccess> Make() {
-    auto access = kKinds[GetParam()]();
-    access->SetConnectionString(catalog_.connection_string());
-    return access;
-  }
-
-  // Adds a folder row straight through its own connection.
-  void AddFolderRow(int32_t key, int32_t parent, const std::string& name) {
-    DBConnection db;
-    db.OpenConnection(catalog_.connection_string(), "", "");
-    db.ExecuteSQL("INSERT INTO Folder (lFolderID, lParentID, sName, iStatus) VALUES (" +
-                  SqlNumber(key) + ", " + SqlNumber(parent) + ", " + SqlText(name) + ", 1)");
-  }
-
-  TempCatalog catalog_;
-};
+class DataAccessTest : public BothKindsTest {};
 
 TEST_P(DataAccessTest, PropertiesKeepWhatIsSet) {
   auto access = Make();
@@ -137,11 +102,7 @@ TEST_P(DataAccessTest, ConnectionCheckAnswersWithoutRaising) {
   EXPECT_TRUE(access->CatalogsConnectionOK("1"));  // opens the closed catalog
   EXPECT_TRUE(access->IsOpen());
   EXPECT_TRUE(access->CatalogsConnectionOK(""));
-  {
-    DBConnection db;
-    db.OpenConnection(catalog_.connection_string(), "", "");
-    db.ExecuteSQL("DROP TABLE CatalogProperties");
-  }
+  db_.ExecuteSQL("DROP TABLE CatalogProperties");
   EXPECT_FALSE(access->CatalogsConnectionOK("1"));
   access->CloseCatalog();
   access->SetConnectionString(FileCatalogConnectionString(catalog_.dir().File("missing.db")));
@@ -172,11 +133,9 @@ TEST_P(DataAccessTest, InterleavedGeneratorsNeverShareAKey) {
   EXPECT_EQ(DataAccessInternal::GetNextID(*first, "GroupClipping", CreateGUIDString()), 1);
   EXPECT_EQ(DataAccessInternal::GetNextID(*second, "ExternalCatalog", CreateGUIDString()), 1);
   EXPECT_EQ(DataAccessInternal::GetNextID(*second, "GroupClipping", CreateGUIDString()), 2);
-  DBConnection db;
-  db.OpenConnection(catalog_.connection_string(), "", "");
   for (std::string table :
        {"FolderIDGenerator", "GroupClippingIDGenerator", "ExternalCatalogIDGenerator"}) {
-    EXPECT_EQ(db.GetRecordsetRO("SELECT * FROM " + table).RecordCount(), 0) << table;
+    EXPECT_EQ(Count(table), 0) << table;
   }
 }
 
@@ -193,10 +152,7 @@ TEST_P(DataAccessTest, GeneratorRefusesOtherTablesAndMissingRows) {
   EXPECT_EQ(access->GetFolderPathName("1"), "Personal");  // the Folder table is untouched
 }
 
-INSTANTIATE_TEST_SUITE_P(BothKinds, DataAccessTest, ::testing::Values(0, 1),
-                         [](const ::testing::TestParamInfo<size_t>& info) {
-                           return info.param == 0 ? std::string("SQL") : std::string("MDB");
-                         });
+INSTANTIATE_TEST_SUITE_P(BothKinds, DataAccessTest, ::testing::Values(0, 1), KindName);
 
 }  // namespace
 }  // namespace clipcat

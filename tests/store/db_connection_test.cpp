@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "error_of.h"
 #include "store/backend_factory.h"
 #include "temp_catalog.h"
 #include "util/date.h"
@@ -17,19 +18,9 @@
 namespace clipcat {
 namespace {
 
+using ::clipcat::testing::ErrorOf;
 using ::clipcat::testing::TempCatalog;
 using ::clipcat::testing::TempDir;
-
-template <typename Call>
-AutomationError ErrorOf(Call&& call) {
-  try {
-    call();
-  } catch (const AutomationError& e) {
-    return e;
-  }
-  ADD_FAILURE() << "no error raised";
-  return AutomationError(0, "", "");
-}
 
 int32_t CountRows(DBConnection& db, const std::string& table) {
   Recordset rs = db.GetRecordsetRO("SELECT * FROM " + table);

@@ -9,9 +9,9 @@
 #include <utility>
 #include <vector>
 
+#include "catalog_fixture.h"
 #include "recording_backend.h"
 #include "store/data_access.h"
-#include "temp_catalog.h"
 #include "util/errors.h"
 #include "util/messages.h"
 #include "util/values.h"
@@ -19,20 +19,11 @@
 namespace clipcat {
 namespace {
 
+using ::clipcat::testing::BothKindsTest;
+using ::clipcat::testing::ErrorOf;
+using ::clipcat::testing::KindName;
 using ::clipcat::testing::StatementRecorder;
 using ::clipcat::testing::Statements;
-using ::clipcat::testing::TempCatalog;
-
-template <typename Call>
-AutomationError ErrorOf(Call&& call) {
-  try {
-    call();
-  } catch (const AutomationError& e) {
-    return e;
-  }
-  ADD_FAILURE() << "no error raised";
-  return AutomationError(0, "", "");
-}
 
 // "Name(child,child(grandchild))": a folder's subtree as the listing gave it, children in order.
 std::string Outline(const Folder& folder) {
@@ -72,42 +63,20 @@ std::shared_ptr<Folder> FindByName(const Folder& folder, const std::string& name
   return nullptr;
 }
 
-const std::vector<std::function<std::shared_ptr<DataAccess>()>> kKinds = {
-    [] { return DataAccessSQL::Create(); },
-    [] { return DataAccessMDB::Create(); },
-};
-
-class FolderOpsTest : public ::testing::TestWithParam<size_t> {
+class FolderOpsTest : public BothKindsTest {
  protected:
-  std::shared_ptr<DataAccess> Make(int32_t catalog_id = 0) {
-    auto access = kKinds[GetParam()]();
-    access->SetConnectionString(catalog_.connection_string());
-    access->SetExternalCatalogID(Variant(catalog_id));
-    return access;
-  }
-
-  // A connection of the test's own, so that what the store wrote is read back independently and
-  // is only visible once committed.
-  DBConnection& Db() {
-    if (!db_.IsOpen()) db_.OpenConnection(catalog_.connection_string(), "", "");
-    return db_;
-  }
-
-  int32_t Count(const std::string& from_where) {
-    Recordset rs = Db().GetRecordsetRO("SELECT COUNT(*) AS n FROM " + from_where);
-    return rs.Value("n").ToLong();
-  }
-
   Variant Cell(const std::string& column, int32_t folder_key) {
-    Recordset rs = Db().GetRecordsetRO(
-        "SELECT " + column + " FROM Folder WHERE lFolderID=" + std::to_string(folder_key));
+    Recordset rs = db_.GetRecordsetRO("SELECT " + column +
+                                      " FROM Folder WHERE lFolderID=" + std::to_string(folder_key));
     if (rs.Eof()) return Variant::Null();
     return rs.Value(column);
   }
 
+  // A whole folder row as a writer of the catalog leaves one: GUID "G<key>", a leaf, last
+  // updated 2002-03-04 05:06:07.
   void InsertFolder(int32_t key, int32_t parent, const std::string& name, int32_t status = 1,
                     int32_t external = 0) {
-    Db().ExecuteSQL(
+    db_.ExecuteSQL(
         "INSERT INTO Folder (lFolderID, sGUID, lParentID, sName, lExternalCatalogId, bIsLeaf,"
         " iStatus, tUpdated) VALUES (" +
         SqlNumber(key) + ", 'G" + std::to_string(key) + "', " + SqlNumber(parent) + ", " +
@@ -117,20 +86,20 @@ class FolderOpsTest : public ::testing::TestWithParam<size_t> {
 
   // A clipping with one data item, as another writer would have stored it.
   void InsertClipping(int32_t key, int32_t folder, int32_t status = 1) {
-    Db().ExecuteSQL(
+    db_.ExecuteSQL(
         "INSERT INTO Clipping (lClippingID, lFolderID, sGUID, sName, iClippingStatus)"
         " VALUES (" +
         SqlNumber(key) + ", " + SqlNumber(folder) + ", 'C" + std::to_string(key) + "', 'Clip " +
         std::to_string(key) + "', " + SqlNumber(status) + ")");
-    Db().ExecuteSQL(
+    db_.ExecuteSQL(
         "INSERT INTO ClippingDataType (lClippingID, lDataTypeId, bIsCompressed)"
         " VALUES (" +
         SqlNumber(key) + ", 2, 0)");
   }
 
   int32_t ClippingStatus(int32_t key) {
-    Recordset rs = Db().GetRecordsetRO("SELECT iClippingStatus FROM Clipping WHERE lClippingID=" +
-                                       std::to_string(key));
+    Recordset rs = db_.GetRecordsetRO("SELECT iClippingStatus FROM Clipping WHERE lClippingID=" +
+                                      std::to_string(key));
     return rs.Eof() ? -1 : rs.Value("iClippingStatus").ToLong();
   }
 
@@ -172,9 +141,6 @@ class FolderOpsTest : public ::testing::TestWithParam<size_t> {
     InsertFolder(300, 0, "Shared", 1, 5);
     InsertFolder(301, 0, "Trash", 3);
   }
-
-  TempCatalog catalog_;
-  DBConnection db_;
 };
 
 TEST_P(FolderOpsTest, RootFolderIsTheTopFolderOfThisCatalog) {
@@ -189,13 +155,13 @@ TEST_P(FolderOpsTest, RootFolderIsTheTopFolderOfThisCatalog) {
     EXPECT_EQ(root->ExternalCatalogID(), 0);
     EXPECT_EQ(root->GUID().size(), 32u);
   }
-  Db().ExecuteSQL("DELETE FROM Folder WHERE lFolderID=1");
+  db_.ExecuteSQL("DELETE FROM Folder WHERE lFolderID=1");
   EXPECT_EQ(access->GetPersonalCatalogRootFolder(), nullptr);
   EXPECT_EQ(access->GetCatalogsRootFolder(""), nullptr);
 }
 
 TEST_P(FolderOpsTest, RowReaderFillsEveryPropertyAndTagsIds) {
-  Db().ExecuteSQL(
+  db_.ExecuteSQL(
       "INSERT INTO Folder (lFolderID, sGUID, lParentID, sName, sDescription, lExternalCatalogId,"
       " bIsLeaf, iStatus, tUpdated) VALUES (42, 'ABCDEF', 1, 'O''Brien', 'Notes', 3, 0, 2,"
       " '2002-03-04 05:06:07')");
@@ -463,8 +429,8 @@ TEST_P(FolderOpsTest, UpdateFolderRewritesTheRowButNotItsPlace) {
   auto read = FolderFromXml("<Folder Folderid=\"" + folder->ID() +
                             R"(" parentid="1" name="Mail" description="Renamed" status="2")"
                             R"( isleaf="12"/>)");
-  Db().ExecuteSQL("UPDATE Folder SET tUpdated='2002-03-04 05:06:07' WHERE lFolderID=" +
-                  std::to_string(key));
+  db_.ExecuteSQL("UPDATE Folder SET tUpdated='2002-03-04 05:06:07' WHERE lFolderID=" +
+                 std::to_string(key));
   auto updated = access->UpdateFolder(read, true);
   EXPECT_EQ(updated.get(), read.get());
   EXPECT_EQ(read->ID(), folder->ID());
@@ -535,7 +501,7 @@ TEST_P(FolderOpsTest, HaveFoldersChangedComparesTheUpdateTimes) {
   const Date now = Date::Now();
   EXPECT_TRUE(access->HaveFoldersChanged(Date(now.serial() - 1)));
   EXPECT_FALSE(access->HaveFoldersChanged(Date(now.serial() + 1)));
-  Db().ExecuteSQL("UPDATE Folder SET tUpdated='2002-03-04 05:06:07'");
+  db_.ExecuteSQL("UPDATE Folder SET tUpdated='2002-03-04 05:06:07'");
   const Date changed = *Date::FromParts({2002, 3, 4, 5, 6, 7});
   EXPECT_TRUE(access->HaveFoldersChanged(changed));
   EXPECT_FALSE(access->HaveFoldersChanged(*Date::FromParts({2002, 3, 4, 5, 6, 8})));
@@ -561,7 +527,6 @@ TEST_P(FolderOpsTest, UpdateParentFolderSetsTheLeafMark) {
 class FolderDeleteTest : public FolderOpsTest {
  protected:
   void SetUp() override {
-    access_ = Make();
     x_ = Key(Add(*access_, "X", "1"));
     x1_ = Key(Add(*access_, "X1", std::to_string(x_)));
     x1a_ = Key(Add(*access_, "X1a", std::to_string(x1_)));
@@ -581,7 +546,6 @@ class FolderDeleteTest : public FolderOpsTest {
     return status.IsNull() ? -1 : status.ToLong();
   }
 
-  std::shared_ptr<DataAccess> access_;
   int32_t x_ = 0, x1_ = 0, x1a_ = 0, x2_ = 0, y_ = 0;
 };
 
@@ -630,7 +594,7 @@ TEST_P(FolderDeleteTest, PermanentDeleteTakesClippingsMarkedDeletedButNotDeleted
 TEST_P(FolderDeleteTest, DeletingALeafMarksItsParentALeaf) {
   for (bool permanently : {false, true}) {
     SCOPED_TRACE(permanently);
-    Db().ExecuteSQL("UPDATE Folder SET bIsLeaf=0, iStatus=1 WHERE lFolderID=" + std::to_string(x_));
+    db_.ExecuteSQL("UPDATE Folder SET bIsLeaf=0, iStatus=1 WHERE lFolderID=" + std::to_string(x_));
     const int32_t leaf = Key(Add(*access_, permanently ? "Z2" : "Z1", std::to_string(x_)));
     EXPECT_FALSE(Cell("bIsLeaf", x_).ToBoolean());
     access_->DeleteFolder(std::to_string(leaf), permanently);
@@ -725,10 +689,7 @@ TEST_P(FolderOpsTest, CanUpdateFolderIsNotImplemented) {
 // clipping operations that a folder delete calls are left out; dates and GUIDs are placeholders.
 class FolderStatementTest : public FolderOpsTest {
  protected:
-  void SetUp() override {
-    access_ = Make();
-    recorder_.Record(*access_);
-  }
+  void SetUp() override { recorder_.Record(*access_); }
 
   Statements Run(const std::function<void()>& call) {
     Statements statements = recorder_.Run(call);
@@ -738,7 +699,6 @@ class FolderStatementTest : public FolderOpsTest {
   }
 
   StatementRecorder recorder_;
-  std::shared_ptr<DataAccess> access_;
 };
 
 TEST_P(FolderStatementTest, ReadsRunTheirOwnText) {
@@ -825,10 +785,6 @@ TEST_P(FolderStatementTest, WritesRunTheirOwnTextInOrder) {
                 "1, 'Mail', 'Letters', 0, 1, 0, 1, <date> )",
                 "<rollback>",
             }));
-}
-
-std::string KindName(const ::testing::TestParamInfo<size_t>& info) {
-  return info.param == 0 ? "SQL" : "MDB";
 }
 
 INSTANTIATE_TEST_SUITE_P(BothKinds, FolderOpsTest, ::testing::Values(0, 1), KindName);

@@ -1,38 +1,23 @@
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "catalog_fixture.h"
 #include "recording_backend.h"
 #include "store/data_access.h"
-#include "temp_catalog.h"
 #include "util/errors.h"
 #include "util/values.h"
 
 namespace clipcat {
 namespace {
 
+using ::clipcat::testing::BothKindsTest;
+using ::clipcat::testing::ErrorOf;
+using ::clipcat::testing::KindName;
 using ::clipcat::testing::StatementRecorder;
 using ::clipcat::testing::Statements;
-using ::clipcat::testing::TempCatalog;
-
-template <typename Call>
-AutomationError ErrorOf(Call&& call) {
-  try {
-    call();
-  } catch (const AutomationError& e) {
-    return e;
-  }
-  ADD_FAILURE() << "no error raised";
-  return AutomationError(0, "", "");
-}
-
-const std::vector<std::function<std::shared_ptr<DataAccess>()>> kKinds = {
-    [] { return DataAccessSQL::Create(); },
-    [] { return DataAccessMDB::Create(); },
-};
 
 std::shared_ptr<ConnectionDetails> Details(const std::string& connection_string) {
   auto details = ConnectionDetails::Create();
@@ -42,36 +27,7 @@ std::shared_ptr<ConnectionDetails> Details(const std::string& connection_string)
   return details;
 }
 
-class LinkedCatalogsTest : public ::testing::TestWithParam<size_t> {
- protected:
-  std::shared_ptr<DataAccess> Make(int32_t catalog_id = 0) {
-    auto access = kKinds[GetParam()]();
-    access->SetConnectionString(catalog_.connection_string());
-    access->SetExternalCatalogID(Variant(catalog_id));
-    return access;
-  }
-
-  DBConnection& Db() {
-    if (!db_.IsOpen()) db_.OpenConnection(catalog_.connection_string(), "", "");
-    return db_;
-  }
-
-  int32_t Count(const std::string& from_where) {
-    Recordset rs = Db().GetRecordsetRO("SELECT COUNT(*) AS n FROM " + from_where);
-    return rs.Value("n").ToLong();
-  }
-
-  void InsertFolder(int32_t key, int32_t parent, const std::string& name, int32_t status = 1,
-                    int32_t external = 0) {
-    Db().ExecuteSQL(
-        "INSERT INTO Folder (lFolderID, lParentID, sName, lExternalCatalogId, iStatus) VALUES (" +
-        SqlNumber(key) + ", " + SqlNumber(parent) + ", " + SqlText(name) + ", " +
-        SqlNumber(external) + ", " + SqlNumber(status) + ")");
-  }
-
-  TempCatalog catalog_;
-  DBConnection db_;
-};
+class LinkedCatalogsTest : public BothKindsTest {};
 
 TEST_P(LinkedCatalogsTest, AddLinkedFolderWritesTheCatalogRowAndATopFolder) {
   auto access = Make();
@@ -84,20 +40,20 @@ TEST_P(LinkedCatalogsTest, AddLinkedFolderWritesTheCatalogRowAndATopFolder) {
   const int32_t id = folder->ExternalCatalogID();
   EXPECT_EQ(id, 1);  // the first external catalog of a new catalog
 
-  Recordset row = Db().GetRecordsetRO("SELECT * FROM ExternalCatalog");
+  Recordset row = db_.GetRecordsetRO("SELECT * FROM ExternalCatalog");
   ASSERT_EQ(row.RecordCount(), 1);
   EXPECT_EQ(row.Value("lExternalCatalogID").ToLong(), id);
   EXPECT_TRUE(row.Value("bIsOnline").ToBoolean());
   EXPECT_EQ(row.Value("iConnectionSpeed").ToLong(), 0);
   EXPECT_EQ(row.Value("sConnectString").ToText(), details->XML());
   EXPECT_EQ(row.Value("sGUID").ToText().size(), 32u);
-  Recordset online = Db().GetRecordsetRO(
+  Recordset online = db_.GetRecordsetRO(
       "SELECT COUNT(*) AS n FROM ExternalCatalog"
       " WHERE bIsOnline=1");
   EXPECT_EQ(online.Value("n").ToLong(), 1);  // stored as 1, not as -1
 
   Recordset folder_row =
-      Db().GetRecordsetRO("SELECT * FROM Folder WHERE lFolderID=" + SqlNumber(folder->ID()));
+      db_.GetRecordsetRO("SELECT * FROM Folder WHERE lFolderID=" + SqlNumber(folder->ID()));
   ASSERT_EQ(folder_row.RecordCount(), 1);
   EXPECT_EQ(folder_row.Value("lParentID").ToLong(), 0);
   EXPECT_EQ(folder_row.Value("lExternalCatalogId").ToLong(), id);
@@ -125,12 +81,12 @@ TEST_P(LinkedCatalogsTest, ExternalCatalogRowsReadBackInFull) {
   auto stock = Details("DSN=Stock");
   const int32_t first = access->AddLinkedFolder(sales, "Sales")->ExternalCatalogID();
   const int32_t second = access->AddLinkedFolder(stock, "Stock")->ExternalCatalogID();
-  Db().ExecuteSQL(
+  db_.ExecuteSQL(
       "UPDATE ExternalCatalog SET iConnectionSpeed=3, bIsOnline=0 WHERE"
       " lExternalCatalogID=" +
       std::to_string(second));
   // A row written by another program, with nothing but its key.
-  Db().ExecuteSQL(
+  db_.ExecuteSQL(
       "INSERT INTO ExternalCatalog (lExternalCatalogID, sGUID, sConnectString,"
       " bIsOnline, iConnectionSpeed) VALUES (40, NULL, NULL, NULL, NULL)");
 
@@ -189,10 +145,10 @@ TEST_P(LinkedCatalogsTest, DeleteExternalCatalogRemovesOnlyThatRow) {
 }
 
 TEST_P(LinkedCatalogsTest, LinkedFoldersAreEveryTopFolderInNameOrder) {
-  InsertFolder(10, 0, "Zeta shared", 1, 4);
-  InsertFolder(11, 0, "archive", 3);  // deleted, but at the top all the same
-  InsertFolder(12, 0, "Beta shared", 4, 5);
-  InsertFolder(13, 1, "Below the top", 1, 6);
+  AddFolderRow(10, 0, "Zeta shared", 1, 4);
+  AddFolderRow(11, 0, "archive", 3);  // deleted, but at the top all the same
+  AddFolderRow(12, 0, "Beta shared", 4, 5);
+  AddFolderRow(13, 1, "Below the top", 1, 6);
   auto access = Make();
   auto folders = access->GetLinkedFolders();
   std::vector<std::string> names;
@@ -211,10 +167,10 @@ TEST_P(LinkedCatalogsTest, LinkedFoldersAreEveryTopFolderInNameOrder) {
 }
 
 TEST_P(LinkedCatalogsTest, TopFoldersAndFoldersNamingACatalogCountAsLinked) {
-  InsertFolder(10, 0, "Shared", 1, 4);
-  InsertFolder(11, 1, "Ordinary");
-  InsertFolder(12, 11, "Deeper");
-  InsertFolder(13, 11, "Names a catalog", 1, 6);
+  AddFolderRow(10, 0, "Shared", 1, 4);
+  AddFolderRow(11, 1, "Ordinary");
+  AddFolderRow(12, 11, "Deeper");
+  AddFolderRow(13, 11, "Names a catalog", 1, 6);
   auto access = Make();
   EXPECT_TRUE(access->IsLinkedFolder("1"));  // a top folder, although it names no catalog
   EXPECT_TRUE(access->IsLinkedFolder("10"));
@@ -229,7 +185,7 @@ TEST_P(LinkedCatalogsTest, TopFoldersAndFoldersNamingACatalogCountAsLinked) {
 }
 
 TEST_P(LinkedCatalogsTest, FolderOfAnUnknownCatalogIsNothing) {
-  InsertFolder(10, 0, "Shared", 1, 4);
+  AddFolderRow(10, 0, "Shared", 1, 4);
   auto access = Make();
   EXPECT_EQ(access->GetFolderWithExternalCatalog(5), nullptr);
   EXPECT_EQ(access->GetFolderWithExternalCatalog(4)->ID(), "10");
@@ -248,10 +204,10 @@ TEST_P(LinkedCatalogsTest, FailedLinkLeavesNoRows) {
             err::kInvalidProcedureCall);
   EXPECT_EQ(Count("ExternalCatalog"), 0);
   // A folder that cannot be written takes its catalog row with it.
-  Db().ExecuteSQL("ALTER TABLE Folder RENAME TO FolderAway");
+  db_.ExecuteSQL("ALTER TABLE Folder RENAME TO FolderAway");
   EXPECT_EQ(ErrorOf([&] { access->AddLinkedFolder(Details("DSN=Lost"), "Lost"); }).number(),
             err::kDatabaseError);
-  Db().ExecuteSQL("ALTER TABLE FolderAway RENAME TO Folder");
+  db_.ExecuteSQL("ALTER TABLE FolderAway RENAME TO Folder");
   EXPECT_EQ(Count("ExternalCatalog"), 0);
   EXPECT_EQ(Count("Folder"), 1);
   // Nothing was left open: the next link commits.
@@ -301,10 +257,7 @@ TEST_P(LinkedCatalogsTest, StatementsRunTheirOwnText) {
             Statements{"Delete From ExternalCatalog Where lExternalCatalogID=-1"});
 }
 
-INSTANTIATE_TEST_SUITE_P(BothKinds, LinkedCatalogsTest, ::testing::Values(0, 1),
-                         [](const ::testing::TestParamInfo<size_t>& info) {
-                           return info.param == 0 ? std::string("SQL") : std::string("MDB");
-                         });
+INSTANTIATE_TEST_SUITE_P(BothKinds, LinkedCatalogsTest, ::testing::Values(0, 1), KindName);
 
 }  // namespace
 }  // namespace clipcat

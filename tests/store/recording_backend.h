@@ -69,8 +69,9 @@ inline std::string Normalised(const std::string& sql) {
   return std::regex_replace(std::regex_replace(sql, kDate, "<date>"), kGuid, "<guid>");
 }
 
-// Records what one data access object runs. The recorder must outlive every use of the object's
-// catalog as Record opened it; a CloseCatalog and reopen goes back to the ordinary engine.
+// Records what one data access object runs. The recorder must outlive every statement the object
+// runs on the catalog Record opened (closing that catalog runs none); a CloseCatalog and reopen
+// goes back to the ordinary engine.
 class StatementRecorder {
  public:
   StatementRecorder() = default;

@@ -10,22 +10,22 @@
 #include <string>
 #include <vector>
 
+#include "catalog_fixture.h"
 #include "entities/category.h"
 #include "entities/clipping.h"
 #include "entities/folder.h"
 #include "entities/search.h"
 #include "recording_backend.h"
 #include "store/data_access.h"
-#include "temp_catalog.h"
 #include "util/date.h"
 #include "util/values.h"
 
 namespace clipcat {
 namespace {
 
+using ::clipcat::testing::CatalogTest;
 using ::clipcat::testing::StatementRecorder;
 using ::clipcat::testing::Statements;
-using ::clipcat::testing::TempCatalog;
 
 std::shared_ptr<Search> NewSearchFor(const std::string& text,
                                      const std::vector<std::string>& folders,
@@ -39,27 +39,15 @@ std::shared_ptr<Search> NewSearchFor(const std::string& text,
   return search;
 }
 
-class StatementTextTest : public ::testing::Test {
+class StatementTextTest : public CatalogTest {
  protected:
-  void SetUp() override {
-    access_ = DataAccessMDB::Create();
-    access_->SetConnectionString(catalog_.connection_string());
-    recorder_.Record(*access_);
-  }
+  void SetUp() override { recorder_.Record(*access_); }
 
-  // The statements `call` runs, dates and GUIDs replaced by placeholders.
+  // The statements `call` runs, dates and GUIDs replaced by placeholders. Fixture rows go in
+  // through `db_`, unrecorded.
   Statements Run(const std::function<void()>& call) { return recorder_.Run(call); }
 
-  // Fixture rows go in on a connection of their own, unrecorded.
-  void Exec(const std::string& sql) {
-    DBConnection db;
-    db.OpenConnection(catalog_.connection_string(), "", "");
-    db.ExecuteSQL(sql);
-  }
-
-  TempCatalog catalog_;
   StatementRecorder recorder_;
-  std::shared_ptr<DataAccess> access_;
 };
 
 TEST_F(StatementTextTest, RecorderSeesTheEngineItWraps) {
@@ -161,10 +149,8 @@ TEST_F(StatementTextTest, Queries) {
 }
 
 TEST_F(StatementTextTest, ASearchReadsPathAndCategoriesOfEachClippingInTurn) {
-  Exec("INSERT INTO Folder (lFolderID, lParentID, sName, iStatus) VALUES (10, 1, 'Work', 1)");
-  Exec(
-      "INSERT INTO Clipping (lClippingID, lFolderID, sName, iClippingStatus) "
-      "VALUES (100, 10, 'Tax', 1)");
+  AddFolderRow(10, 1, "Work");
+  AddClippingRow(100, 10, "Tax");
   EXPECT_EQ(Run([&] { access_->SearchForClippings(NewSearchFor("Tax", {})); }),
             (Statements{
                 "SELECT * FROM Clipping WHERE iClippingStatus <>4 AND ( sName LIKE 'Tax' OR "

@@ -1,0 +1,98 @@
+// The fixtures the store operation tests share: a fresh catalog, the data access object under
+// test on it, and a connection of the test's own, which sees only what the store committed and
+// writes rows the way other programs sharing the catalog would. Used by one thread, like the
+// objects it holds.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "error_of.h"
+#include "store/data_access.h"
+#include "store/db_connection.h"
+#include "temp_catalog.h"
+#include "util/values.h"
+
+namespace clipcat::testing {
+
+// A new data access object of the kind numbered `kind`: 0 DataAccessSQL, 1 DataAccessMDB. The
+// two must behave alike, so tests that take the kind as their parameter run on each.
+inline std::shared_ptr<DataAccess> MakeDataAccess(size_t kind) {
+  if (kind == 0) return DataAccessSQL::Create();
+  return DataAccessMDB::Create();
+}
+
+// Names the instances of a test by kind:
+//   INSTANTIATE_TEST_SUITE_P(BothKinds, Suite, ::testing::Values(0, 1), KindName);
+inline std::string KindName(const ::testing::TestParamInfo<size_t>& info) {
+  return info.param == 0 ? "SQL" : "MDB";
+}
+
+// `access_` on a fresh catalog (opened on its first use), and `db_`, the test's own connection
+// to the same catalog, open from the start.
+class CatalogFixture {
+ protected:
+  explicit CatalogFixture(std::shared_ptr<DataAccess> access) : access_(std::move(access)) {
+    access_->SetConnectionString(catalog_.connection_string());
+    db_.OpenConnection(catalog_.connection_string(), "", "");
+  }
+
+  // The number of rows of "FROM `from_where`" that `db_` sees ("Folder WHERE iStatus=1").
+  int32_t Count(const std::string& from_where) {
+    Recordset rs = db_.GetRecordsetRO("SELECT COUNT(*) AS n FROM " + from_where);
+    return rs.Value("n").ToLong();
+  }
+
+  // A folder row with nothing but its key, parent, name, status and external catalog.
+  void AddFolderRow(int32_t key, int32_t parent, const std::string& name, int32_t status = 1,
+                    int32_t external = 0) {
+    db_.ExecuteSQL(
+        "INSERT INTO Folder (lFolderID, lParentID, sName, lExternalCatalogId, iStatus) VALUES (" +
+        SqlNumber(key) + ", " + SqlNumber(parent) + ", " + SqlText(name) + ", " +
+        SqlNumber(external) + ", " + SqlNumber(status) + ")");
+  }
+
+  // A clipping row without content whose GUID is "guid-<key>". `status` is spliced as given, so
+  // that "Null" writes a row without a status.
+  void AddClippingRow(int32_t key, int32_t folder, const std::string& name,
+                      const std::string& description = "", const std::string& status = "1") {
+    db_.ExecuteSQL(
+        "INSERT INTO Clipping (lClippingID, lFolderID, sGUID, sName, sDescription, "
+        "iClippingStatus) VALUES (" +
+        SqlNumber(key) + ", " + SqlNumber(folder) + ", 'guid-" + std::to_string(key) + "', " +
+        SqlText(name) + ", " + SqlText(description) + ", " + status + ")");
+  }
+
+  TempCatalog catalog_;
+  DBConnection db_;
+  std::shared_ptr<DataAccess> access_;
+};
+
+// Tests of a file catalog's data access object.
+class CatalogTest : public ::testing::Test, protected CatalogFixture {
+ protected:
+  CatalogTest() : CatalogFixture(DataAccessMDB::Create()) {}
+};
+
+// Tests that run on both kinds of data access object, the kind being the parameter.
+class BothKindsTest : public ::testing::TestWithParam<size_t>, protected CatalogFixture {
+ protected:
+  BothKindsTest() : CatalogFixture(MakeDataAccess(GetParam())) {}
+
+  // A further data access object of the test's kind on the catalog, standing for external
+  // catalog `catalog_id` (0: the catalog itself).
+  std::shared_ptr<DataAccess> Make(int32_t catalog_id = 0) {
+    auto access = MakeDataAccess(GetParam());
+    access->SetConnectionString(catalog_.connection_string());
+    access->SetExternalCatalogID(Variant(catalog_id));
+    return access;
+  }
+};
+
+}  // namespace clipcat::testing
