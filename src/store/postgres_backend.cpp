@@ -33,8 +33,9 @@ PostgresSession& PostgresBackend::Session() const {
 void PostgresBackend::Execute(std::string_view sql) { Session().RunStoreStatement(sql); }
 
 RowSet PostgresBackend::Query(std::string_view sql) {
-  const PostgresResult result = Session().RunStoreStatement(sql);
-  return ReadRows(result.get());
+  PostgresSession& session = Session();
+  const PostgresResult result = session.RunStoreStatement(sql);
+  return session.ReadRows(result.get());
 }
 
 std::unique_ptr<RowCursor> PostgresBackend::OpenCursor(std::string_view sql) {

@@ -83,7 +83,7 @@ PostgresCursor::PostgresCursor(std::shared_ptr<PostgresSession> session, std::st
       RaiseNotUpdatable();
     }
   }
-  rows_ = ReadRows(result.get());
+  rows_ = session_->ReadRows(result.get());
   const PostgresResult columns = session_->RunGuarded(
       "SELECT c.oid::pg_catalog.regclass::text, a.attnum, a.attname,"
       " CASE WHEN t.typbasetype <> 0 THEN t.typbasetype ELSE t.oid END"

@@ -171,25 +171,29 @@ constexpr std::string_view kTables[] = {"folder",
                                         "groupclippingidgenerator",
                                         "externalcatalogidgenerator"};
 
-bool IsMixedCase(std::string_view name) {
-  bool upper = false;
-  bool lower = false;
-  for (char c : name) {
-    upper = upper || (c >= 'A' && c <= 'Z');
-    lower = lower || (c >= 'a' && c <= 'z');
-  }
-  return upper && lower;
-}
-
-// Lower-cased name -> spelling, for the names the tables are declared with.
+// "table.column", lower-cased -> the column's spelling, for the columns the tables declare.
 const std::map<std::string, std::string, std::less<>>& CanonicalNames() {
   static const auto* names = [] {
     auto* map = new std::map<std::string, std::string, std::less<>>;
     for (std::string_view statement : kSchema) {
       if (statement.rfind("CREATE TABLE", 0) != 0) continue;
+      std::string table;
+      bool in_columns = false;
+      bool at_column = false;
       for (const SqlToken& token : TokenizeSql(statement)) {
-        if (token.kind == SqlTokenKind::kIdentifier && IsMixedCase(token.text)) {
-          map->emplace(ToLowerAscii(token.text), std::string(token.text));
+        if (IsInsignificant(token)) continue;
+        if (token.text == "(") {
+          at_column = !in_columns;
+          in_columns = true;
+        } else if (token.text == ",") {
+          at_column = true;
+        } else if (token.kind == SqlTokenKind::kIdentifier && !in_columns) {
+          table = ToLowerAscii(token.text);  // the last name before "(" is the table's
+        } else if (token.kind == SqlTokenKind::kIdentifier && at_column) {
+          map->emplace(table + "." + ToLowerAscii(token.text), std::string(token.text));
+          at_column = false;
+        } else {
+          at_column = false;
         }
       }
     }
@@ -202,9 +206,9 @@ const std::map<std::string, std::string, std::less<>>& CanonicalNames() {
 
 const std::vector<std::string_view>& PostgresSchemaStatements() { return kSchema; }
 
-std::string CanonicalColumnName(std::string_view name) {
-  const auto found = CanonicalNames().find(name);
-  return found != CanonicalNames().end() ? found->second : std::string(name);
+std::string CanonicalColumnName(std::string_view table, std::string_view column) {
+  const auto found = CanonicalNames().find(std::string(table) + "." + std::string(column));
+  return found != CanonicalNames().end() ? found->second : std::string(column);
 }
 
 void DeployPostgresCatalog(PostgresSession& session, const std::string& name) {
@@ -224,6 +228,7 @@ void DeployPostgresCatalog(PostgresSession& session, const std::string& name) {
         "SELECT c.relname FROM pg_catalog.pg_class AS c"
         " JOIN pg_catalog.pg_namespace AS n ON n.oid = c.relnamespace"
         " WHERE n.nspname = pg_catalog.current_schema() AND c.relname = ANY ($1::text[])"
+        " AND c.relkind IN ('r', 'p', 'v', 'm', 'f')"
         " ORDER BY 1",
         {{tables + "}"}});
     if (PQntuples(existing.get()) > 0) {

@@ -16,9 +16,10 @@ class PostgresSession;
 // do; the citext extension must be installed first.
 const std::vector<std::string_view>& PostgresSchemaStatements();
 
-// The catalog's own spelling of column or table name `name` when the server reports it folded
-// to lower case ("lfolderid" gives "lFolderID"); any other name as it is.
-std::string CanonicalColumnName(std::string_view name);
+// The catalog's own spelling of column `column` of table `table` when the server reports them
+// folded to lower case ("clippinggroupclipping", "lclippingid" gives "lClippingId"), so that
+// results name their columns as a SQLite catalog's do; any other column name as it is.
+std::string CanonicalColumnName(std::string_view table, std::string_view column);
 
 // Deploys a catalog into the first schema of the session's search path, in one transaction:
 // the citext extension (when missing), every table and index, the Datediff function, the root

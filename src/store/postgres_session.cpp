@@ -265,10 +265,25 @@ void PostgresSession::LoadColumnTypes() {
   column_types_ = std::move(types);
 }
 
-RowSet ReadRows(const PGresult* result) {
+const std::string& PostgresSession::TableName(Oid table) {
+  const auto found = table_names_.find(table);
+  if (found != table_names_.end()) return found->second;
+  const PostgresResult result = RunGuarded(
+      "SELECT pg_catalog.lower(relname) FROM pg_catalog.pg_class WHERE oid = $1::pg_catalog.oid",
+      {{std::to_string(table)}});
+  const std::string name = PQntuples(result.get()) > 0 ? PQgetvalue(result.get(), 0, 0) : "";
+  return table_names_.emplace(table, name).first->second;
+}
+
+RowSet PostgresSession::ReadRows(const PGresult* result) {
   RowSet rows;
   const int columns = PQnfields(result);
-  for (int i = 0; i < columns; ++i) rows.columns.push_back(CanonicalColumnName(PQfname(result, i)));
+  for (int i = 0; i < columns; ++i) {
+    const Oid table = PQftable(result, i);
+    rows.columns.push_back(table == InvalidOid
+                               ? std::string(PQfname(result, i))
+                               : CanonicalColumnName(TableName(table), PQfname(result, i)));
+  }
   const int count = PQntuples(result);
   rows.rows.reserve(static_cast<size_t>(count));
   for (int row = 0; row < count; ++row) {

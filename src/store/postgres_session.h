@@ -7,6 +7,7 @@
 #include <libpq-fe.h>
 
 #include <chrono>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -95,23 +96,28 @@ class PostgresSession {
   // Re-reads which visible columns hold dates and booleans.
   void LoadColumnTypes();
 
+  // Every row of `result`, typed by column type: boolean as Boolean, smallint as Integer,
+  // integer as Long, bigint as Long (Double beyond 32 bits), floating and numeric types as
+  // Double, timestamp and date as Date, bytea as bytes, anything else as String. Columns of
+  // catalog tables are named in the catalog's own spelling ("lFolderID"), others as the server
+  // names them.
+  RowSet ReadRows(const PGresult* result);
+
   // Ends the connection. Every later call raises "The connection is closed.".
   void Close();
 
  private:
+  // The lower-case name of table `table`, read once per session.
+  const std::string& TableName(Oid table);
+
   PGconn* Conn() const;
   [[noreturn]] void RaiseError(const PGresult* result) const;
   void AbandonCopy();
 
   PGconn* conn_ = nullptr;  // null once closed
   PostgresColumnTypes column_types_;
+  std::map<Oid, std::string> table_names_;
 };
-
-// Every row of `result`, typed by column type: boolean as Boolean, smallint as Integer, integer
-// as Long, bigint as Long (Double beyond 32 bits), floating and numeric types as Double,
-// timestamp and date as Date, bytea as bytes, anything else as String. Catalog column names are
-// reported in the catalog's own spelling ("lFolderID"), others as the server names them.
-RowSet ReadRows(const PGresult* result);
 
 // `name` as a quoted PostgreSQL identifier.
 std::string QuotePostgresIdentifier(std::string_view name);
