@@ -1,7 +1,7 @@
 // The fixtures the store operation tests share: a fresh catalog, the data access object under
 // test on it, and a connection of the test's own, which sees only what the store committed and
-// writes rows the way other programs sharing the catalog would. Used by one thread, like the
-// objects it holds.
+// writes rows the way other programs sharing the catalog would; and the request objects tests
+// hand the store. Used by one thread, like the objects it holds.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "entities/clipping.h"
+#include "entities/search.h"
 #include "error_of.h"
 #include "store/data_access.h"
 #include "store/db_connection.h"
@@ -32,6 +34,34 @@ inline std::shared_ptr<DataAccess> MakeDataAccess(size_t kind) {
 //   INSTANTIATE_TEST_SUITE_P(BothKinds, Suite, ::testing::Values(0, 1), KindName);
 inline std::string KindName(const ::testing::TestParamInfo<size_t>& info) {
   return info.param == 0 ? "SQL" : "MDB";
+}
+
+// A new clipping with nothing but the id `id`, as a list filter or a request names one.
+inline std::shared_ptr<Clipping> ClippingWithId(const std::string& id) {
+  auto clipping = Clipping::Create();
+  clipping->SetID(id);
+  return clipping;
+}
+
+// A new list of new clippings with nothing but the ids `ids`, in order.
+inline std::shared_ptr<Clippings> ClippingsWithIds(const std::vector<std::string>& ids) {
+  auto clippings = Clippings::Create();
+  for (const std::string& id : ids) clippings->AddClipping(ClippingWithId(id));
+  return clippings;
+}
+
+// A search for `text` in the folders `folders`, among the categories `categories`, the category
+// term in the OR form when `or_category`.
+inline std::shared_ptr<Search> NewSearch(const std::string& text,
+                                         const std::vector<std::string>& folders = {},
+                                         const std::vector<std::string>& categories = {},
+                                         bool or_category = false) {
+  auto search = Search::Create();
+  search->SetSearchText(text);
+  for (const auto& folder : folders) search->FolderIDs()->Add(folder);
+  for (const auto& category : categories) search->CategoryNames()->Add(category);
+  search->SetOrClippingBelongsToCategory(or_category);
+  return search;
 }
 
 // `access_` on a fresh catalog (opened on its first use), and `db_`, the test's own connection

@@ -19,6 +19,8 @@ namespace clipcat {
 namespace {
 
 using ::clipcat::testing::CatalogTest;
+using ::clipcat::testing::ClippingsWithIds;
+using ::clipcat::testing::ClippingWithId;
 using ::clipcat::testing::ErrorOf;
 
 std::vector<std::string> NamesOf(const std::shared_ptr<Categories>& categories) {
@@ -321,16 +323,9 @@ TEST_F(CategoryOpsTest, AddClippingsToCategoryGoesOnPastClippingsThatCannotJoin)
   const auto legal = AddCategory("Legal");
   access_->AddClippingToCategory("101", legal->ID());
 
-  auto clippings = Clippings::Create();
-  for (const std::string id : {"100", "101", "not a key", "102"}) {
-    auto clipping = Clipping::Create();
-    clipping->SetID(id);
-    clippings->AddClipping(clipping);
-  }
+  auto clippings = ClippingsWithIds({"100", "101", "not a key", "102"});
   clippings->AddClipping(nullptr);
-  auto last = Clipping::Create();
-  last->SetID("103");
-  clippings->AddClipping(last);
+  clippings->AddClipping(ClippingWithId("103"));
 
   access_->AddClippingsToCategory(clippings, legal->ID());
   for (int32_t key = 100; key < 104; ++key) EXPECT_TRUE(IsMember(key, legal->ID())) << key;
@@ -338,10 +333,7 @@ TEST_F(CategoryOpsTest, AddClippingsToCategoryGoesOnPastClippingsThatCannotJoin)
 
   // A category id that is no key fails once, loudly, before anything is added.
   AddClippingRow(104, 10, "Clip 104");
-  auto one = Clippings::Create();
-  auto clipping = Clipping::Create();
-  clipping->SetID("104");
-  one->AddClipping(clipping);
+  const auto one = ClippingsWithIds({"104"});
   EXPECT_EQ(ErrorOf([&] { access_->AddClippingsToCategory(one, "Legal"); }).number(),
             err::kTypeMismatch);
   EXPECT_EQ(ErrorOf([&] { access_->AddClippingsToCategory(nullptr, legal->ID()); }).number(),

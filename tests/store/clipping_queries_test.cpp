@@ -19,7 +19,9 @@ namespace clipcat {
 namespace {
 
 using ::clipcat::testing::CatalogTest;
+using ::clipcat::testing::ClippingsWithIds;
 using ::clipcat::testing::ErrorOf;
+using ::clipcat::testing::NewSearch;
 using Keys = std::vector<std::string>;
 
 // The ids of a result, sorted, for queries that promise no order.
@@ -34,17 +36,6 @@ std::vector<std::string> Names(const std::shared_ptr<Clippings>& clippings) {
   std::vector<std::string> names;
   for (const auto& clipping : *clippings->Items()) names.push_back(clipping->Name());
   return names;
-}
-
-std::shared_ptr<Search> NewSearch(const std::string& text, const Keys& folders = {},
-                                  const std::vector<std::string>& categories = {},
-                                  bool or_category = false) {
-  auto search = Search::Create();
-  search->SetSearchText(text);
-  for (const auto& folder : folders) search->FolderIDs()->Add(folder);
-  for (const auto& category : categories) search->CategoryNames()->Add(category);
-  search->SetOrClippingBelongsToCategory(or_category);
-  return search;
 }
 
 // Texts that must be taken as nothing but text wherever they go.
@@ -107,22 +98,12 @@ TEST_F(ClippingQueriesTest, APassedListIsTheResultAndItsIdsAFilter) {
   EXPECT_EQ(Names(empty), (std::vector<std::string>{"a", "b"}));
 
   // A list with clippings keeps them and gets the rows of the folder among their ids after them.
-  auto list = Clippings::Create();
-  for (const std::string id : {"100", "110", "102"}) {
-    auto clipping = Clipping::Create();
-    clipping->SetID(id);
-    clipping->SetName("held " + id);
-    list->AddClipping(clipping);
-  }
+  auto list = ClippingsWithIds({"100", "110", "102"});
+  for (const auto& clipping : *list->Items()) clipping->SetName("held " + clipping->ID());
   EXPECT_EQ(access_->GetClippingsFromFolder("10", false, list, false).get(), list.get());
   EXPECT_EQ(Names(list), (std::vector<std::string>{"held 100", "held 110", "held 102", "b"}));
 
-  auto with_deleted = Clippings::Create();
-  for (const std::string id : {"102", "101"}) {
-    auto clipping = Clipping::Create();
-    clipping->SetID(id);
-    with_deleted->AddClipping(clipping);
-  }
+  auto with_deleted = ClippingsWithIds({"102", "101"});
   access_->GetClippingsFromFolder("10", false, with_deleted, true);
   EXPECT_EQ(Names(with_deleted), (std::vector<std::string>{"", "", "a", "c"}));
 }
@@ -132,10 +113,7 @@ TEST_F(ClippingQueriesTest, FolderListingRefusesIdsThatAreNoKeysAndKeepsTheListA
   AddClippingRow(100, 10, "a");
   for (const std::string id : {"1 OR 1=1", "100) OR (1=1", "", "P7C100", "100;", "1.5"}) {
     SCOPED_TRACE(id);
-    auto list = Clippings::Create();
-    auto clipping = Clipping::Create();
-    clipping->SetID(id);
-    list->AddClipping(clipping);
+    auto list = ClippingsWithIds({id});
     EXPECT_EQ(ErrorOf([&] { access_->GetClippingsFromFolder("10", false, list, false); }).number(),
               err::kTypeMismatch);
     EXPECT_EQ(list->Items()->Count(), 1);

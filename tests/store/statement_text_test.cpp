@@ -24,20 +24,10 @@ namespace clipcat {
 namespace {
 
 using ::clipcat::testing::CatalogTest;
+using ::clipcat::testing::ClippingsWithIds;
+using ::clipcat::testing::NewSearch;
 using ::clipcat::testing::StatementRecorder;
 using ::clipcat::testing::Statements;
-
-std::shared_ptr<Search> NewSearchFor(const std::string& text,
-                                     const std::vector<std::string>& folders,
-                                     const std::vector<std::string>& categories = {},
-                                     bool or_category = false) {
-  auto search = Search::Create();
-  search->SetSearchText(text);
-  for (const auto& folder : folders) search->FolderIDs()->Add(folder);
-  for (const auto& category : categories) search->CategoryNames()->Add(category);
-  search->SetOrClippingBelongsToCategory(or_category);
-  return search;
-}
 
 class StatementTextTest : public CatalogTest {
  protected:
@@ -57,12 +47,7 @@ TEST_F(StatementTextTest, RecorderSeesTheEngineItWraps) {
 }
 
 TEST_F(StatementTextTest, Queries) {
-  auto held = Clippings::Create();
-  for (const std::string id : {"100", "101"}) {
-    auto clipping = Clipping::Create();
-    clipping->SetID(id);
-    held->AddClipping(clipping);
-  }
+  auto held = ClippingsWithIds({"100", "101"});
   auto subtree = Folder::Create();
   subtree->SetID("10");
   auto child = Folder::Create();
@@ -94,21 +79,21 @@ TEST_F(StatementTextTest, Queries) {
       {[&] { access_->GetDeletedClippingsForCatalog("", false); },
        {"SELECT * FROM Clipping WHERE iClippingStatus=4"}},
       {[&] {
-         access_->FindClippings(NewSearchFor("tax", {"10", "11"}));
+         access_->FindClippings(NewSearch("tax", {"10", "11"}));
        },
        {"SELECT * FROM Clipping WHERE ( sName LIKE '%tax%' OR sDescription LIKE '%tax%') AND NOT "
         "iClippingStatus=4 AND (  lFolderID=10 OR  lFolderID=11 ) "}},
-      {[&] { access_->FindClippings(NewSearchFor("a*b", {})); },
+      {[&] { access_->FindClippings(NewSearch("a*b", {})); },
        {"SELECT * FROM Clipping WHERE ( sName LIKE '%a*b%' OR sDescription LIKE '%a*b%') AND NOT "
         "iClippingStatus=4"}},
-      {[&] { access_->FindClippings(NewSearchFor("5_%", {})); },
+      {[&] { access_->FindClippings(NewSearch("5_%", {})); },
        {"SELECT * FROM Clipping WHERE ( sName LIKE '%5\\_\\%%' ESCAPE '\\' OR sDescription LIKE "
         "'%5\\_\\%%' ESCAPE '\\') AND NOT iClippingStatus=4"}},
-      {[&] { access_->SearchForClippings(NewSearchFor("Tax", {"10"})); },
+      {[&] { access_->SearchForClippings(NewSearch("Tax", {"10"})); },
        {"SELECT * FROM Clipping WHERE iClippingStatus <>4 AND ( sName LIKE 'Tax' OR sDescription "
         "LIKE 'Tax' )  AND  (  lFolderID=10  ) "}},
       {[&] {
-         access_->SearchForClippings(NewSearchFor("*Tax*", {"10", "11"}, {"Legal", "Le*"}, true));
+         access_->SearchForClippings(NewSearch("*Tax*", {"10", "11"}, {"Legal", "Le*"}, true));
        },
        {"SELECT * FROM Clipping WHERE iClippingStatus <>4 AND ( sName LIKE '%Tax%' OR "
         "sDescription LIKE '%Tax%' )  AND  (  lFolderID=10 OR lFolderID=11  )  OR lClippingID IN "
@@ -118,7 +103,7 @@ TEST_F(StatementTextTest, Queries) {
         "ClippingGroupClipping.lClippingId WHERE (((Clipping.iClippingStatus)<> 4) AND "
         "((GroupClipping.lGroupCategoryId)=1)AND (  GroupClipping.sName LIKE 'Legal' OR "
         "GroupClipping.sName LIKE 'Le%'  )))"}},
-      {[&] { access_->SearchForClippings(NewSearchFor("50%*", {}, {"100%"}, false)); },
+      {[&] { access_->SearchForClippings(NewSearch("50%*", {}, {"100%"}, false)); },
        {"SELECT * FROM Clipping WHERE iClippingStatus <>4 AND ( sName LIKE '50\\%%' ESCAPE '\\' "
         "OR sDescription LIKE '50\\%%' ESCAPE '\\' )  AND lClippingID IN ( Select "
         "ClippingGroupClipping.lClippingID FROM Clipping INNER JOIN (GroupClipping INNER JOIN "
@@ -151,7 +136,7 @@ TEST_F(StatementTextTest, Queries) {
 TEST_F(StatementTextTest, ASearchReadsPathAndCategoriesOfEachClippingInTurn) {
   AddFolderRow(10, 1, "Work");
   AddClippingRow(100, 10, "Tax");
-  EXPECT_EQ(Run([&] { access_->SearchForClippings(NewSearchFor("Tax", {})); }),
+  EXPECT_EQ(Run([&] { access_->SearchForClippings(NewSearch("Tax", {})); }),
             (Statements{
                 "SELECT * FROM Clipping WHERE iClippingStatus <>4 AND ( sName LIKE 'Tax' OR "
                 "sDescription LIKE 'Tax' ) ",
