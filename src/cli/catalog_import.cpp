@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -263,12 +264,17 @@ class Importer {
   void AddCategories(pugi::xml_node root) {
     const auto existing =
         Unwrap<Categories>(session_.Read("GetCategoriesFromFolder", {Variant(target_)}));
+    // Names as the catalog compares them: a category of the document whose name differs from
+    // an earlier one's only in case joins that one.
+    std::vector<std::pair<std::string, std::string>> known;  // name, id
+    for (const auto& category : *existing->Items())
+      known.push_back({category->Name(), category->ID()});
     for (pugi::xml_node element : root.children(doc::kCategory)) {
       const std::string name = RequiredName(element);
       std::string id;
-      for (const auto& category : *existing->Items()) {
-        if (EqualsIgnoreCase(category->Name(), name)) {
-          id = category->ID();
+      for (const auto& [known_name, known_id] : known) {
+        if (EqualsIgnoreCase(known_name, name)) {
+          id = known_id;
           break;
         }
       }
@@ -280,14 +286,16 @@ class Importer {
                  session_.Write("AddCategory", {Wrap(category), Variant(target_), Variant(true)}))
                  ->ID();
         undo_.AddedCategory(id);
+        known.push_back({name, id});
         ++result_.counts.categories;
       }
       progress_.Advance();
       for (pugi::xml_node member : element.children(doc::kMember)) {
         const std::string& clipping = clippings_.at(member.attribute(doc::kMemberClipping).value());
+        progress_.Advance();
+        if (!joined_.insert({clipping, id}).second) continue;
         session_.Write("AddClippingToCategory", {Variant(clipping), Variant(id)});
         ++result_.counts.memberships;
-        progress_.Advance();
       }
     }
   }
@@ -310,7 +318,8 @@ class Importer {
   Undo undo_;
   bool is_top_ = false;
   ImportResult result_;
-  std::map<std::string, std::string> clippings_;  // document id -> id in the catalog
+  std::map<std::string, std::string> clippings_;          // document id -> id in the catalog
+  std::set<std::pair<std::string, std::string>> joined_;  // clipping, category
 };
 
 }  // namespace

@@ -1,93 +1,12 @@
 // The clipcat command as scripts and people use it: exit codes, output forms and the call
 // contract, on temporary catalogs.
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
-#include <vector>
+
+#include "cli_fixture.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
-struct Result {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
-
-std::string Quote(const std::string& arg) {
-  std::string quoted = "'";
-  for (char c : arg) {
-    if (c == '\'') {
-      quoted += "'\\''";
-    } else {
-      quoted += c;
-    }
-  }
-  return quoted + "'";
-}
-
-std::string ReadFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream content;
-  content << in.rdbuf();
-  return content.str();
-}
-
-class Cli : public ::testing::Test {
- protected:
-  void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "clipcat-e2e-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    dir_ = pattern;
-    catalog_ = (dir_ / "catalog.db").string();
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-
-  // Runs clipcat with the given arguments (and standard input), with a private data directory so
-  // that no user's catalog is ever touched.
-  Result Run(const std::vector<std::string>& args, const std::string& input = "") {
-    const fs::path in = dir_ / "stdin", out = dir_ / "stdout", err = dir_ / "stderr";
-    std::ofstream(in, std::ios::binary) << input;
-    std::string command =
-        "env -u CLIPCAT_CATALOG XDG_DATA_HOME=" + Quote((dir_ / "data").string()) + " " +
-        Quote(CLIPCAT_BINARY);
-    for (const auto& arg : args) command += " " + Quote(arg);
-    command += " <" + Quote(in.string()) + " >" + Quote(out.string()) + " 2>" + Quote(err.string());
-    const int raw = std::system(command.c_str());
-    Result result;
-    result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    result.out = ReadFile(out);
-    result.err = ReadFile(err);
-    return result;
-  }
-
-  // Runs a command on the test catalog and expects success; answers its output.
-  std::string Ok(std::vector<std::string> args, const std::string& input = "") {
-    args.insert(args.begin(), {"--catalog", catalog_});
-    const Result r = Run(args, input);
-    EXPECT_EQ(r.status, 0) << r.err;
-    return r.out;
-  }
-
-  Result OnCatalog(std::vector<std::string> args) {
-    args.insert(args.begin(), {"--catalog", catalog_});
-    return Run(args);
-  }
-
-  static std::string Trim(std::string s) {
-    while (!s.empty() && (s.back() == '\n' || s.back() == ' ')) s.pop_back();
-    return s;
-  }
-
-  fs::path dir_;
-  std::string catalog_;
-};
+using namespace clipcat_e2e;
 
 TEST_F(Cli, InitCreatesOnlyWhatItIsAskedToAndNeverANamedMissingCatalog) {
   // A named catalog that does not exist is unreachable: no file appears.
