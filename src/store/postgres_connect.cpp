@@ -185,6 +185,37 @@ std::string ConnectionMessage(const PGconn* conn) {
 
 void IgnoreNotice(void* /*arg*/, const char* /*message*/) {}
 
+// libpq refuses a malformed URI or port before it tries any server; that is the connection
+// string's fault, not an unreachable server's.
+void RequireReadableParameters(const PostgresParameters& parameters) {
+  bool first_dbname = true;
+  for (const auto& [keyword, value] : parameters.keywords) {
+    if (keyword == "dbname" && parameters.expand_dbname && first_dbname) {
+      first_dbname = false;
+      char* error = nullptr;
+      PQconninfoOption* options = PQconninfoParse(value.c_str(), &error);
+      if (options != nullptr) PQconninfoFree(options);
+      if (options == nullptr) {
+        std::string message = error != nullptr ? error : "out of memory";
+        if (error != nullptr) PQfreemem(error);
+        while (!message.empty() && message.back() == '\n') message.pop_back();
+        throw AutomationError(err::kDatabaseError, kPostgresSource, message);
+      }
+    }
+  }
+  const std::string port = TargetsOf(parameters).port;
+  if (port.empty()) return;
+  for (const std::string& part : SplitList(port)) {
+    if (part.empty()) continue;  // the default port
+    uint16_t number = 0;
+    const auto [end, error] = std::from_chars(part.data(), part.data() + part.size(), number);
+    if (error != std::errc() || end != part.data() + part.size()) {
+      throw AutomationError(err::kDatabaseError, kPostgresSource,
+                            "invalid port number: \"" + part + "\"");
+    }
+  }
+}
+
 }  // namespace
 
 std::optional<PostgresParameters> PostgresParametersFor(const std::string& connection_string,
@@ -225,6 +256,7 @@ std::optional<PostgresParameters> PostgresParametersFor(const std::string& conne
 }
 
 PGconn* ConnectPostgres(const PostgresParameters& parameters) {
+  RequireReadableParameters(parameters);
   const ServerTargets targets = TargetsOf(parameters);
   if (NoServerAnswers(targets)) {
     RaiseUnreachable("The host " + targets.host + " does not answer.");

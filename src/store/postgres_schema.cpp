@@ -237,6 +237,16 @@ void DeployPostgresCatalog(PostgresSession& session, const std::string& name) {
                                 PQgetvalue(existing.get(), 0, 0) + ").");
     }
     session.Run("CREATE EXTENSION IF NOT EXISTS citext");
+    const PostgresResult hidden = session.Run(
+        "SELECT n.nspname FROM pg_catalog.pg_extension AS e"
+        " JOIN pg_catalog.pg_namespace AS n ON n.oid = e.extnamespace"
+        " WHERE e.extname = 'citext' AND n.nspname <> ALL (pg_catalog.current_schemas(false))");
+    if (PQntuples(hidden.get()) > 0) {
+      throw AutomationError(err::kDatabaseError, kComponentSource,
+                            std::string("The citext extension is in schema \"") +
+                                PQgetvalue(hidden.get(), 0, 0) +
+                                "\", which the search path does not name.");
+    }
     for (std::string_view statement : kSchema) session.Run(std::string(statement));
     session.Run(
         "INSERT INTO Folder (lFolderID, sGUID, lParentID, sName, sDescription, lExternalCatalogId,"

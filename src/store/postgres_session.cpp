@@ -243,24 +243,33 @@ PostgresResult PostgresSession::RunStoreStatement(std::string_view sql) {
 }
 
 void PostgresSession::LoadColumnTypes() {
+  // Also finds text columns whose citext type the search path does not show: their comparisons
+  // would silently fall back to case-sensitive text.
   const PostgresResult result =
-      Run("SELECT DISTINCT pg_catalog.lower(a.attname), a.atttypid = 'pg_catalog.bool'::regtype"
+      Run("SELECT DISTINCT pg_catalog.lower(a.attname),"
+          " CASE WHEN a.atttypid = 'pg_catalog.bool'::regtype THEN 'b'"
+          " WHEN t.typname = 'citext' THEN 'x' ELSE 'd' END, tn.nspname"
           " FROM pg_catalog.pg_attribute AS a"
           " JOIN pg_catalog.pg_class AS c ON c.oid = a.attrelid"
           " JOIN pg_catalog.pg_namespace AS n ON n.oid = c.relnamespace"
+          " JOIN pg_catalog.pg_type AS t ON t.oid = a.atttypid"
+          " JOIN pg_catalog.pg_namespace AS tn ON tn.oid = t.typnamespace"
           " WHERE c.relkind IN ('r', 'p', 'v', 'm', 'f') AND a.attnum > 0 AND NOT a.attisdropped"
           " AND n.nspname NOT IN ('pg_catalog', 'information_schema')"
           " AND pg_catalog.pg_table_is_visible(c.oid)"
-          " AND a.atttypid IN ('pg_catalog.bool'::regtype, 'pg_catalog.timestamp'::regtype,"
-          " 'pg_catalog.timestamptz'::regtype, 'pg_catalog.date'::regtype)");
+          " AND (a.atttypid IN ('pg_catalog.bool'::regtype, 'pg_catalog.timestamp'::regtype,"
+          " 'pg_catalog.timestamptz'::regtype, 'pg_catalog.date'::regtype)"
+          " OR (t.typname = 'citext' AND NOT pg_catalog.pg_type_is_visible(t.oid)))");
   PostgresColumnTypes types;
   for (int row = 0; row < PQntuples(result.get()); ++row) {
     const std::string name = PQgetvalue(result.get(), row, 0);
-    if (std::string_view(PQgetvalue(result.get(), row, 1)) == "t") {
-      types.booleans.insert(name);
-    } else {
-      types.dates.insert(name);
+    const std::string_view kind = PQgetvalue(result.get(), row, 1);
+    if (kind == "x") {
+      RaiseEngineText(std::string("The catalog's text type citext is in schema \"") +
+                      PQgetvalue(result.get(), row, 2) +
+                      "\", which the search path does not name.");
     }
+    (kind == "b" ? types.booleans : types.dates).insert(name);
   }
   column_types_ = std::move(types);
 }

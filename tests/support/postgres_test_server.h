@@ -97,6 +97,23 @@ class PostgresTestServer {
            ";Database=" + database + ";User ID=postgres";
   }
 
+  // A TCP port number on the loopback interface that nothing listens on at the moment.
+  static int FreePort() {
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    if (fd < 0) return 0;
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    int port = 0;
+    if (bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+        getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
+      port = ntohs(address.sin_port);
+    }
+    close(fd);
+    return port;
+  }
+
   // The same database as a URI.
   std::string Uri(const std::string& database) const {
     return "postgresql://postgres@/" + database + "?host=" + dir_ +
@@ -123,22 +140,6 @@ class PostgresTestServer {
       }
     }
     return best;
-  }
-
-  static int FreePort() {
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    if (fd < 0) return 0;
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    int port = 0;
-    if (bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-        getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
-      port = ntohs(address.sin_port);
-    }
-    close(fd);
-    return port;
   }
 
   static std::string Tail(const std::string& path) {
