@@ -48,6 +48,18 @@ int32_t ClippingKeyNumber(const std::string& key) {
              FormatResourceMessage(kMessageNameNotUnique, {name}));
 }
 
+// The clipping of the first row of `rs` through `read`, or nullptr when there is none. Closes `rs`.
+template <typename Read>
+std::shared_ptr<Clipping> FirstClipping(Recordset& rs, Read&& read) {
+  std::shared_ptr<Clipping> clipping;
+  if (!(rs.Bof() && rs.Eof())) {
+    rs.MoveFirst();
+    clipping = read(rs);
+  }
+  rs.Close();
+  return clipping;
+}
+
 // Runs `body` in a transaction of `connection`: commits when it completes, rolls back and
 // raises its error again when it fails, so that no half-written clipping is ever visible and no
 // transaction stays open.
@@ -111,13 +123,7 @@ std::shared_ptr<Clipping> DataAccess::GetClipping(const std::string& sClippingID
   const std::string key = GetLocalItemID(sClippingID, ExternalCatalogID());
   Recordset rs = Connection().GetRecordsetRO("SELECT * FROM Clipping WHERE lClippingID=" +
                                              SqlNumber(Variant(key)));
-  std::shared_ptr<Clipping> clipping;
-  if (!(rs.Bof() && rs.Eof())) {
-    rs.MoveFirst();
-    clipping = ReadClippingRow(rs, bGetData);
-  }
-  rs.Close();
-  return clipping;
+  return FirstClipping(rs, [&](const Recordset& row) { return ReadClippingRow(row, bGetData); });
 }
 
 std::shared_ptr<Clipping> DataAccess::FindClippingWithGUID(const std::string& sClippingGUID,
@@ -125,13 +131,7 @@ std::shared_ptr<Clipping> DataAccess::FindClippingWithGUID(const std::string& sC
   EnsureCatalogOpen();
   Recordset rs = Connection().GetRecordsetRO("SELECT * FROM Clipping WHERE sGUID=" +
                                              SqlText(Variant(sClippingGUID)));
-  std::shared_ptr<Clipping> clipping;
-  if (!(rs.Bof() && rs.Eof())) {
-    rs.MoveFirst();
-    clipping = ReadClippingRow(rs, bGetData);
-  }
-  rs.Close();
-  return clipping;
+  return FirstClipping(rs, [&](const Recordset& row) { return ReadClippingRow(row, bGetData); });
 }
 
 std::shared_ptr<Clipping> DataAccess::GetClippingByName(const std::string& sClippingName,
@@ -143,13 +143,7 @@ std::shared_ptr<Clipping> DataAccess::GetClippingByName(const std::string& sClip
       "Select * From Clipping Where sName=" + SqlText(Variant(sClippingName)) + " " +
       "AND lFolderID=" + SqlNumber(Variant(folder_key)) + " " + "AND iClippingStatus <> " +
       kDeletedClippingStatus);
-  std::shared_ptr<Clipping> clipping;
-  if (!(rs.Bof() && rs.Eof())) {
-    rs.MoveFirst();
-    clipping = ReadClippingRow(rs, bGetData);
-  }
-  rs.Close();
-  return clipping;
+  return FirstClipping(rs, [&](const Recordset& row) { return ReadClippingRow(row, bGetData); });
 }
 
 bool DataAccess::ClippingNameExists(const std::string& sClippingName,
