@@ -65,6 +65,27 @@ void RequireFolderIdList(const std::string& list) {
   }
 }
 
+// The clippings of every row of `rs` through `read`, in the rows' order. Closes `rs`.
+template <typename Read>
+std::shared_ptr<Clippings> ClippingsOf(Recordset& rs, Read&& read) {
+  auto clippings = Clippings::Create();
+  for (; !rs.Eof(); rs.MoveNext()) clippings->AddClipping(read(rs));
+  rs.Close();
+  return clippings;
+}
+
+// The live clippings that are (`membership` " IN") or are not (" NOT IN") members of an ordinary
+// category, in name order; `category_filter` narrows the categories further.
+std::string CategoryMembersQuery(const char* membership, const std::string& category_filter) {
+  return std::string(" SELECT * FROM Clipping WHERE iClippingStatus <> ") + kDeletedClipping +
+         " AND " + "lClippingId" + membership + " ( " +
+         "SELECT ClippingGroupClipping.lClippingID FROM ClippingGroupClipping " +
+         "INNER JOIN GroupClipping ON ClippingGroupClipping.lGroupClippingId = "
+         "GroupClipping.lGroupClippingId " +
+         "WHERE GroupClipping.lGroupCategoryId= " + kCategoryGroup + category_filter + " )" +
+         " ORDER BY sName ASC ";
+}
+
 }  // namespace
 
 std::shared_ptr<Clippings> DataAccess::GetDeletedClippingsForCatalog(
@@ -72,10 +93,7 @@ std::shared_ptr<Clippings> DataAccess::GetDeletedClippingsForCatalog(
   EnsureCatalogOpen();
   Recordset rs = Connection().GetRecordsetRO(
       std::string("SELECT * FROM Clipping WHERE iClippingStatus=") + kDeletedClipping);
-  auto clippings = Clippings::Create();
-  for (; !rs.Eof(); rs.MoveNext()) clippings->AddClipping(ReadClippingRow(rs, bGetData));
-  rs.Close();
-  return clippings;
+  return ClippingsOf(rs, [&](const Recordset& row) { return ReadClippingRow(row, bGetData); });
 }
 
 bool DataAccess::ClippingsExist(const Variant& /*vArgument*/) {
@@ -121,51 +139,29 @@ std::shared_ptr<Clippings> DataAccess::GetClippingsForFolderAndChildFolders(
     const std::shared_ptr<Folder>& oFolder, bool bGetData) {
   if (oFolder == nullptr) RaiseRuntimeError(err::kObjectVariableNotSet);
   EnsureCatalogOpen();
-  auto clippings = Clippings::Create();
   const std::string list = BuildFolderIdList(oFolder);
-  if (list.empty()) return clippings;
+  if (list.empty()) return Clippings::Create();
   RequireFolderIdList(list);
   // Neither a status filter nor an order: deleted clippings of the subtree come back too, in the
   // database's order. Callers tag and untag whole folders with this, deleted clippings included.
   Recordset rs = Connection().GetRecordsetRO("Select * From Clipping Where " + list.substr(3));
-  for (; !rs.Eof(); rs.MoveNext()) clippings->AddClipping(ReadClippingRow(rs, bGetData));
-  rs.Close();
-  return clippings;
+  return ClippingsOf(rs, [&](const Recordset& row) { return ReadClippingRow(row, bGetData); });
 }
 
 std::shared_ptr<Clippings> DataAccess::GetClippingsFromCategory(const std::string& sCategoryID,
                                                                 bool bGetData) {
   EnsureCatalogOpen();
-  Recordset rs = Connection().GetRecordsetRO(
-      std::string(" SELECT * FROM Clipping WHERE iClippingStatus <> ") + kDeletedClipping +
-      " AND " + "lClippingId IN ( " +
-      "SELECT ClippingGroupClipping.lClippingID FROM ClippingGroupClipping " +
-      "INNER JOIN GroupClipping ON ClippingGroupClipping.lGroupClippingId = "
-      "GroupClipping.lGroupClippingId " +
-      "WHERE GroupClipping.lGroupCategoryId= " + kCategoryGroup + " " +
-      "AND GroupClipping.lGroupClippingID=" +
-      SqlNumber(Variant(GetLocalItemID(sCategoryID, external_catalog_id_))) + " )" +
-      " ORDER BY sName ASC ");
-  auto clippings = Clippings::Create();
-  for (; !rs.Eof(); rs.MoveNext()) clippings->AddClipping(ReadClippingRow(rs, bGetData));
-  rs.Close();
-  return clippings;
+  Recordset rs = Connection().GetRecordsetRO(CategoryMembersQuery(
+      " IN", " AND GroupClipping.lGroupClippingID=" +
+                 SqlNumber(Variant(GetLocalItemID(sCategoryID, external_catalog_id_)))));
+  return ClippingsOf(rs, [&](const Recordset& row) { return ReadClippingRow(row, bGetData); });
 }
 
 std::shared_ptr<Clippings> DataAccess::GetClippingsWithoutCategory(
     const std::string& /*sCatalogID*/, bool bGetData) {
   EnsureCatalogOpen();
-  Recordset rs = Connection().GetRecordsetRO(
-      std::string(" SELECT * FROM Clipping WHERE iClippingStatus <> ") + kDeletedClipping +
-      " AND " + "lClippingId NOT IN ( " +
-      "SELECT ClippingGroupClipping.lClippingID FROM ClippingGroupClipping " +
-      "INNER JOIN GroupClipping ON ClippingGroupClipping.lGroupClippingId = "
-      "GroupClipping.lGroupClippingId " +
-      "WHERE GroupClipping.lGroupCategoryId= " + kCategoryGroup + " )" + " ORDER BY sName ASC ");
-  auto clippings = Clippings::Create();
-  for (; !rs.Eof(); rs.MoveNext()) clippings->AddClipping(ReadClippingRow(rs, bGetData));
-  rs.Close();
-  return clippings;
+  Recordset rs = Connection().GetRecordsetRO(CategoryMembersQuery(" NOT IN", ""));
+  return ClippingsOf(rs, [&](const Recordset& row) { return ReadClippingRow(row, bGetData); });
 }
 
 std::shared_ptr<Clippings> DataAccess::FindClippings(const std::shared_ptr<Search>& oSearch) {
@@ -186,10 +182,7 @@ std::shared_ptr<Clippings> DataAccess::FindClippings(const std::shared_ptr<Searc
     sql += " AND ( " + folders + " ) ";
   }
   Recordset rs = Connection().GetRecordsetRO(sql);
-  auto clippings = Clippings::Create();
-  for (; !rs.Eof(); rs.MoveNext()) clippings->AddClipping(ReadClippingRow(rs, false));
-  rs.Close();
-  return clippings;
+  return ClippingsOf(rs, [&](const Recordset& row) { return ReadClippingRow(row, false); });
 }
 
 std::shared_ptr<Clippings> DataAccess::SearchForClippings(const std::shared_ptr<Search>& oSearch) {
