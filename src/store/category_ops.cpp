@@ -21,6 +21,19 @@ constexpr const char* kCategoryStatusActive = "1";
 
 bool IsEmpty(const Recordset& rs) { return rs.Bof() && rs.Eof(); }
 
+// The category of the first row of `rs` through `read`, or nullptr when there is none. Closes
+// `rs`.
+template <typename Read>
+std::shared_ptr<Category> FirstCategory(Recordset& rs, Read&& read) {
+  std::shared_ptr<Category> category;
+  if (!IsEmpty(rs)) {
+    rs.MoveFirst();
+    category = read(rs);
+  }
+  rs.Close();
+  return category;
+}
+
 [[noreturn]] void RaiseCategoryNameNotUnique(const std::string& name) {
   RaiseError(err::kCategoryNameNotUnique, kDataServicesSource,
              FormatResourceMessage(kMessageNameNotUnique, {name}));
@@ -209,13 +222,7 @@ std::shared_ptr<Category> DataAccess::GetCategory(const std::string& sCategoryID
   Recordset rs = Connection().GetRecordsetRO(
       "Select * From GroupClipping Where lGroupClippingId=" +
       SqlNumber(Variant(GetLocalItemID(sCategoryID, external_catalog_id_))));
-  std::shared_ptr<Category> category;
-  if (!IsEmpty(rs)) {
-    rs.MoveFirst();
-    category = ReadCategoryRow(rs);
-  }
-  rs.Close();
-  return category;
+  return FirstCategory(rs, [this](const Recordset& row) { return ReadCategoryRow(row); });
 }
 
 std::shared_ptr<Category> DataAccess::GetCategoryByName(const std::string& sCategoryName) {
@@ -225,13 +232,7 @@ std::shared_ptr<Category> DataAccess::GetCategoryByName(const std::string& sCate
   Recordset rs = Connection().GetRecordsetRO(
       "Select * From GroupClipping Where sName=" + SqlText(Variant(sCategoryName)) + " " +
       "AND sGroupCategoryId=" + kCategoryGroup);
-  std::shared_ptr<Category> category;
-  if (!IsEmpty(rs)) {
-    rs.MoveFirst();
-    category = ReadCategoryRow(rs);
-  }
-  rs.Close();
-  return category;
+  return FirstCategory(rs, [this](const Recordset& row) { return ReadCategoryRow(row); });
 }
 
 std::shared_ptr<Category> DataAccess::ReadCategoryRow(const Recordset& rs) {
