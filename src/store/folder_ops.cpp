@@ -130,6 +130,33 @@ void InTransaction(DBConnection& connection, Body&& body) {
   }
 }
 
+// Runs `body` as InTransaction does; when it fails, `folder` gets back what a write changes of it
+// before the error leaves.
+template <typename Body>
+void WriteFolder(DBConnection& connection, Folder& folder, StoreKey key, Body&& body) {
+  const FolderSnapshot before(folder);
+  try {
+    InTransaction(connection, std::forward<Body>(body));
+  } catch (...) {
+    before.Restore(folder, key);
+    throw;
+  }
+}
+
+// Runs `body` in a transaction that is always rolled back; true when `body` raised nothing and
+// the transaction began and rolled back.
+template <typename Body>
+bool Trial(DBConnection& connection, Body&& body) {
+  try {
+    connection.BeginTrans();
+  } catch (const AutomationError&) {
+    return false;
+  }
+  const bool ok = IgnoreErrors(body);
+  const bool rolled_back = IgnoreErrors([&] { connection.RollbackTrans(); });
+  return ok && rolled_back;
+}
+
 }  // namespace
 
 std::shared_ptr<Folder> DataAccess::ReadFolderRow(const Recordset& rs) {
@@ -295,26 +322,20 @@ std::shared_ptr<Folder> DataAccess::AddFolder(const std::shared_ptr<Folder>& oFo
                                               bool bCheckNameUnique) {
   if (oFolder == nullptr) RaiseRuntimeError(err::kObjectVariableNotSet);
   EnsureCatalogOpen();
-  const FolderSnapshot before(*oFolder);
-  try {
-    // One transaction even without the name check, so that a failure never leaves a folder row
-    // whose parent still reads as a leaf.
-    InTransaction(Connection(), [&] {
-      const std::string parent_key = GetLocalItemID(sParentFolderID, external_catalog_id_);
-      const std::string key =
-          InsertNewFolder(Connection(), *oFolder, StoreKey(), parent_key,
-                          [this](const std::string& guid) { return GetNextID("Folder", guid); });
-      if (bCheckNameUnique && !FolderNameIsUnique(oFolder->Name(), parent_key)) {
-        RaiseFolderNameNotUnique(oFolder->Name());
-      }
-      UpdateParentFolder(parent_key, false);
-      oFolder->SetID(ComposeItemID(key, external_catalog_id_));
-      oFolder->SetParentID(StoreKey(), ComposeItemID(parent_key, external_catalog_id_));
-    });
-  } catch (...) {
-    before.Restore(*oFolder, StoreKey());
-    throw;
-  }
+  // One transaction even without the name check, so that a failure never leaves a folder row
+  // whose parent still reads as a leaf.
+  WriteFolder(Connection(), *oFolder, StoreKey(), [&] {
+    const std::string parent_key = GetLocalItemID(sParentFolderID, external_catalog_id_);
+    const std::string key =
+        InsertNewFolder(Connection(), *oFolder, StoreKey(), parent_key,
+                        [this](const std::string& guid) { return GetNextID("Folder", guid); });
+    if (bCheckNameUnique && !FolderNameIsUnique(oFolder->Name(), parent_key)) {
+      RaiseFolderNameNotUnique(oFolder->Name());
+    }
+    UpdateParentFolder(parent_key, false);
+    oFolder->SetID(ComposeItemID(key, external_catalog_id_));
+    oFolder->SetParentID(StoreKey(), ComposeItemID(parent_key, external_catalog_id_));
+  });
   return oFolder;
 }
 
@@ -322,29 +343,22 @@ std::shared_ptr<Folder> DataAccess::UpdateFolder(const std::shared_ptr<Folder>& 
                                                  bool bCheckNameUnique) {
   if (oFolder == nullptr) RaiseRuntimeError(err::kObjectVariableNotSet);
   EnsureCatalogOpen();
-  const FolderSnapshot before(*oFolder);
-  try {
-    InTransaction(Connection(), [&] {
-      const std::string key = GetLocalItemID(oFolder->ID(), external_catalog_id_);
-      oFolder->SetUpdated(StoreKey(), Date::Now());
-      // The external catalog id is written as a text literal here; the column's numeric type
-      // turns it back into a number.
-      Connection().ExecuteSQL(
-          "UPDATE Folder Set sName=" + SqlText(Variant(oFolder->Name())) + ", " +
-          "sDescription=" + SqlText(Variant(oFolder->Description())) + ", " +
-          "lExternalCatalogId=" + SqlText(Variant(oFolder->ExternalCatalogID())) + ", " +
-          "iStatus=" + SqlNumber(Variant(oFolder->Status())) + ", " +
-          "tUpdated=" + SqlDate(Variant(oFolder->Updated())) + " " +
-          "WHERE lFolderID=" + SqlNumber(Variant(key)));
-      if (bCheckNameUnique && !FolderNameIsUnique(oFolder->Name(), oFolder->ParentID())) {
-        RaiseFolderNameNotUnique(oFolder->Name());
-      }
-      oFolder->SetID(ComposeItemID(key, external_catalog_id_));
-    });
-  } catch (...) {
-    before.Restore(*oFolder, StoreKey());
-    throw;
-  }
+  WriteFolder(Connection(), *oFolder, StoreKey(), [&] {
+    const std::string key = GetLocalItemID(oFolder->ID(), external_catalog_id_);
+    oFolder->SetUpdated(StoreKey(), Date::Now());
+    // The external catalog id is written as a text literal here; the column's numeric type
+    // turns it back into a number.
+    Connection().ExecuteSQL("UPDATE Folder Set sName=" + SqlText(Variant(oFolder->Name())) + ", " +
+                            "sDescription=" + SqlText(Variant(oFolder->Description())) + ", " +
+                            "lExternalCatalogId=" + SqlText(Variant(oFolder->ExternalCatalogID())) +
+                            ", " + "iStatus=" + SqlNumber(Variant(oFolder->Status())) + ", " +
+                            "tUpdated=" + SqlDate(Variant(oFolder->Updated())) + " " +
+                            "WHERE lFolderID=" + SqlNumber(Variant(key)));
+    if (bCheckNameUnique && !FolderNameIsUnique(oFolder->Name(), oFolder->ParentID())) {
+      RaiseFolderNameNotUnique(oFolder->Name());
+    }
+    oFolder->SetID(ComposeItemID(key, external_catalog_id_));
+  });
   return oFolder;
 }
 
@@ -388,34 +402,25 @@ void DataAccess::DeleteFolder(const std::string& sFolderId, bool bDeletePermenan
 bool DataAccess::CanAddFolder(const std::shared_ptr<Folder>& oFolder,
                               const std::string& sParentFolderID) {
   if (oFolder == nullptr) return false;
+  if (!IgnoreErrors([&] { EnsureCatalogOpen(); })) return false;
   const FolderSnapshot before(*oFolder);
-  bool began = false;
-  const bool ok = IgnoreErrors([&] {
-    EnsureCatalogOpen();
-    Connection().BeginTrans();
-    began = true;
+  const bool ok = Trial(Connection(), [&] {
     InsertNewFolder(Connection(), *oFolder, StoreKey(),
                     GetLocalItemID(sParentFolderID, external_catalog_id_),
                     [this](const std::string& guid) { return GetNextID("Folder", guid); });
   });
-  const bool rolled_back = !began || IgnoreErrors([&] { Connection().RollbackTrans(); });
   before.Restore(*oFolder, StoreKey());
-  return ok && rolled_back;
+  return ok;
 }
 
 bool DataAccess::CanDeleteFolder(const std::string& sFolderId, bool bDeletePermenantly) {
-  bool began = false;
-  const bool ok = IgnoreErrors([&] {
-    EnsureCatalogOpen();
-    Connection().BeginTrans();
-    began = true;
+  if (!IgnoreErrors([&] { EnsureCatalogOpen(); })) return false;
+  return Trial(Connection(), [&] {
     std::shared_ptr<Folder> folder = GetFolder(sFolderId);
     if (folder == nullptr) RaiseRuntimeError(err::kObjectVariableNotSet);
     DeleteClippingsFromFolder(folder->ID(), bDeletePermenantly);
     RemoveFolderRow(folder->ID(), bDeletePermenantly);
   });
-  const bool rolled_back = !began || IgnoreErrors([&] { Connection().RollbackTrans(); });
-  return ok && rolled_back;
 }
 
 bool DataAccess::CanUpdateFolder(const Variant& /*vFolder*/) {
