@@ -68,7 +68,8 @@ int main(int argc, char** argv) {
   ls->add_option("FOLDER", folder_id, "Folder id")->required();
 
   int raw_type = 0;
-  auto* show = app.add_subcommand("show", "Show a clipping with its data items");
+  auto* show = app.add_subcommand(
+      "show", "Show a clipping with its data items (counts as a use in the history)");
   show->add_option("ID", item_id, "Clipping id")->required();
   show->add_option("--raw", raw_type, "Write only the content of the data item of this type");
 
@@ -128,7 +129,8 @@ int main(int argc, char** argv) {
   auto* categories = app.add_subcommand("categories", "List the categories");
 
   int history_max = 20;
-  auto* history = app.add_subcommand("history", "The most recently used clippings");
+  auto* history =
+      app.add_subcommand("history", "The most recently used clippings (show counts as a use)");
   history->add_option("--max", history_max, "How many (default 20)");
 
   std::string link_connection;
