@@ -1,0 +1,419 @@
+// The same store operations on a SQLite file catalog and on a PostgreSQL catalog must give the
+// same results. Each scenario runs on both engines and logs every step's outcome (entities' XML
+// with times and GUIDs masked, name lists, error numbers); the logs must agree line by line, and
+// the key lines are checked against the results the operations promise.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <regex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "entities/category.h"
+#include "entities/clipping.h"
+#include "entities/folder.h"
+#include "entities/search.h"
+#include "store/catalog_schema.h"
+#include "store/data_access.h"
+#include "support/postgres_test_server.h"
+#include "temp_catalog.h"
+#include "util/date.h"
+#include "util/date_locale.h"
+#include "util/errors.h"
+
+namespace clipcat {
+namespace {
+
+using ::clipcat::testing::TempCatalog;
+
+// Step label -> outcome, in the order the steps ran.
+class Log {
+ public:
+  void Add(const std::string& label, const std::string& outcome) {
+    lines_.emplace_back(label, outcome);
+  }
+  std::string Get(const std::string& label) const {
+    for (const auto& [key, value] : lines_) {
+      if (key == label) return value;
+    }
+    ADD_FAILURE() << "no step " << label;
+    return "";
+  }
+  const std::vector<std::pair<std::string, std::string>>& lines() const { return lines_; }
+
+ private:
+  std::vector<std::pair<std::string, std::string>> lines_;
+};
+
+void ExpectSameLogs(const Log& sqlite, const Log& postgres) {
+  ASSERT_EQ(sqlite.lines().size(), postgres.lines().size());
+  for (size_t i = 0; i < sqlite.lines().size(); ++i) {
+    EXPECT_EQ(sqlite.lines()[i], postgres.lines()[i]) << "step " << sqlite.lines()[i].first;
+  }
+}
+
+// Times and GUIDs differ from run to run; everything else must not.
+std::string Masked(const std::string& xml) {
+  static const std::regex kVarying("\\b(updated|lastaccessed|guid)=\"[^\"]*\"", std::regex::icase);
+  return std::regex_replace(xml, kVarying, "$1=\"*\"");
+}
+
+// An error as the caller sees it. The engines word their own errors differently; the store's
+// errors must read the same.
+template <typename Call>
+std::string ErrorText(Call&& call) {
+  try {
+    call();
+  } catch (const AutomationError& e) {
+    if (e.number() == err::kDatabaseError) return "error " + std::to_string(e.number());
+    return "error " + std::to_string(e.number()) + " " + e.source() + ": " + e.description();
+  }
+  return "no error";
+}
+
+std::string YesNo(bool value) { return value ? "yes" : "no"; }
+
+std::string Names(const std::shared_ptr<Folders>& folders) {
+  std::string names;
+  for (const auto& folder : *folders->Items()) names += (names.empty() ? "" : ",") + folder->Name();
+  return names;
+}
+
+template <typename List>
+std::vector<std::string> NameList(const std::shared_ptr<List>& list) {
+  std::vector<std::string> names;
+  for (const auto& item : *list->Items()) names.push_back(item->Name());
+  return names;
+}
+
+template <typename List>
+std::string Names(const std::shared_ptr<List>& list) {
+  std::string names;
+  for (const std::string& name : NameList(list)) names += (names.empty() ? "" : ",") + name;
+  return names;
+}
+
+// For listings whose order is the engine's own (no ORDER BY): compared as sets.
+std::string SortedNames(const std::shared_ptr<Clippings>& clippings) {
+  std::vector<std::string> names = NameList(clippings);
+  std::sort(names.begin(), names.end());
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ",") + name;
+  return text;
+}
+
+std::string SortedXml(const std::shared_ptr<Clippings>& clippings) {
+  std::vector<std::string> xml;
+  for (const auto& clipping : *clippings->Items()) xml.push_back(Masked(clipping->XML()));
+  std::sort(xml.begin(), xml.end());
+  std::string text;
+  for (const std::string& one : xml) text += one;
+  return text;
+}
+
+std::shared_ptr<Folder> AddFolder(DataAccess& access, const std::string& name,
+                                  const std::string& parent) {
+  auto folder = Folder::Create();
+  folder->SetName(name);
+  return access.AddFolder(folder, parent, true);
+}
+
+std::shared_ptr<Clipping> NewClipping(const std::string& name, const std::string& description,
+                                      const std::vector<std::pair<int32_t, std::string>>& items) {
+  auto clipping = Clipping::Create();
+  clipping->SetName(name);
+  clipping->SetDescription(description);
+  for (const auto& [type, content] : items) {
+    auto item = ClippingData::Create();
+    item->SetClippingDataType(type);
+    item->SetRawData(content);
+    clipping->ClippingData()->Add(item);
+  }
+  return clipping;
+}
+
+std::shared_ptr<Category> NewCategory(const std::string& name) {
+  auto category = Category::Create();
+  category->SetName(name);
+  category->SetDescription("about " + name);
+  return category;
+}
+
+std::shared_ptr<Search> NewSearch(const std::string& text, const std::vector<std::string>& folders,
+                                  const std::vector<std::string>& categories, bool or_category) {
+  auto search = Search::Create();
+  search->SetSearchText(text);
+  auto folder_ids = std::make_shared<TextCollection>();
+  for (const std::string& id : folders) folder_ids->Add(id);
+  search->SetFolderIDs(folder_ids);
+  auto category_names = std::make_shared<TextCollection>();
+  for (const std::string& name : categories) category_names->Add(name);
+  search->SetCategoryNames(category_names);
+  search->SetOrClippingBelongsToCategory(or_category);
+  return search;
+}
+
+const Date kLongAgo = *Date::FromParts({2000, 1, 1});
+const Date kFarAhead = *Date::FromParts({2090, 1, 1});
+
+Log FolderScenario(DataAccess& access) {
+  Log log;
+  const auto root = access.GetPersonalCatalogRootFolder();
+  log.Add("root", Masked(root->XML()));
+  const auto projects = AddFolder(access, "Projects", root->ID());
+  const auto alpha = AddFolder(access, "alpha", projects->ID());
+  const auto beta = AddFolder(access, "Beta", projects->ID());
+  const auto archive = AddFolder(access, "archive", projects->ID());
+  const auto sub = AddFolder(access, "Sub", beta->ID());
+  log.Add("keys", projects->ID() + "," + alpha->ID() + "," + beta->ID() + "," + archive->ID() +
+                      "," + sub->ID());
+  log.Add("same name in other case", ErrorText([&] { AddFolder(access, "BETA", projects->ID()); }));
+  beta->SetName("beta renamed");
+  access.UpdateFolder(beta, true);
+  log.Add("rename onto a sibling", ErrorText([&] {
+            auto folder = access.GetFolder(archive->ID());
+            folder->SetName("ALPHA");
+            access.UpdateFolder(folder, true);
+          }));
+  access.DeleteFolder(alpha->ID(), false);
+  log.Add("children", Names(access.GetChildrenFolders(projects->ID(), false, false)));
+  log.Add("children and deleted", Names(access.GetChildrenFolders(projects->ID(), false, true)));
+  log.Add("tree", Masked(access.GetFolders(false, false)->XML()));
+  log.Add("tree and deleted", Masked(access.GetFolders(false, true)->XML()));
+  log.Add("ARCHIVE exists", YesNo(access.FolderNameExists("ARCHIVE", projects->ID())));
+  log.Add("deleted alpha exists", YesNo(access.FolderNameExists("alpha", projects->ID())));
+  const auto found = access.GetFolderByName("SUB", beta->ID());
+  log.Add("sub by name", found ? found->ID() : "none");
+  log.Add("path", access.GetFolderPathName(sub->ID()));
+  log.Add("changed lately", YesNo(access.HaveFoldersChanged(kLongAgo)));
+  log.Add("changed in future", YesNo(access.HaveFoldersChanged(kFarAhead)));
+  log.Add("folder", Masked(access.GetFolder(beta->ID())->XML()));
+  access.DeleteFolder(projects->ID(), true);
+  log.Add("after removal", Masked(access.GetFolders(true, true)->XML()));
+  log.Add("removed folder", access.GetFolder(sub->ID()) ? "found" : "none");
+  return log;
+}
+
+Log ClippingScenario(DataAccess& access) {
+  Log log;
+  const auto root = access.GetPersonalCatalogRootFolder();
+  const auto folder = AddFolder(access, "Clips", root->ID());
+  std::string big;
+  for (int i = 0; big.size() < 50000; ++i) big += "line " + std::to_string(i) + " \xC3\xA9\n";
+  const auto letter = NewClipping(
+      "Letter", "to Ann",
+      {{2, "Dear Ann, \xC3\xBCn\xC3\xAF \xF0\x9F\x98\x80 'quoted'"}, {1, "{\\rtf1 \\b bold\\b0}"}});
+  access.AddClipping(letter, folder->ID());
+  const auto large = NewClipping("big", "", {{2, big}});
+  access.AddClipping(large, folder->ID());
+  log.Add("keys", folder->ID() + "," + letter->ID() + "," + large->ID());
+  log.Add("same name in other case",
+          ErrorText([&] { access.AddClipping(NewClipping("LETTER", "", {}), folder->ID()); }));
+  log.Add("letter", Masked(access.GetClipping(letter->ID(), true)->XML()));
+  const auto read = access.GetClipping(large->ID(), true);
+  log.Add("big content",
+          read->ClippingData()->Count() == 1 && read->ClippingData()->Item(1)->RawData() == big
+              ? "intact"
+              : "damaged");
+  const auto by_name = access.GetClippingByName("letter", folder->ID(), false);
+  log.Add("letter by name", by_name ? by_name->ID() : "none");
+  log.Add("BIG exists", YesNo(access.ClippingNameExists("BIG", folder->ID())));
+  letter->SetName("Letter v2");
+  letter->ClippingData()->Remove(2);
+  letter->ClippingData()->Item(1)->SetRawData("Hello again");
+  access.UpdateClipping(letter, true);
+  log.Add("updated letter", Masked(access.GetClipping(letter->ID(), true)->XML()));
+  const auto by_guid = access.FindClippingWithGUID(letter->GUID(), false);
+  log.Add("letter by guid", by_guid ? by_guid->ID() : "none");
+  log.Add("folder", Names(access.GetClippingsFromFolder(folder->ID(), false, nullptr, false)));
+  access.DeleteClipping(large->ID(), false);
+  log.Add("folder after delete",
+          Names(access.GetClippingsFromFolder(folder->ID(), false, nullptr, false)));
+  log.Add("folder and deleted",
+          Names(access.GetClippingsFromFolder(folder->ID(), false, nullptr, true)));
+  log.Add("deleted", Names(access.GetDeletedClippingsForCatalog("", false)));
+  access.UpdateClippingHistory(letter);
+  access.UpdateClippingHistory(letter);
+  access.UpdateClippingHistory(large);
+  const auto history = access.GetClippingsHistroy(10);
+  std::vector<std::string> ids;
+  for (const auto& clipping : *history->Items()) ids.push_back(clipping->ID());
+  std::sort(ids.begin(), ids.end());
+  log.Add("history", std::to_string(ids.size()) + ":" + (ids.empty() ? "" : ids[0] + "," + ids[1]));
+  access.DeleteClippingHistory(letter->ID());
+  log.Add("history after forgetting",
+          std::to_string(access.GetClippingsHistroy(10)->Items()->Count()));
+  log.Add("path", access.GetClippingPathName(letter->ID()));
+  access.DeleteClipping(letter->ID(), true);
+  log.Add("removed", access.GetClipping(letter->ID(), false) ? "found" : "none");
+  return log;
+}
+
+Log CategoryScenario(DataAccess& access) {
+  Log log;
+  const auto root = access.GetPersonalCatalogRootFolder();
+  const auto docs = AddFolder(access, "Docs", root->ID());
+  const auto other = AddFolder(access, "Other", root->ID());
+  const auto ann = NewClipping("Letter to Ann", "greeting", {{2, "Hi"}});
+  const auto bob = NewClipping("letter to Bob", "", {{2, "Hey"}});
+  const auto invoice = NewClipping("Invoice 50%", "paid", {{2, "Sum"}});
+  const auto path = NewClipping("path\\file", "", {});
+  const auto under = NewClipping("under_score", "x_y", {});
+  for (const auto& clipping : {ann, bob, invoice, path, under}) {
+    access.AddClipping(clipping, docs->ID());
+  }
+  const auto elsewhere = NewClipping("Letter elsewhere", "", {});
+  access.AddClipping(elsewhere, other->ID());
+  const auto work = access.AddCategory(NewCategory("Work"), "");
+  const auto home = access.AddCategory(NewCategory("home"), "");
+  log.Add("category keys", work->ID() + "," + home->ID());
+  log.Add("same category name in other case",
+          ErrorText([&] { access.AddCategory(NewCategory("WORK"), ""); }));
+  access.AddClippingToCategory(ann->ID(), work->ID());
+  access.AddClippingToCategory(invoice->ID(), work->ID());
+  access.AddClippingToCategory(bob->ID(), home->ID());
+  log.Add("member twice", ErrorText([&] { access.AddClippingToCategory(ann->ID(), work->ID()); }));
+  log.Add("categories", Names(access.GetCategoriesFromFolder("")));
+  log.Add("categories xml", Masked(access.GetCategoriesFromFolder("")->XML()));
+  log.Add("names for ann", access.GetCategoriesNamesForClipping(ann->ID()));
+  log.Add("work members", Names(access.GetClippingsFromCategory(work->ID(), false)));
+  log.Add("without category", Names(access.GetClippingsWithoutCategory("", false)));
+  for (const std::string text : {"LETTER", "50%", "\\", "_", "*", "", "x_Y", "%"}) {
+    log.Add("find " + text, SortedNames(access.FindClippings(NewSearch(text, {}, {}, false))));
+  }
+  log.Add("find letter in docs",
+          SortedNames(access.FindClippings(NewSearch("letter", {docs->ID()}, {}, false))));
+  struct SearchCase {
+    std::string label;
+    std::shared_ptr<Search> search;
+  };
+  const std::vector<SearchCase> searches = {
+      {"search letter*", NewSearch("letter*", {}, {}, false)},
+      {"search LETTER TO *", NewSearch("LETTER TO *", {}, {}, false)},
+      {"search letter* in wo*", NewSearch("letter*", {}, {"wo*"}, false)},
+      {"search invoice* or HOME", NewSearch("invoice*", {}, {"HOME"}, true)},
+      {"search * in other", NewSearch("*", {other->ID()}, {}, false)},
+      {"search 50%", NewSearch("invoice 50%", {}, {}, false)},
+  };
+  for (const SearchCase& c : searches) {
+    log.Add(c.label, SortedNames(access.SearchForClippings(c.search)));
+    log.Add(c.label + " xml", SortedXml(access.SearchForClippings(c.search)));
+  }
+  log.Add("changed lately", YesNo(access.HaveCategoriesChanged(kLongAgo)));
+  log.Add("changed in future", YesNo(access.HaveCategoriesChanged(kFarAhead)));
+  log.Add("ann's categories", Masked(access.GetCategoriesForClipping(ann->ID())->XML()));
+  home->SetName("Home & Garden");
+  access.UpdateCategory(home);
+  log.Add("renamed", Masked(access.GetCategory(home->ID())->XML()));
+  access.DeleteClippingFromCategory(bob->ID(), home->ID());
+  access.DeleteCategory(work->ID());
+  log.Add("after deletes", Names(access.GetCategoriesFromFolder("")));
+  log.Add("without category after deletes", Names(access.GetClippingsWithoutCategory("", false)));
+  return log;
+}
+
+// The same scenario on a fresh file catalog and a fresh server catalog, both with a root folder
+// named "Personal".
+std::pair<Log, Log> RunOnBothEngines(::clipcat::testing::PostgresTestServer& server,
+                                     const std::function<Log(DataAccess&)>& scenario) {
+  TempCatalog file;
+  const std::string database = server.CreateDatabase();
+  const std::string connection_string = server.ConnectionString(database);
+  CreateServerCatalog(connection_string, "Personal");
+  auto sqlite = DataAccessMDB::Create();
+  sqlite->OpenCatalog(file.connection_string(), "", "");
+  auto postgres = DataAccessSQL::Create();
+  postgres->OpenCatalog(connection_string, "", "");
+  return {scenario(*sqlite), scenario(*postgres)};
+}
+
+class PostgresConformance : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    CLIPCAT_POSTGRES_SERVER_OR_SKIP(server);
+    server_ = server;
+  }
+
+  ScopedDateLocale locale_{DateLocale::English(DateOrder::kDayMonthYear)};
+  ::clipcat::testing::PostgresTestServer* server_ = nullptr;
+};
+
+TEST_F(PostgresConformance, FoldersGiveTheSameResultsOnBothEngines) {
+  const auto [sqlite, postgres] = RunOnBothEngines(*server_, FolderScenario);
+  ExpectSameLogs(sqlite, postgres);
+  for (const Log* log : {&sqlite, &postgres}) {
+    EXPECT_EQ(log->Get("keys"), "2,3,4,5,6");
+    EXPECT_EQ(log->Get("same name in other case").rfind("error -2147220997 Data Services", 0), 0u);
+    EXPECT_EQ(log->Get("rename onto a sibling").rfind("error -2147220997", 0), 0u);
+    EXPECT_EQ(log->Get("children"), "archive,beta renamed");
+    EXPECT_EQ(log->Get("children and deleted"), "alpha,archive,beta renamed");
+    EXPECT_EQ(log->Get("ARCHIVE exists"), "yes");
+    EXPECT_EQ(log->Get("deleted alpha exists"), "no");
+    EXPECT_EQ(log->Get("sub by name"), "6");
+    EXPECT_NE(log->Get("path").find("beta renamed"), std::string::npos);
+    EXPECT_EQ(log->Get("changed lately"), "yes");
+    EXPECT_EQ(log->Get("changed in future"), "no");
+    EXPECT_EQ(log->Get("removed folder"), "none");
+  }
+}
+
+TEST_F(PostgresConformance, ClippingsAndTheirDataGiveTheSameResultsOnBothEngines) {
+  const auto [sqlite, postgres] = RunOnBothEngines(*server_, ClippingScenario);
+  ExpectSameLogs(sqlite, postgres);
+  for (const Log* log : {&sqlite, &postgres}) {
+    EXPECT_EQ(log->Get("keys"), "2,3,4");
+    EXPECT_EQ(log->Get("same name in other case").rfind("error -2147220996", 0), 0u);
+    EXPECT_NE(log->Get("letter").find("\xF0\x9F\x98\x80 'quoted'"), std::string::npos);
+    EXPECT_EQ(log->Get("big content"), "intact");
+    EXPECT_EQ(log->Get("letter by name"), "3");
+    EXPECT_EQ(log->Get("BIG exists"), "yes");
+    EXPECT_NE(log->Get("updated letter").find("Hello again"), std::string::npos);
+    EXPECT_EQ(log->Get("letter by guid"), "3");
+    EXPECT_EQ(log->Get("folder"), "big,Letter v2");
+    EXPECT_EQ(log->Get("folder after delete"), "Letter v2");
+    EXPECT_EQ(log->Get("deleted"), "big");
+    EXPECT_EQ(log->Get("history"), "2:3,4");
+    EXPECT_EQ(log->Get("history after forgetting"), "1");
+    EXPECT_EQ(log->Get("removed"), "none");
+  }
+}
+
+TEST_F(PostgresConformance, CategoriesAndSearchesGiveTheSameResultsOnBothEngines) {
+  const auto [sqlite, postgres] = RunOnBothEngines(*server_, CategoryScenario);
+  ExpectSameLogs(sqlite, postgres);
+  for (const Log* log : {&sqlite, &postgres}) {
+    EXPECT_EQ(log->Get("category keys"), "1,2");
+    EXPECT_EQ(log->Get("same category name in other case").rfind("error -2147220995", 0), 0u);
+    EXPECT_EQ(log->Get("member twice"), "error -2147467259");
+    EXPECT_EQ(log->Get("categories"), "home,Work");
+    EXPECT_EQ(log->Get("names for ann"), "Work");
+    EXPECT_EQ(log->Get("work members"), "Invoice 50%,Letter to Ann");
+    EXPECT_EQ(log->Get("without category"), "Letter elsewhere,path\\file,under_score");
+    EXPECT_EQ(log->Get("find LETTER"), "Letter elsewhere,Letter to Ann,letter to Bob");
+    EXPECT_EQ(log->Get("find 50%"), "Invoice 50%");
+    EXPECT_EQ(log->Get("find \\"), "path\\file");
+    EXPECT_EQ(log->Get("find _"), "under_score");
+    EXPECT_EQ(log->Get("find x_Y"), "under_score");
+    EXPECT_EQ(log->Get("find *"), "");
+    EXPECT_EQ(log->Get("find %"), "Invoice 50%");
+    EXPECT_EQ(log->Get("find letter in docs"), "Letter to Ann,letter to Bob");
+    EXPECT_EQ(log->Get("search letter*"), "Letter elsewhere,Letter to Ann,letter to Bob");
+    EXPECT_EQ(log->Get("search LETTER TO *"), "Letter to Ann,letter to Bob");
+    EXPECT_EQ(log->Get("search letter* in wo*"), "Letter to Ann");
+    EXPECT_EQ(log->Get("search invoice* or HOME"), "Invoice 50%,letter to Bob");
+    EXPECT_EQ(log->Get("search * in other"), "Letter elsewhere");
+    EXPECT_EQ(log->Get("search 50%"), "Invoice 50%");
+    EXPECT_EQ(log->Get("changed lately"), "yes");
+    EXPECT_EQ(log->Get("changed in future"), "no");
+    EXPECT_NE(log->Get("renamed").find("Home &amp; Garden"), std::string::npos);
+    EXPECT_EQ(log->Get("after deletes"), "Home & Garden");
+    EXPECT_EQ(log->Get("without category after deletes"),
+              "Invoice 50%,Letter elsewhere,Letter to Ann,letter to Bob,path\\file,under_score");
+  }
+}
+
+}  // namespace
+}  // namespace clipcat
