@@ -114,9 +114,10 @@ int main(int argc, char** argv) {
                      "matches anything)");
   search->add_option("--folder", search_options.folders, "Folder to search (repeatable)");
   search->add_flag("--subfolders", search_options.subfolders, "Search the folders below too");
-  search->add_option("--category", search_options.categories, "Category name (repeatable)");
+  search->add_option("--category", search_options.categories,
+                     "Only clippings in this category (repeatable: in any of them)");
   search->add_flag("--any-category", search_options.any_category,
-                   "A clipping in any of the categories matches as well");
+                   "A clipping in one of the categories matches whatever its text");
 
   std::string category;
   auto* tag = app.add_subcommand("tag", "Put a clipping in a category (made if new)");
