@@ -14,10 +14,8 @@
 #include "util/date.h"
 #include "util/values.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
-
-using ::clipcat::testing::CatalogTest;
 
 class AccessHistoryTest : public CatalogTest {
  protected:
@@ -153,4 +151,4 @@ TEST_F(AccessHistoryTest, DeletingForgetsOnlyThatId) {
 }
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing

@@ -15,13 +15,8 @@
 #include "util/messages.h"
 #include "util/values.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
-
-using ::clipcat::testing::CatalogTest;
-using ::clipcat::testing::ClippingsWithIds;
-using ::clipcat::testing::ClippingWithId;
-using ::clipcat::testing::ErrorOf;
 
 std::vector<std::string> NamesOf(const std::shared_ptr<Categories>& categories) {
   std::vector<std::string> names;
@@ -513,4 +508,4 @@ TEST_F(CategoryOpsTest, HostileNamesAreStoredAndComparedAsText) {
 }
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing

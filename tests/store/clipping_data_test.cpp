@@ -16,10 +16,8 @@
 #include "util/utf16.h"
 #include "util/values.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
-
-using ::clipcat::testing::CatalogTest;
 
 struct Item {
   int32_t type;
@@ -262,4 +260,4 @@ TEST_F(ClippingDataTest, ItemsAreReadOnlyWhenAsked) {
 }
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing

@@ -16,12 +16,8 @@
 #include "util/messages.h"
 #include "util/values.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
-
-using ::clipcat::testing::BothKindsTest;
-using ::clipcat::testing::ErrorOf;
-using ::clipcat::testing::KindName;
 
 class ClippingOpsTest : public BothKindsTest {
  protected:
@@ -387,4 +383,4 @@ TEST_P(ClippingOpsTest, PathNameIsThatOfTheHoldingFolder) {
 }
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing

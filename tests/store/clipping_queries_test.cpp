@@ -15,13 +15,9 @@
 #include "util/errors.h"
 #include "util/values.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
 
-using ::clipcat::testing::CatalogTest;
-using ::clipcat::testing::ClippingsWithIds;
-using ::clipcat::testing::ErrorOf;
-using ::clipcat::testing::NewSearch;
 using Keys = std::vector<std::string>;
 
 // The ids of a result, sorted, for queries that promise no order.
@@ -481,4 +477,4 @@ TEST_F(TextSearchTest, HostileTextsAreMatchedAsText) {
 }
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing

@@ -12,12 +12,8 @@
 #include "util/guid.h"
 #include "util/values.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
-
-using ::clipcat::testing::BothKindsTest;
-using ::clipcat::testing::ErrorOf;
-using ::clipcat::testing::KindName;
 
 class DataAccessTest : public BothKindsTest {};
 
@@ -155,4 +151,4 @@ TEST_P(DataAccessTest, GeneratorRefusesOtherTablesAndMissingRows) {
 INSTANTIATE_TEST_SUITE_P(BothKinds, DataAccessTest, ::testing::Values(0, 1), KindName);
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing

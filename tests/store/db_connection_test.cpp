@@ -15,12 +15,8 @@
 #include "util/errors.h"
 #include "util/values.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
-
-using ::clipcat::testing::ErrorOf;
-using ::clipcat::testing::TempCatalog;
-using ::clipcat::testing::TempDir;
 
 int32_t CountRows(DBConnection& db, const std::string& table) {
   Recordset rs = db.GetRecordsetRO("SELECT * FROM " + table);
@@ -350,4 +346,4 @@ TEST(DBConnection, AFileThatIsNoDatabaseRaisesTheEnginesError) {
 }
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing

@@ -16,14 +16,8 @@
 #include "util/messages.h"
 #include "util/values.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
-
-using ::clipcat::testing::BothKindsTest;
-using ::clipcat::testing::ErrorOf;
-using ::clipcat::testing::KindName;
-using ::clipcat::testing::StatementRecorder;
-using ::clipcat::testing::Statements;
 
 // "Name(child,child(grandchild))": a folder's subtree as the listing gave it, children in order.
 std::string Outline(const Folder& folder) {
@@ -792,4 +786,4 @@ INSTANTIATE_TEST_SUITE_P(BothKinds, FolderDeleteTest, ::testing::Values(0, 1), K
 INSTANTIATE_TEST_SUITE_P(BothKinds, FolderStatementTest, ::testing::Values(0, 1), KindName);
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing

@@ -10,14 +10,8 @@
 #include "util/errors.h"
 #include "util/values.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
-
-using ::clipcat::testing::BothKindsTest;
-using ::clipcat::testing::ErrorOf;
-using ::clipcat::testing::KindName;
-using ::clipcat::testing::StatementRecorder;
-using ::clipcat::testing::Statements;
 
 std::shared_ptr<ConnectionDetails> Details(const std::string& connection_string) {
   auto details = ConnectionDetails::Create();
@@ -260,4 +254,4 @@ TEST_P(LinkedCatalogsTest, StatementsRunTheirOwnText) {
 INSTANTIATE_TEST_SUITE_P(BothKinds, LinkedCatalogsTest, ::testing::Values(0, 1), KindName);
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing

@@ -20,14 +20,8 @@
 #include "util/date.h"
 #include "util/values.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
-
-using ::clipcat::testing::CatalogTest;
-using ::clipcat::testing::ClippingsWithIds;
-using ::clipcat::testing::NewSearch;
-using ::clipcat::testing::StatementRecorder;
-using ::clipcat::testing::Statements;
 
 class StatementTextTest : public CatalogTest {
  protected:
@@ -244,4 +238,4 @@ TEST_F(StatementTextTest, AccessHistory) {
 }
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing
