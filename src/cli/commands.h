@@ -34,9 +34,10 @@ struct SearchOptions {
   bool any_category = false;  // a clipping in any of the categories also matches
 };
 
-// Creates the selected catalog with its root folder named `name` (for a file, the file's stem
-// when empty). Refuses an existing file. A server catalog given by --connection is created when
-// the store can deploy the schema on a server; until then it is refused with a clear error.
+// Creates the selected catalog with its root folder named `name`: a file (named by --catalog,
+// $CLIPCAT_CATALOG, or --connection details with the file provider), by default named after the
+// file's stem, and refused when it exists; or a catalog on a PostgreSQL server named by
+// --connection details, by default named after their ClippingSourceName, else "Shared".
 void InitCommand(const Context& context, const std::string& name);
 void TreeCommand(const Context& context);
 void ListCommand(const Context& context, const std::string& folder);

@@ -18,39 +18,57 @@ namespace clipcat::cli {
 
 namespace {
 
-// The file that the connection details of --connection name, or nothing for a server catalog.
-// A data link file is followed to the connection string it holds.
-std::optional<std::string> FileOfConnection(const std::string& connection_xml) {
+// The name of a server catalog's top folder when init is given none.
+constexpr const char* kServerCatalogName = "Shared";
+
+struct InitTarget {
+  std::string file;         // a file catalog's absolute path, or empty
+  std::string connection;   // a server catalog's connection string
+  std::string source_name;  // the connection details' ClippingSourceName
+};
+
+// Where the connection details of --connection point: a file catalog (the Jet provider,
+// directly or through a data link file) or a server catalog.
+InitTarget TargetOfConnection(const std::string& connection_xml) {
   const auto details = ConnectionDetails::Create();
   details->SetXML(connection_xml);
+  InitTarget target;
+  target.source_name = details->ClippingSourceName();
   std::string connection = details->ConnectionString();
   if (const auto link = ConnectionStringValue(connection, "File Name")) {
     connection = ReadDataLinkFile(*link);
   }
   const auto provider = ConnectionStringValue(connection, "Provider");
-  if (!provider || !EqualsIgnoreCase(*provider, kFileCatalogProvider)) return std::nullopt;
+  if (!provider || !EqualsIgnoreCase(*provider, kFileCatalogProvider)) {
+    target.connection = details->ConnectionString();
+    return target;
+  }
   const auto source = ConnectionStringValue(connection, "Data Source");
   if (!source || source->empty()) {
     throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
                           "the connection string names no Data Source file");
   }
-  return source;
+  target.file = std::filesystem::absolute(*source).lexically_normal().string();
+  return target;
 }
 
 }  // namespace
 
 void InitCommand(const Context& context, const std::string& name) {
-  std::string file = context.selection.path;
+  InitTarget target{context.selection.path, "", ""};
   if (!context.selection.connection_xml.empty()) {
-    const auto source = FileOfConnection(context.selection.connection_xml);
-    if (!source) {
-      throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
-                            "init cannot create a server catalog yet: create it with the "
-                            "server's tools, then use it with --connection");
-    }
-    file = std::filesystem::absolute(*source).lexically_normal().string();
+    target = TargetOfConnection(context.selection.connection_xml);
   }
-  const std::filesystem::path path(file);
+  if (!target.connection.empty()) {
+    const std::string top = !name.empty()                 ? name
+                            : !target.source_name.empty() ? target.source_name
+                                                          : kServerCatalogName;
+    CreateServerCatalog(target.connection, top);
+    // The connection string may hold a password: it is not repeated.
+    context.out << "created server catalog " << top << "\n";
+    return;
+  }
+  const std::filesystem::path path(target.file);
   std::filesystem::create_directories(path.parent_path());
   CreateCatalog(path.string(), name.empty() ? path.stem().string() : name);
   context.out << "created " << path.string() << "\n";

@@ -54,8 +54,8 @@ int main(int argc, char** argv) {
 
   std::string init_name;
   auto* init = app.add_subcommand("init",
-                                  "Create the catalog (--catalog PATH, $CLIPCAT_CATALOG or a "
-                                  "file named by --connection) with its top folder");
+                                  "Create the catalog (a file, or a catalog on a server named by "
+                                  "--connection) with its top folder");
   init->add_option("--name", init_name, "Name of the top folder (default: the file's name)");
 
   auto* tour = app.add_subcommand("tour",

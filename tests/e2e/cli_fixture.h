@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -46,6 +47,26 @@ inline std::string ReadFile(const fs::path& path) {
 
 inline void WriteFile(const fs::path& path, const std::string& content) {
   std::ofstream(path, std::ios::binary) << content;
+}
+
+// An export with its ids replaced by their places in the order of first appearance: ids differ
+// from catalog to catalog, everything else of an export of the same catalog must not.
+inline std::string WithoutIds(const std::string& document) {
+  static const std::regex id_attribute(R"re(( id| clipping)="([^"]*)")re");
+  std::map<std::string, int> numbers;
+  std::string out;
+  auto last = document.cbegin();
+  for (std::sregex_iterator it(document.begin(), document.end(), id_attribute), end; it != end;
+       ++it) {
+    const auto& match = *it;
+    out.append(last, match[0].first);
+    const auto [entry, added] =
+        numbers.emplace(match[2].str(), static_cast<int>(numbers.size()) + 1);
+    out += match[1].str() + "=\"#" + std::to_string(entry->second) + "\"";
+    last = match[0].second;
+  }
+  out.append(last, document.cend());
+  return out;
 }
 
 class Cli : public ::testing::Test {

@@ -14,25 +14,6 @@ using namespace clipcat_e2e;
 
 class Transfer : public Cli {
  protected:
-  // Ids differ from catalog to catalog; everything else of an export must not. Each id is
-  // replaced by its place in the order of first appearance.
-  static std::string WithoutIds(const std::string& document) {
-    static const std::regex id_attribute(R"re(( id| clipping)="([^"]*)")re");
-    std::map<std::string, int> numbers;
-    std::string out;
-    auto last = document.cbegin();
-    for (std::sregex_iterator it(document.begin(), document.end(), id_attribute), end; it != end;
-         ++it) {
-      const auto& match = *it;
-      out.append(last, match[0].first);
-      const auto [entry, added] = numbers.emplace(match[2].str(), numbers.size() + 1);
-      out += match[1].str() + "=\"#" + std::to_string(entry->second) + "\"";
-      last = match[0].second;
-    }
-    out.append(last, document.cend());
-    return out;
-  }
-
   // The id of the one clipping the search for `name` finds.
   std::string IdOf(const std::string& catalog, const std::string& name) {
     const std::string found = OkOn(catalog, {"search", name});
