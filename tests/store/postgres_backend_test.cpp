@@ -2,11 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <barrier>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "store/blob_field.h"
 #include "store/catalog_schema.h"
+#include "store/data_access.h"
 #include "store/db_connection.h"
 #include "store/postgres_session.h"
 #include "store/sqlite_functions.h"
@@ -529,6 +532,45 @@ TEST_F(PostgresCatalogTest, ServerErrorsKeepTheirMessage) {
   });
   EXPECT_EQ(duplicate.source(), kPostgresSource);
   EXPECT_NE(duplicate.description().find("duplicate key"), std::string::npos);
+}
+
+TEST_F(PostgresCatalogTest, WritersAtOnceLoseNothingAndNeverShareAName) {
+  // Two users add folders to the same catalog at the same time, each also trying a name the
+  // other tries: every folder of one's own arrives, and each contested name is taken once.
+  constexpr int kRounds = 30;
+  const auto writer = [&](const std::string& who, std::vector<int32_t>* refused) {
+    auto access = DataAccessSQL::Create();
+    access->OpenCatalog(connection_string_, "", "");
+    for (int round = 0; round < kRounds; ++round) {
+      for (const std::string& name :
+           {who + std::to_string(round), "Both" + std::to_string(round)}) {
+        auto folder = Folder::Create();
+        folder->SetName(name);
+        try {
+          access->AddFolder(folder, "1", true);
+        } catch (const AutomationError& e) {
+          refused->push_back(e.number());
+        }
+      }
+    }
+  };
+  std::vector<int32_t> refused_ann;
+  std::vector<int32_t> refused_bob;
+  std::thread ann(writer, "Ann", &refused_ann);
+  std::thread bob(writer, "Bob", &refused_bob);
+  ann.join();
+  bob.join();
+  std::vector<int32_t> refused = refused_ann;
+  refused.insert(refused.end(), refused_bob.begin(), refused_bob.end());
+  EXPECT_EQ(refused, std::vector<int32_t>(kRounds, err::kFolderNameNotUnique));
+  for (int round = 0; round < kRounds; ++round) {
+    for (const std::string& name : {"Ann" + std::to_string(round), "Bob" + std::to_string(round),
+                                    "Both" + std::to_string(round)}) {
+      EXPECT_EQ(Single(db_, "SELECT count(*) FROM Folder WHERE sName='" + name + "'"), "1") << name;
+    }
+  }
+  EXPECT_EQ(Single(db_, "SELECT count(DISTINCT lFolderID) FROM Folder"),
+            std::to_string(1 + 3 * kRounds));
 }
 
 }  // namespace
