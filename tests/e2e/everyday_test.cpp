@@ -164,7 +164,7 @@ TEST_F(Everyday, LinkShowsAnotherCatalogAndUnlinkTakesItAway) {
   EXPECT_EQ(OnCatalog({"link", "Team"}).status, 64) << "--connection is required";
 }
 
-TEST_F(Everyday, InitTakesAFileFromConnectionDetailsButNoServerYet) {
+TEST_F(Everyday, InitTakesItsCatalogFromConnectionDetails) {
   const std::string file = (dir_ / "sub" / "made.db").string();
   const std::string details =
       "<connectiondetails connectionstring=\"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + file +
@@ -182,12 +182,18 @@ TEST_F(Everyday, InitTakesAFileFromConnectionDetailsButNoServerYet) {
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_TRUE(fs::exists(dir_ / "linked.db"));
 
+  // A server that cannot be reached, and a provider nobody knows, make nothing.
   r = Run({"--connection",
-           "<connectiondetails connectionstring=\"Provider=PostgreSQL;Host=localhost;"
+           "<connectiondetails connectionstring=\"Provider=PostgreSQL;Host=db.invalid;"
            "Database=clips\" datasourcetype=\"2\"/>",
            "init"});
   EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.err.rfind("error 5 (clipcat): init cannot create a server catalog", 0), 0u) << r.err;
+  EXPECT_EQ(r.err.rfind("error -2147220994 (clipcat): ", 0), 0u) << r.err;
+  r = Run({"--connection", "<connectiondetails connectionstring=\"Provider=Nothing\"/>", "init"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err,
+            "error 3706 (clipcat): Provider cannot be found. It may not be properly "
+            "installed.\n");
   r = Run({"--connection", "not xml", "init"});
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.err.rfind("error 424 ", 0), 0u) << r.err;
