@@ -99,6 +99,7 @@ TEST_F(AccessHistoryTest, RowIsFoundByIdButChangedByGuid) {
 }
 
 TEST_F(AccessHistoryTest, ListsNewestFirstUpToTheMaximum) {
+  EXPECT_EQ(access_->GetClippingsHistroy(10)->Items()->Count(), 0);
   // Inserted out of order, so that only the ordering can put them right.
   const std::vector<std::pair<std::string, Date>> rows = {
       {"3", At(3, 8)}, {"P2C5", At(9, 23)}, {"1", At(1, 12)}, {"4", At(9, 22)}, {"2", At(2, 0)}};
@@ -126,10 +127,6 @@ TEST_F(AccessHistoryTest, ListsNewestFirstUpToTheMaximum) {
   EXPECT_EQ(moved->Items()->Item(1)->ID(), "1");
   EXPECT_EQ(moved->Items()->Item(2)->ID(), "P2C5");
   EXPECT_TRUE(IsAboutNow(moved->Items()->Item(1)->Accessed()));
-}
-
-TEST_F(AccessHistoryTest, EmptyHistoryListsNothing) {
-  EXPECT_EQ(access_->GetClippingsHistroy(10)->Items()->Count(), 0);
 }
 
 TEST_F(AccessHistoryTest, DeletingForgetsOnlyThatId) {

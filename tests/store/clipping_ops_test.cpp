@@ -326,11 +326,6 @@ TEST_P(ClippingOpsTest, TrialsAnswerAndLeaveNoRows) {
   EXPECT_EQ(access_->GetClipping(id, true)->ClippingStatus(), 0);
   EXPECT_EQ(access_->GetClipping(id, true)->ClippingData()->Count(), 1);
   EXPECT_TRUE(VisibleElsewhere(Add("After trials")));
-
-  const AutomationError error = ErrorOf([&] { access_->CanUpdateClipping(Variant(id)); });
-  EXPECT_EQ(error.number(), -999999);
-  EXPECT_EQ(error.source(), "CanUpdateClipping");
-  EXPECT_EQ(error.description(), "Not yet implemented!!");
 }
 
 TEST_P(ClippingOpsTest, FailureInTheMiddleOfAWriteLeavesNothingBehind) {

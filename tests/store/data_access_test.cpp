@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "catalog_fixture.h"
 #include "store/data_access_internal.h"
@@ -146,6 +149,20 @@ TEST_P(DataAccessTest, GeneratorRefusesOtherTablesAndMissingRows) {
   EXPECT_EQ(ErrorOf([&] { DataAccessInternal::GetNextID(*access, "Folder", ""); }).number(),
             err::kNoCurrentRecord);
   EXPECT_EQ(access->GetFolderPathName("1"), "Personal");  // the Folder table is untouched
+}
+
+TEST_P(DataAccessTest, UnfinishedMembersRaiseNotYetImplemented) {
+  const std::vector<std::pair<std::string, std::function<void()>>> members = {
+      {"CanUpdateFolder", [&] { access_->CanUpdateFolder(Variant("1")); }},
+      {"CanUpdateClipping", [&] { access_->CanUpdateClipping(Variant("1")); }},
+      {"ClippingsExist", [&] { access_->ClippingsExist(Variant("anything")); }},
+  };
+  for (const auto& [member, call] : members) {
+    const AutomationError error = ErrorOf(call);
+    EXPECT_EQ(error.number(), -999999) << member;
+    EXPECT_EQ(error.source(), member);
+    EXPECT_EQ(error.description(), "Not yet implemented!!") << member;
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(BothKinds, DataAccessTest, ::testing::Values(0, 1), KindName);

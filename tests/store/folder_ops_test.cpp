@@ -3,10 +3,7 @@
 
 #include <functional>
 #include <memory>
-#include <set>
 #include <string>
-#include <tuple>
-#include <utility>
 #include <vector>
 
 #include "catalog_fixture.h"
@@ -265,44 +262,6 @@ TEST_P(FolderOpsTest, FolderAmongItsOwnAncestorsRaisesInsteadOfLooping) {
   EXPECT_EQ(Count("Folder WHERE lFolderID IN (50, 51, 60) AND iStatus=1"), 3);
   // The rest of the tree is not reachable from the loop and lists normally.
   EXPECT_EQ(Outline(*access->GetFolders(true, true)), "Personal");
-}
-
-TEST_P(FolderOpsTest, FolderIdListCoversTheWholeSubtreeItWasGiven) {
-  InsertTree();
-  for (auto [folder, clipping] : std::vector<std::pair<int32_t, int32_t>>{
-           {101, 5001}, {102, 5002}, {105, 5005}, {107, 5007}, {108, 5008}, {1, 5009}}) {
-    InsertClipping(clipping, folder);
-  }
-  for (int32_t catalog : {0, 7}) {
-    auto access = Make(catalog);
-    const std::string prefix = catalog == 0 ? "" : "P7C";
-    auto beta = access->GetChildFolders(access->GetFolder(prefix + "102"), true, true);
-    std::set<std::string> names;
-    auto clippings = access->GetClippingsForFolderAndChildFolders(beta, false);
-    for (const auto& clipping : *clippings->Items()) names.insert(clipping->Name());
-    EXPECT_EQ(names, (std::set<std::string>{"Clip 5002", "Clip 5005", "Clip 5007", "Clip 5008"}))
-        << catalog;
-    // Only the folders the caller's tree holds count, not what the catalog holds below them.
-    auto alone = access->GetFolder(prefix + "105");
-    EXPECT_EQ(access->GetClippingsForFolderAndChildFolders(alone, false)->Items()->Count(), 1);
-
-    // A tree that holds itself is refused rather than listed for ever.
-    beta->ChildFolders()->Item(2)->ChildFolders()->Add(beta);
-    EXPECT_EQ(ErrorOf([&] { access->GetClippingsForFolderAndChildFolders(beta, false); }).number(),
-              err::kInvalidProcedureCall);
-    beta->ChildFolders()->Item(2)->ChildFolders()->Remove(3);  // so that the tree can be freed
-  }
-  // The same folder twice in one tree is not a loop.
-  auto access = Make();
-  auto root = access->GetFolder("1");
-  auto alpha = access->GetFolder("101");
-  root->ChildFolders()->Add(alpha);
-  root->ChildFolders()->Add(alpha);
-  EXPECT_EQ(access->GetClippingsForFolderAndChildFolders(root, false)->Items()->Count(), 2);
-  // Ids that are not numbers never reach the SQL.
-  auto forged = FolderFromXml(R"(<Folder Folderid="1 OR 1=1"/>)");
-  EXPECT_EQ(ErrorOf([&] { access->GetClippingsForFolderAndChildFolders(forged, false); }).number(),
-            err::kTypeMismatch);
 }
 
 TEST_P(FolderOpsTest, AddFolderWritesAnActiveLeafAndClearsTheParentsLeafMark) {
@@ -668,14 +627,6 @@ TEST_P(FolderDeleteTest, TrialOperationsAnswerWithoutLeavingRows) {
   missing->SetConnectionString(FileCatalogConnectionString(catalog_.dir().File("none.db")));
   EXPECT_FALSE(missing->CanAddFolder(folder, "1"));
   EXPECT_FALSE(missing->CanDeleteFolder("1", false));
-}
-
-TEST_P(FolderOpsTest, CanUpdateFolderIsNotImplemented) {
-  auto access = Make();
-  const AutomationError error = ErrorOf([&] { access->CanUpdateFolder(Variant("1")); });
-  EXPECT_EQ(error.number(), -999999);
-  EXPECT_EQ(error.source(), "CanUpdateFolder");
-  EXPECT_EQ(error.description(), "Not yet implemented!!");
 }
 
 // The folder statements are what other programs sharing a catalog, and the catalog's indexes,
