@@ -1,34 +1,23 @@
 #include "entities/search.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
-#include "entities/raises.h"
+#include "entities/entity_test_helpers.h"
 
 namespace clipcat {
 namespace {
 
-using test::RaisedNumber;
+using test::ReadBack;
+using test::ReadError;
+using test::Texts;
 
-std::vector<std::string> Texts(const TextCollection& list) { return list.Snapshot(); }
-
-TEST(Search, NewSearchWritesAnEmptyTextFalseSwitchesAndNoChildren) {
+TEST(Search, WritesTextAndSwitchesThenFoldersThenCategories) {
   auto search = Search::Create();
   EXPECT_EQ(search->XML(),
             "<search searchtext=\"\" searchsubfolders=\"false\" "
             "OrClippingBelongsToCategory=\"false\"/>");
-}
-
-TEST(Search, FilledSearchWritesFoldersThenCategoriesAndReadsBack) {
-  auto search = Search::Create();
   search->SetSearchText("tax & <law> \"x\" '\xC3\xA9'\r\n\t");
   search->SetSearchSubFolders(true);
   search->SetOrClippingBelongsToCategory(true);
-  search->FolderIDs()->Add("15");
-  search->FolderIDs()->Add("P7C3");
-  search->FolderIDs()->Add("15");
+  for (const char* id : {"15", "P7C3", "15"}) search->FolderIDs()->Add(id);
   search->CategoryNames()->Add("Legal & <Tax>");
   search->CategoryNames()->Add(" \t ");
   const std::string text = search->XML();
@@ -37,71 +26,49 @@ TEST(Search, FilledSearchWritesFoldersThenCategoriesAndReadsBack) {
             "searchsubfolders=\"true\" OrClippingBelongsToCategory=\"true\"><folderid>15"
             "</folderid><folderid>P7C3</folderid><folderid>15</folderid><categoryname>Legal "
             "&amp; &lt;Tax&gt;</categoryname><categoryname> \t </categoryname></search>");
-  auto read = Search::Create();
-  read->SetXML(text);
-  EXPECT_EQ(read->SearchText(), search->SearchText());
-  EXPECT_TRUE(read->SearchSubFolders());
-  EXPECT_TRUE(read->OrClippingBelongsToCategory());
-  EXPECT_EQ(Texts(*read->FolderIDs()), (std::vector<std::string>{"15", "P7C3", "15"}));
-  EXPECT_EQ(Texts(*read->CategoryNames()), (std::vector<std::string>{"Legal & <Tax>", " \t "}));
+  auto read = ReadBack(*search);
+  EXPECT_EQ(read->FolderIDs()->Snapshot(), (Texts{"15", "P7C3", "15"}));
+  EXPECT_EQ(read->CategoryNames()->Snapshot(), (Texts{"Legal & <Tax>", " \t "}));
   EXPECT_EQ(read->XML(), text);
+  search->FolderIDs()->Add("\x7F\x1F");
+  EXPECT_EQ(test::WriteError(*search), err::kInvalidProcedureCall);
+  test::ExpectTextPropertiesCarried<Search>({{&Search::SetSearchText, &Search::SearchText}});
 }
 
-TEST(Search, ChildrenAreSortedByNameInDocumentOrderAndOthersSkipped) {
+TEST(Search, ReadingSortsChildrenByNameAndTakesTheSwitchesAsBooleans) {
   auto search = Search::Create();
   search->SetXML(
-      "<search><folderid>1</folderid><categoryname>c</categoryname><FolderID>x</FolderID>"
-      "<!-- note --><other/>text<folderid>2</folderid><folderid/></search>");
-  EXPECT_EQ(Texts(*search->FolderIDs()), (std::vector<std::string>{"1", "2", ""}));
-  EXPECT_EQ(Texts(*search->CategoryNames()), (std::vector<std::string>{"c"}));
-}
-
-TEST(Search, ReadingTwiceKeepsFolderIdsOnceAndCategoryNamesTwice) {
-  const std::string text = "<search><folderid>1</folderid><categoryname>c</categoryname></search>";
-  auto search = Search::Create();
-  search->SetXML(text);
-  search->SetXML(text);
-  EXPECT_EQ(Texts(*search->FolderIDs()), (std::vector<std::string>{"1"}));
-  EXPECT_EQ(Texts(*search->CategoryNames()), (std::vector<std::string>{"c", "c"}));
-  search->ClearCategoryNames();
-  search->SetXML(text);
-  EXPECT_EQ(Texts(*search->CategoryNames()), (std::vector<std::string>{"c"}));
-}
-
-TEST(Search, SwitchesAcceptTheUsualBooleanTextsAndDefaultToFalse) {
-  struct Case {
-    const char* text;
-    bool expected;
-  };
-  for (const Case& c :
-       {Case{"Yes", true}, Case{"true", true}, Case{"TRUE", true}, Case{"-1", true},
-        Case{"No", false}, Case{"yes", false}, Case{"0", false}, Case{"on", false}}) {
-    auto search = Search::Create();
-    search->SetXML(std::string("<search searchsubfolders=\"") + c.text +
-                   "\" OrClippingBelongsToCategory=\"" + c.text + "\"/>");
-    EXPECT_EQ(search->SearchSubFolders(), c.expected) << c.text;
-    EXPECT_EQ(search->OrClippingBelongsToCategory(), c.expected) << c.text;
-  }
-  auto search = Search::Create();
+      "<search searchsubfolders=\"Yes\" OrClippingBelongsToCategory=\"-1\"><folderid>1</folderid>"
+      "<categoryname>c</categoryname><FolderID>x</FolderID><!-- note --><other/>text"
+      "<folderid>2</folderid><folderid/></search>");
+  EXPECT_EQ(search->FolderIDs()->Snapshot(), (Texts{"1", "2", ""}));
+  EXPECT_EQ(search->CategoryNames()->Snapshot(), (Texts{"c"}));
+  EXPECT_TRUE(search->SearchSubFolders() && search->OrClippingBelongsToCategory());
+  // Reading again starts the folder ids afresh but adds to the category names; switches and
+  // text missing from the text, or named in another case, are false and empty.
   search->SetSearchText("old");
-  search->SetSearchSubFolders(true);
-  search->SetXML("<search orclippingbelongstocategory=\"true\"/>");
+  search->SetXML(
+      "<search searchsubfolders=\"yes\" orclippingbelongstocategory=\"true\"><folderid>3"
+      "</folderid><categoryname>d</categoryname></search>");
+  EXPECT_EQ(search->FolderIDs()->Snapshot(), (Texts{"3"}));
+  EXPECT_EQ(search->CategoryNames()->Snapshot(), (Texts{"c", "d"}));
+  EXPECT_FALSE(search->SearchSubFolders() || search->OrClippingBelongsToCategory());
   EXPECT_EQ(search->SearchText(), "");
-  EXPECT_FALSE(search->SearchSubFolders());
-  EXPECT_FALSE(search->OrClippingBelongsToCategory());
+  search->ClearCategoryNames();
+  search->SetXML("<search><categoryname>d</categoryname></search>");
+  EXPECT_EQ(search->CategoryNames()->Snapshot(), (Texts{"d"}));
 }
 
 TEST(Search, RefusedTextRaisesAfterFolderIdsAreCleared) {
-  for (const std::string& text :
-       {std::string(""), std::string("<Search/>"), std::string("<search>")}) {
+  for (const char* text : {"<Search/>", "<search>"}) {
     auto search = Search::Create();
     auto folders = search->FolderIDs();
     folders->Add("1");
     search->CategoryNames()->Add("c");
     search->SetSearchText("kept");
-    EXPECT_EQ(RaisedNumber([&] { search->SetXML(text); }), err::kObjectRequired) << text;
-    EXPECT_EQ(search->FolderIDs()->Count(), 0);
+    EXPECT_EQ(ReadError(*search, text), err::kObjectRequired) << text;
     EXPECT_NE(search->FolderIDs(), folders);
+    EXPECT_EQ(search->FolderIDs()->Count(), 0);
     EXPECT_EQ(folders->Count(), 1);
     EXPECT_EQ(search->CategoryNames()->Count(), 1);
     EXPECT_EQ(search->SearchText(), "kept");
@@ -114,20 +81,13 @@ TEST(Search, ListsCanBeReplacedButNeverByNothing) {
   ids->Add("9");
   search->SetFolderIDs(ids);
   EXPECT_EQ(search->FolderIDs(), ids);
-  EXPECT_EQ(RaisedNumber([&] { search->SetFolderIDs(nullptr); }), err::kObjectVariableNotSet);
-  EXPECT_EQ(RaisedNumber([&] { search->SetCategoryNames(nullptr); }), err::kObjectVariableNotSet);
+  EXPECT_EQ(test::RaisedNumber([&] { search->SetFolderIDs(nullptr); }), err::kObjectVariableNotSet);
+  EXPECT_EQ(test::RaisedNumber([&] { search->SetCategoryNames(nullptr); }),
+            err::kObjectVariableNotSet);
   auto names = search->CategoryNames();
   search->ClearCategoryNames();
   EXPECT_NE(search->CategoryNames(), names);
   EXPECT_NE(search->XML().find("<folderid>9</folderid>"), std::string::npos);
-}
-
-TEST(Search, TextXmlCannotCarryRaisesInvalidProcedureCall) {
-  auto search = Search::Create();
-  search->CategoryNames()->Add("tab\tok");
-  EXPECT_NO_THROW(search->XML());
-  search->FolderIDs()->Add("\x7F\x1F");
-  EXPECT_EQ(RaisedNumber([&] { search->XML(); }), err::kInvalidProcedureCall);
 }
 
 }  // namespace
