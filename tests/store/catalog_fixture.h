@@ -36,6 +36,22 @@ inline std::string KindName(const ::testing::TestParamInfo<size_t>& info) {
   return info.param == 0 ? "SQL" : "MDB";
 }
 
+// A new clipping named `name` and described by `description`, with one content item of type
+// `type` holding `content`.
+inline std::shared_ptr<Clipping> NewClipping(const std::string& name,
+                                             const std::string& content = "content",
+                                             const std::string& description = "",
+                                             int32_t type = 2) {
+  auto clipping = Clipping::Create();
+  clipping->SetName(name);
+  clipping->SetDescription(description);
+  auto data = ClippingData::Create();
+  data->SetClippingDataType(type);
+  data->SetRawData(content);
+  clipping->ClippingData()->Add(data);
+  return clipping;
+}
+
 // A new clipping with nothing but the id `id`, as a list filter or a request names one.
 inline std::shared_ptr<Clipping> ClippingWithId(const std::string& id) {
   auto clipping = Clipping::Create();

@@ -21,19 +21,6 @@ namespace {
 
 class ClippingOpsTest : public BothKindsTest {
  protected:
-  static std::shared_ptr<Clipping> NewClipping(const std::string& name,
-                                               const std::string& content = "content",
-                                               const std::string& description = "") {
-    auto clipping = Clipping::Create();
-    clipping->SetName(name);
-    clipping->SetDescription(description);
-    auto data = ClippingData::Create();
-    data->SetClippingDataType(2);
-    data->SetRawData(content);
-    clipping->ClippingData()->Add(data);
-    return clipping;
-  }
-
   // Clients set a clipping's status through its XML form only; the rest is kept.
   static void SetStatus(Clipping& clipping, int32_t status) {
     const auto data = clipping.ClippingData();

@@ -129,13 +129,7 @@ TEST_F(ClippingQueriesTest, FolderListingRefusesIdsThatAreNoKeysAndKeepsTheListA
 
 TEST_F(ClippingQueriesTest, FolderListingReadsContentOnlyWhenAsked) {
   AddFolderRow(10, 1, "Work");
-  auto clipping = Clipping::Create();
-  clipping->SetName("With content");
-  auto item = ClippingData::Create();
-  item->SetClippingDataType(2);
-  item->SetRawData("the content");
-  clipping->ClippingData()->Add(item);
-  access_->AddClipping(clipping, "10");
+  access_->AddClipping(NewClipping("With content", "the content"), "10");
 
   const auto without = access_->GetClippingsFromFolder("10", false, nullptr, false);
   ASSERT_EQ(without->Items()->Count(), 1);
@@ -270,12 +264,7 @@ TEST_F(ClippingQueriesTest, CategoryQueriesSplitTheActiveClippings) {
 TEST_F(ClippingQueriesTest, DeletedClippingsComeFromEveryFolderWithTheirContentWhenAsked) {
   AddFolderRow(10, 1, "Work");
   AddFolderRow(11, 1, "Home");
-  auto clipping = Clipping::Create();
-  clipping->SetName("Gone");
-  auto item = ClippingData::Create();
-  item->SetClippingDataType(1);
-  item->SetRawData("{\\rtf1 gone}");
-  clipping->ClippingData()->Add(item);
+  const auto clipping = NewClipping("Gone", "{\\rtf1 gone}", "", 1);
   access_->AddClipping(clipping, "11");
   access_->DeleteClipping(clipping->ID(), false);
   AddClippingRow(100, 10, "Also gone", "", "4");
