@@ -69,7 +69,8 @@ class PostgresTestServer {
   // A new, empty database of its own; answers its name.
   std::string CreateDatabase() {
     const std::string name = "clipcat_test_" + std::to_string(++databases_);
-    Admin("CREATE DATABASE " + name);
+    const std::string error = Admin("CREATE DATABASE " + name);
+    if (!error.empty()) ADD_FAILURE() << "CREATE DATABASE " << name << ": " << error;
     return name;
   }
 
@@ -97,6 +98,12 @@ class PostgresTestServer {
            ";Database=" + database + ";User ID=postgres";
   }
 
+  // The same database as a URI.
+  std::string Uri(const std::string& database) const {
+    return "postgresql://postgres@/" + database + "?host=" + dir_ +
+           "&port=" + std::to_string(port_);
+  }
+
   // A TCP port number on the loopback interface that nothing listens on at the moment.
   static int FreePort() {
     const int fd = socket(AF_INET, SOCK_STREAM, 0);
@@ -112,12 +119,6 @@ class PostgresTestServer {
     }
     close(fd);
     return port;
-  }
-
-  // The same database as a URI.
-  std::string Uri(const std::string& database) const {
-    return "postgresql://postgres@/" + database + "?host=" + dir_ +
-           "&port=" + std::to_string(port_);
   }
 
  private:
