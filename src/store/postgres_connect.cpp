@@ -172,9 +172,19 @@ bool ServerAnswered(ConnStatusType status) {
   return status != CONNECTION_STARTED && status != CONNECTION_NEEDED && status != CONNECTION_BAD;
 }
 
+// libpq's message on one line: it breaks its hints onto indented lines of their own.
 std::string ConnectionMessage(const PGconn* conn) {
-  std::string message = conn != nullptr ? PQerrorMessage(conn) : "";
-  while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) message.pop_back();
+  std::string message;
+  bool blank = false;
+  for (const char c : std::string_view(conn != nullptr ? PQerrorMessage(conn) : "")) {
+    if (c == '\n' || c == '\t' || c == ' ') {
+      blank = !message.empty();
+      continue;
+    }
+    if (blank) message += ' ';
+    blank = false;
+    message += c;
+  }
   return message;
 }
 
