@@ -162,6 +162,14 @@ void Report::Memory(const std::string& measure, double peak_mb, double returned_
   AtMost(measure, "MB", peak_mb - returned_mb, 64, note);
 }
 
+bool g_cpu_clock = false;
+
+double CpuSeconds() {
+  timespec t{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+  return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) * 1e-9;
+}
+
 double Median(std::vector<double> samples) {
   if (samples.empty()) return NAN;
   std::sort(samples.begin(), samples.end());
@@ -270,6 +278,7 @@ void WriteResults(const std::string& path, const std::vector<Figure>& figures,
       << ",\n"
       << "  \"sqlite\": " << JsonText(sqlite3_libversion()) << ",\n"
       << "  \"scale\": " << options.scale << ",\n  \"reps\": " << options.reps << ",\n"
+      << "  \"clock\": " << (options.cpu_clock ? "\"process cpu\"" : "\"wall\"") << ",\n"
       << "  \"total_seconds\": " << JsonNumber(total_seconds) << ",\n  \"figures\": [\n";
   for (size_t i = 0; i < figures.size(); ++i) {
     const Figure& f = figures[i];
