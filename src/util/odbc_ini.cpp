@@ -103,6 +103,8 @@ std::string DataSourceLocation(std::string_view data_source,
     }
     for (const char* key : {"server", "servername"}) {
       if (std::string host = Value(section, key); !host.empty()) {
+        // A PostgreSQL server named by its socket directory is on this machine.
+        if (host.front() == '/') return host;
         return "\\\\" + ToUpperAscii(host) + "\\";
       }
     }
