@@ -15,10 +15,10 @@
 
 #include "entities/clipping.h"
 #include "entities/search.h"
-#include "error_of.h"
 #include "store/data_access.h"
 #include "store/db_connection.h"
 #include "temp_catalog.h"
+#include "util/error_of.h"
 #include "util/values.h"
 
 namespace clipcat::testing {

@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "error_of.h"
 #include "store/backend_factory.h"
 #include "temp_catalog.h"
 #include "util/date.h"
 #include "util/date_locale.h"
+#include "util/error_of.h"
 #include "util/errors.h"
 #include "util/values.h"
 

@@ -4,9 +4,10 @@
 
 #include <random>
 
+#include "util/error_of.h"
 #include "util/errors.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
 
 std::string RandomText(size_t n, uint32_t seed) {
@@ -54,15 +55,12 @@ TEST(Compression, DamagedFramesRaiseInsteadOfAnsweringGarbage) {
     damaged.push_back(flipped);
   }
   for (const std::string& bad : damaged) {
-    try {
-      compression.DecompressString(bad);
-      ADD_FAILURE() << "damaged frame of " << bad.size() << " bytes was read";
-    } catch (const AutomationError& e) {
-      EXPECT_EQ(e.number(), err::kDataCorrupt);
-      EXPECT_NE(e.description().find("damaged"), std::string::npos);
-    }
+    SCOPED_TRACE(::testing::Message() << "damaged frame of " << bad.size() << " bytes");
+    const AutomationError e = ErrorOf([&] { compression.DecompressString(bad); });
+    EXPECT_EQ(e.number(), err::kDataCorrupt);
+    EXPECT_NE(e.description().find("damaged"), std::string::npos);
   }
 }
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing

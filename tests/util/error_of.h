@@ -1,7 +1,9 @@
-// The error a call raises, for tests that check number, source and description. Stateless.
+// The error a call raises, for tests that check its number, source and description. Stateless.
 #pragma once
 
 #include <gtest/gtest.h>
+
+#include <cstdint>
 
 #include "util/errors.h"
 
@@ -18,6 +20,18 @@ AutomationError ErrorOf(Call&& call) {
   }
   ADD_FAILURE() << "no error raised";
   return AutomationError(0, "", "");
+}
+
+// The number of the AutomationError `call` raises, or 0 when it raises none: for checks where
+// raising nothing is one of the expected outcomes.
+template <typename Call>
+int32_t RaisedNumber(Call&& call) {
+  try {
+    call();
+  } catch (const AutomationError& e) {
+    return e.number();
+  }
+  return 0;
 }
 
 }  // namespace clipcat::testing

@@ -1,18 +1,17 @@
 // Messages, errors, GUIDs, paths and UTF-16 conversion.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <fstream>
 #include <set>
 
+#include "util/error_of.h"
 #include "util/errors.h"
 #include "util/guid.h"
 #include "util/messages.h"
 #include "util/paths.h"
+#include "util/temp_dir.h"
 #include "util/utf16.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
 
 TEST(FormatResourceMessage, SubstitutesInOrderWithTheKnownTenthValueQuirk) {
@@ -32,30 +31,20 @@ TEST(FormatResourceMessage, SubstitutesInOrderWithTheKnownTenthValueQuirk) {
 
 TEST(RaiseError, TakesMissingPartsFromTheCurrentError) {
   const AutomationError current(err::kTypeMismatch, "Inner", "Type mismatch");
-  try {
-    RaiseError(0, "", "", &current);
-    ADD_FAILURE() << "did not raise";
-  } catch (const AutomationError& e) {
-    EXPECT_EQ(e.number(), err::kTypeMismatch);
-    EXPECT_EQ(e.source(), "clipcat");
-    EXPECT_EQ(e.description(), "Type mismatch");
-  }
-  try {
+  const AutomationError filled = ErrorOf([&] { RaiseError(0, "", "", &current); });
+  EXPECT_EQ(filled.number(), err::kTypeMismatch);
+  EXPECT_EQ(filled.source(), "clipcat");
+  EXPECT_EQ(filled.description(), "Type mismatch");
+  const AutomationError own = ErrorOf([&] {
     RaiseError(err::kFolderNameNotUnique, kDataServicesSource, "dup", &current, "ignored");
-    ADD_FAILURE() << "did not raise";
-  } catch (const AutomationError& e) {
-    EXPECT_EQ(e.number(), -2147220997);
-    EXPECT_EQ(e.source(), "Data Services");
-    EXPECT_EQ(e.description(), "dup");
-  }
-  try {
-    RaiseNotImplemented("ClippingExists");
-    ADD_FAILURE() << "did not raise";
-  } catch (const AutomationError& e) {
-    EXPECT_EQ(e.number(), -999999);
-    EXPECT_EQ(e.source(), "ClippingExists");
-    EXPECT_EQ(e.description(), "Not yet implemented!!");
-  }
+  });
+  EXPECT_EQ(own.number(), -2147220997);
+  EXPECT_EQ(own.source(), "Data Services");
+  EXPECT_EQ(own.description(), "dup");
+  const AutomationError unfinished = ErrorOf([] { RaiseNotImplemented("ClippingExists"); });
+  EXPECT_EQ(unfinished.number(), -999999);
+  EXPECT_EQ(unfinished.source(), "ClippingExists");
+  EXPECT_EQ(unfinished.description(), "Not yet implemented!!");
   int steps = 0;
   EXPECT_FALSE(IgnoreErrors([&] {
     ++steps;
@@ -83,16 +72,13 @@ TEST(Paths, AppendPathJoinsWithOneBackslash) {
 }
 
 TEST(Paths, FileExistsOnlyForFiles) {
-  char dir_template[] = "/tmp/clipcat-paths-XXXXXX";
-  const std::string dir = mkdtemp(dir_template);
-  const std::string file = dir + "/f.db";
+  const TempDir dir;
+  const std::string file = dir.File("f.db");
   EXPECT_FALSE(FileExists(file));
-  std::ofstream(file) << "x";
+  dir.Write("f.db", "x");
   EXPECT_TRUE(FileExists(file));
-  EXPECT_FALSE(FileExists(dir));
+  EXPECT_FALSE(FileExists(dir.path()));
   EXPECT_FALSE(FileExists(""));
-  std::remove(file.c_str());
-  rmdir(dir.c_str());
 }
 
 TEST(Utf16, RoundTripsEveryPlane) {
@@ -118,4 +104,4 @@ TEST(Utf16, RoundTripsEveryPlane) {
 }
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing

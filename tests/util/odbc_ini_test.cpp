@@ -7,13 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "temp_dir.h"
+#include "util/temp_dir.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
-
-using ::clipcat::testing::ScopedEnv;
-using ::clipcat::testing::TempDir;
 
 constexpr const char* kIni =
     "; system data sources\r\n"
@@ -115,4 +112,4 @@ TEST(DataSourceLocation, TakesTheFirstFileThatLocatesTheSource) {
 }
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing

@@ -10,16 +10,14 @@
 #include <string>
 #include <vector>
 
-#include "temp_dir.h"
+#include "util/error_of.h"
 #include "util/errors.h"
 #include "util/probes_internal.h"
+#include "util/temp_dir.h"
 #include "util/text.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
-
-using ::clipcat::testing::ScopedEnv;
-using ::clipcat::testing::TempDir;
 
 // A TCP socket bound to a free port of a loopback address; listening only when asked to.
 class LoopbackPort {
@@ -49,15 +47,6 @@ class LoopbackPort {
   uint16_t port_ = 0;
 };
 
-void ExpectRaises5(const std::string& path) {
-  try {
-    ServerFromPath(path);
-    ADD_FAILURE() << "no error for " << path;
-  } catch (const AutomationError& e) {
-    EXPECT_EQ(e.number(), err::kInvalidProcedureCall) << path;
-  }
-}
-
 TEST(ServerFromPath, CutsUncTextAfterTheHost) {
   struct Case {
     const char* path;
@@ -76,11 +65,10 @@ TEST(ServerFromPath, CutsUncTextAfterTheHost) {
 }
 
 TEST(ServerFromPath, RaisesInvalidProcedureCallForAHostWithoutShare) {
-  for (const char* path : {"\\\\server", "\\\\", "\\\\s"}) ExpectRaises5(path);
-  try {
-    ServerFromPath("\\\\server");
-  } catch (const AutomationError& e) {
-    EXPECT_EQ(e.source(), "clipcat");
+  for (const char* path : {"\\\\server", "\\\\", "\\\\s"}) {
+    const AutomationError error = ErrorOf([&] { ServerFromPath(path); });
+    EXPECT_EQ(error.number(), err::kInvalidProcedureCall) << path;
+    EXPECT_EQ(error.source(), "clipcat") << path;
   }
 }
 
@@ -150,12 +138,9 @@ TEST(ServerFromDsn, FindsTheHostOfTheNamedDataSource) {
   for (const Case& c : cases) {
     EXPECT_EQ(ServerFromDsn(c.connection_string, paths), c.server) << c.connection_string;
   }
-  try {
-    ServerFromDsn("DSN=bare", paths);
-    ADD_FAILURE() << "no error for a UNC location without share";
-  } catch (const AutomationError& e) {
-    EXPECT_EQ(e.number(), err::kInvalidProcedureCall);
-  }
+  // A UNC location without a share.
+  EXPECT_EQ(ErrorOf([&] { ServerFromDsn("DSN=bare", paths); }).number(),
+            err::kInvalidProcedureCall);
 }
 
 TEST(ServerFromDsn, ReadsOdbciniBeforeTheUserFile) {
@@ -267,4 +252,4 @@ TEST(LocalComputerName, IsTheHostName) {
 }
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing

@@ -3,24 +3,16 @@
 #include <gtest/gtest.h>
 
 #include "util/date_locale.h"
+#include "util/error_of.h"
 #include "util/errors.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
 
 class ValuesTest : public ::testing::Test {
  protected:
   ScopedDateLocale locale_{DateLocale::English(DateOrder::kDayMonthYear)};
 };
-
-int32_t ErrorNumberOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const AutomationError& e) {
-    return e.number();
-  }
-  return 0;
-}
 
 TEST_F(ValuesTest, SqlTextQuotesTrimsAndNulls) {
   EXPECT_EQ(SqlText("O'Brien"), "'O''Brien'");
@@ -48,14 +40,11 @@ TEST_F(ValuesTest, SqlNumberSplicesOnlyNumbers) {
   EXPECT_EQ(SqlNumber("   "), "Null");
   for (const char* hostile : {"abc", "1 OR 1=1", "1; DROP TABLE Folder", "0) OR (1=1", "1e", "--1",
                               "1.2.3", "P7C15", "0x10", "1 2"}) {
-    try {
-      SqlNumber(hostile);
-      ADD_FAILURE() << hostile << " was spliced";
-    } catch (const AutomationError& e) {
-      EXPECT_EQ(e.number(), err::kTypeMismatch) << hostile;
-      EXPECT_EQ(e.source(), "clipcat");
-      EXPECT_EQ(e.description(), "Type mismatch");
-    }
+    SCOPED_TRACE(hostile);
+    const AutomationError e = ErrorOf([&] { SqlNumber(hostile); });
+    EXPECT_EQ(e.number(), err::kTypeMismatch);
+    EXPECT_EQ(e.source(), "clipcat");
+    EXPECT_EQ(e.description(), "Type mismatch");
   }
 }
 
@@ -66,7 +55,7 @@ TEST_F(ValuesTest, SqlDateNormalisesAndQuotes) {
   EXPECT_EQ(SqlDate("no date"), "Null");
   EXPECT_EQ(SqlDate(""), "Null");
   EXPECT_EQ(SqlDate("'; DROP TABLE Folder; --"), "Null");
-  EXPECT_EQ(ErrorNumberOf([] { SqlDate(Variant::Null()); }), err::kInvalidUseOfNull);
+  EXPECT_EQ(RaisedNumber([] { SqlDate(Variant::Null()); }), err::kInvalidUseOfNull);
 }
 
 TEST_F(ValuesTest, NormaliseDateTextStepsRunInOrder) {
@@ -149,4 +138,4 @@ TEST_F(ValuesTest, ToTextOrAndToDecimalOr) {
 }
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing

@@ -6,29 +6,20 @@
 #include <limits>
 
 #include "util/date_locale.h"
+#include "util/error_of.h"
 #include "util/errors.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
-
-template <typename Call>
-int32_t ErrorOf(Call call) {
-  try {
-    call();
-  } catch (const AutomationError& e) {
-    return e.number();
-  }
-  return 0;
-}
 
 TEST(Variant, NullRaisesInvalidUseOfNullInEveryConversion) {
   const Variant null = Variant::Null();
-  EXPECT_EQ(ErrorOf([&] { null.ToText(); }), err::kInvalidUseOfNull);
-  EXPECT_EQ(ErrorOf([&] { null.ToLong(); }), err::kInvalidUseOfNull);
-  EXPECT_EQ(ErrorOf([&] { null.ToInteger(); }), err::kInvalidUseOfNull);
-  EXPECT_EQ(ErrorOf([&] { null.ToDouble(); }), err::kInvalidUseOfNull);
-  EXPECT_EQ(ErrorOf([&] { null.ToBoolean(); }), err::kInvalidUseOfNull);
-  EXPECT_EQ(ErrorOf([&] { null.ToDate(); }), err::kInvalidUseOfNull);
+  EXPECT_EQ(RaisedNumber([&] { null.ToText(); }), err::kInvalidUseOfNull);
+  EXPECT_EQ(RaisedNumber([&] { null.ToLong(); }), err::kInvalidUseOfNull);
+  EXPECT_EQ(RaisedNumber([&] { null.ToInteger(); }), err::kInvalidUseOfNull);
+  EXPECT_EQ(RaisedNumber([&] { null.ToDouble(); }), err::kInvalidUseOfNull);
+  EXPECT_EQ(RaisedNumber([&] { null.ToBoolean(); }), err::kInvalidUseOfNull);
+  EXPECT_EQ(RaisedNumber([&] { null.ToDate(); }), err::kInvalidUseOfNull);
 }
 
 TEST(Variant, IntegerConversionsOverflowAtTheirBounds) {
@@ -39,8 +30,8 @@ TEST(Variant, IntegerConversionsOverflowAtTheirBounds) {
         const double v = sign * (std::ldexp(1.0, bits) + delta);
         const bool fits32 = v >= -2147483648.0 && v <= 2147483647.0;
         const bool fits16 = v >= -32768.0 && v <= 32767.0;
-        EXPECT_EQ(ErrorOf([&] { Variant(v).ToLong(); }), fits32 ? 0 : err::kOverflow) << v;
-        EXPECT_EQ(ErrorOf([&] { Variant(v).ToInteger(); }), fits16 ? 0 : err::kOverflow) << v;
+        EXPECT_EQ(RaisedNumber([&] { Variant(v).ToLong(); }), fits32 ? 0 : err::kOverflow) << v;
+        EXPECT_EQ(RaisedNumber([&] { Variant(v).ToInteger(); }), fits16 ? 0 : err::kOverflow) << v;
         if (fits32) {
           EXPECT_EQ(Variant(v).ToLong(), static_cast<int32_t>(v));
         }
@@ -48,7 +39,7 @@ TEST(Variant, IntegerConversionsOverflowAtTheirBounds) {
     }
   }
   EXPECT_EQ(Variant(32767.5).ToLong(), 32768);
-  EXPECT_EQ(ErrorOf([] { Variant(32767.5).ToInteger(); }), err::kOverflow);
+  EXPECT_EQ(RaisedNumber([] { Variant(32767.5).ToInteger(); }), err::kOverflow);
   EXPECT_EQ(Variant(-32768.5).ToInteger(), -32768);
 }
 
@@ -59,7 +50,7 @@ TEST(Variant, TextConvertsOnlyWhenItIsANumber) {
   EXPECT_EQ(Variant("1e3").ToDouble(), 1000.0);
   EXPECT_EQ(Variant(".5").ToDouble(), 0.5);
   for (const char* bad : {"", " ", "12x", "x12", "1,000", "--1", "1e", ".", "+", "0x1F", "1 1"}) {
-    EXPECT_EQ(ErrorOf([&] { Variant(bad).ToDouble(); }), err::kTypeMismatch) << bad;
+    EXPECT_EQ(RaisedNumber([&] { Variant(bad).ToDouble(); }), err::kTypeMismatch) << bad;
   }
 }
 
@@ -71,7 +62,7 @@ TEST(Variant, BooleanAcceptsNumbersAndWordsInAnyCase) {
   EXPECT_FALSE(Variant("0").ToBoolean());
   EXPECT_TRUE(Variant(0.001).ToBoolean());
   EXPECT_FALSE(Variant().ToBoolean());
-  EXPECT_EQ(ErrorOf([] { Variant("Yes").ToBoolean(); }), err::kTypeMismatch);
+  EXPECT_EQ(RaisedNumber([] { Variant("Yes").ToBoolean(); }), err::kTypeMismatch);
   EXPECT_EQ(Variant(true).ToText(), "True");
   EXPECT_EQ(Variant(true).ToLong(), -1);
 }
@@ -82,16 +73,16 @@ TEST(Variant, DatesConvertFromTextAndSerials) {
   EXPECT_EQ(Variant(int32_t{2}).ToDate(), *Date::FromParts({1900, 1, 1, 0, 0, 0}));
   EXPECT_EQ(Variant(Date(36526.5)).ToText(), "1/1/2000 12:00:00");
   EXPECT_EQ(Variant(Date(36526.5)).ToDouble(), 36526.5);
-  EXPECT_EQ(ErrorOf([] { Variant("31/2/2002").ToDate(); }), err::kTypeMismatch);
-  EXPECT_EQ(ErrorOf([] { Variant(1e12).ToDate(); }), err::kOverflow);
+  EXPECT_EQ(RaisedNumber([] { Variant("31/2/2002").ToDate(); }), err::kTypeMismatch);
+  EXPECT_EQ(RaisedNumber([] { Variant(1e12).ToDate(); }), err::kOverflow);
 }
 
 TEST(Variant, ObjectsDoNotConvert) {
   const Variant nothing{std::shared_ptr<Dispatch>()};
   EXPECT_TRUE(nothing.IsObject());
-  EXPECT_EQ(ErrorOf([&] { nothing.ToText(); }), err::kTypeMismatch);
-  EXPECT_EQ(ErrorOf([&] { nothing.ToLong(); }), err::kTypeMismatch);
+  EXPECT_EQ(RaisedNumber([&] { nothing.ToText(); }), err::kTypeMismatch);
+  EXPECT_EQ(RaisedNumber([&] { nothing.ToLong(); }), err::kTypeMismatch);
 }
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing
