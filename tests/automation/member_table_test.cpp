@@ -1,12 +1,11 @@
 #include "automation/member_table.h"
 
-#include <gtest/gtest.h>
-
-#include "automation/progid_registry.h"
-#include "util/errors.h"
+#include "automation/automation_test_helpers.h"
 
 namespace clipcat {
 namespace {
+
+using test::ErrorNumber;
 
 // A small late-bound class: Add(lA, lB, optional bNegate = false) and a Name property.
 class Calculator : public Dispatch {
@@ -52,66 +51,40 @@ class Other : public Dispatch {
   Variant Invoke(std::string_view, InvokeKind, std::vector<Variant>&) override { return {}; }
 };
 
-int32_t ErrorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const AutomationError& e) {
-    return e.number();
-  }
-  return 0;
+Variant Call(Dispatch& object, std::string_view member, std::vector<Variant> args,
+             InvokeKind kind = InvokeKind::kMethod) {
+  return object.Invoke(member, kind, args);
 }
 
 TEST(MemberTable, CoercesArgumentsAndFillsOptionalDefaults) {
-  auto calc = std::make_shared<Calculator>();
-  std::vector<Variant> args = {Variant("2"), Variant(3.5)};
-  EXPECT_EQ(calc->Invoke("add", InvokeKind::kMethod, args), Variant(int32_t{6}));  // 3.5 -> 4
-  EXPECT_EQ(calc->last_args.size(), 3u);
-  EXPECT_EQ(calc->last_args[0], Variant(int32_t{2}));
-  EXPECT_EQ(calc->last_args[2], Variant(false));
-  args = {Variant("2"), Variant("3"), Variant("TRUE")};
-  EXPECT_EQ(calc->Invoke("ADD", InvokeKind::kMethod, args), Variant(int32_t{-5}));
+  Calculator calc;
+  EXPECT_EQ(Call(calc, "add", {"2", 3.5}), Variant(int32_t{6}));  // 3.5 rounds to 4
+  EXPECT_EQ(calc.last_args, (std::vector<Variant>{int32_t{2}, int32_t{4}, false}));
+  EXPECT_EQ(Call(calc, "ADD", {"2", "3", "TRUE"}), Variant(int32_t{-5}));
+  Call(calc, "Name", {int32_t{42}}, InvokeKind::kPropertyPut);
+  EXPECT_EQ(Call(calc, "name", {}, InvokeKind::kPropertyGet), Variant("42"));
 }
 
-TEST(MemberTable, RefusesUnknownNamesWrongCountsAndBadValues) {
-  auto calc = std::make_shared<Calculator>();
-  std::vector<Variant> one = {Variant(int32_t{1})};
-  std::vector<Variant> four(4, Variant(int32_t{1}));
-  std::vector<Variant> bad = {Variant("x"), Variant(int32_t{1})};
-  std::vector<Variant> big = {Variant(3e9), Variant(int32_t{1})};
-  std::vector<Variant> null = {Variant::Null(), Variant(int32_t{1})};
-  EXPECT_EQ(ErrorOf([&] { calc->Invoke("Subtract", InvokeKind::kMethod, one); }),
-            err::kUnknownName);
-  EXPECT_EQ(ErrorOf([&] { calc->Invoke("Add", InvokeKind::kMethod, one); }), err::kBadParamCount);
-  EXPECT_EQ(ErrorOf([&] { calc->Invoke("Add", InvokeKind::kMethod, four); }), err::kBadParamCount);
-  for (auto* args : {&bad, &big, &null}) {
-    try {
-      calc->Invoke("Add", InvokeKind::kMethod, *args);
-      ADD_FAILURE() << "coerced a value that does not fit";
-    } catch (const AutomationError& e) {
-      EXPECT_EQ(e.number(), err::kArgumentTypeMismatch);
-      EXPECT_EQ(e.source(), "Test.Calculator");
-      EXPECT_EQ(e.description(), "Type mismatch.");
-    }
+TEST(MemberTable, RefusesUnknownNamesWrongCountsAndBadValuesBeforeCalling) {
+  Calculator calc;
+  EXPECT_EQ(ErrorNumber([&] { Call(calc, "Subtract", {1}); }), err::kUnknownName);
+  EXPECT_EQ(ErrorNumber([&] { Call(calc, "Add", {1}); }), err::kBadParamCount);
+  EXPECT_EQ(ErrorNumber([&] { Call(calc, "Add", {1, 1, 1, 1}); }), err::kBadParamCount);
+  for (const Variant& bad : {Variant("x"), Variant(3e9), Variant::Null()}) {
+    const AutomationError e = test::ErrorOf([&] { Call(calc, "Add", {bad, 1}); });
+    EXPECT_EQ(e.number(), err::kArgumentTypeMismatch);
+    EXPECT_EQ(e.source(), "Test.Calculator");
+    EXPECT_EQ(e.description(), "Type mismatch.");
   }
-  EXPECT_TRUE(calc->last_args.empty());  // nothing was called
-}
-
-TEST(MemberTable, PropertiesAndObjectParameters) {
-  auto calc = std::make_shared<Calculator>();
-  std::vector<Variant> none;
-  std::vector<Variant> value = {Variant(int32_t{42})};
-  calc->Invoke("Name", InvokeKind::kPropertyPut, value);
-  EXPECT_EQ(calc->Invoke("name", InvokeKind::kPropertyGet, none), Variant("42"));
-  std::vector<Variant> same = {Variant(std::shared_ptr<Dispatch>(std::make_shared<Calculator>()))};
-  std::vector<Variant> nothing = {Variant()};
-  std::vector<Variant> other = {Variant(std::shared_ptr<Dispatch>(std::make_shared<Other>()))};
-  std::vector<Variant> text = {Variant("<Calculator/>")};
-  EXPECT_EQ(calc->Invoke("Use", InvokeKind::kMethod, same), Variant(true));
-  EXPECT_EQ(calc->Invoke("Use", InvokeKind::kMethod, nothing), Variant(false));
-  EXPECT_EQ(ErrorOf([&] { calc->Invoke("Use", InvokeKind::kMethod, other); }),
-            err::kArgumentTypeMismatch);
-  EXPECT_EQ(ErrorOf([&] { calc->Invoke("Use", InvokeKind::kMethod, text); }),
-            err::kArgumentTypeMismatch);
+  EXPECT_TRUE(calc.last_args.empty());  // nothing was called
+  // An object parameter takes its class or nothing; another class or text is refused.
+  EXPECT_EQ(Call(calc, "Use", {std::shared_ptr<Dispatch>(std::make_shared<Calculator>())}),
+            Variant(true));
+  EXPECT_EQ(Call(calc, "Use", {Variant()}), Variant(false));
+  for (const Variant& bad :
+       {Variant(std::shared_ptr<Dispatch>(std::make_shared<Other>())), Variant("<Calculator/>")}) {
+    EXPECT_EQ(ErrorNumber([&] { Call(calc, "Use", {bad}); }), err::kArgumentTypeMismatch);
+  }
 }
 
 TEST(ProgIDRegistry, CreatesRegisteredClassesOnly) {
@@ -120,7 +93,7 @@ TEST(ProgIDRegistry, CreatesRegisteredClassesOnly) {
   ASSERT_NE(object, nullptr);
   EXPECT_EQ(object->TypeName(), "Calculator");
   EXPECT_NE(CreateObject("Test.Calculator"), object);  // a new object every time
-  EXPECT_EQ(ErrorOf([] { CreateObject("Test.Nothing"); }), err::kCannotCreateObject);
+  EXPECT_EQ(ErrorNumber([] { CreateObject("Test.Nothing"); }), err::kCannotCreateObject);
 }
 
 }  // namespace

@@ -1,182 +1,141 @@
 #include "automation/service_objects.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <functional>
-#include <initializer_list>
 #include <map>
 #include <set>
-#include <string>
-#include <utility>
-#include <vector>
+#include <tuple>
 
+#include "automation/automation_test_helpers.h"
 #include "automation/entity_objects.h"
-#include "automation/progid_registry.h"
-#include "automation/register_classes.h"
 #include "service/connection_handler.h"
 #include "store/temp_catalog.h"
-#include "util/errors.h"
 
 namespace clipcat {
 namespace {
 
+using test::ErrorOf;
+using test::New;
+
 const char* const kRead = "TORVEL.ClippingDataRead";
 const char* const kWrite = "TORVEL.ClippingDataWrite";
 
-std::shared_ptr<Dispatch> New(const std::string& progid) {
-  RegisterClasses();
-  return CreateObject(progid);
-}
+const MemberTable& TableOf(const char* progid) { return test::TableOf(New(progid)); }
 
-// Tables are shared by every object of a class and outlive them.
-const MemberTable& TableOf(const char* progid) {
-  return std::dynamic_pointer_cast<AutomationObject>(New(progid))->Members();
-}
-
-AutomationError ErrorOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const AutomationError& e) {
-    return e;
-  }
-  return AutomationError(0, "", "");
-}
-
-// A member as "Name(a, [b])": optional parameters in brackets.
+// "Name(a, [b=default]) -> Result": optional parameters in brackets with the value an omitted
+// one receives, and what the member answers; a member that answers nothing has no arrow.
 std::string Signature(const MemberInfo& m) {
+  static const char* const kTypes[] = {"String", "Long",   "Integer", "Boolean",
+                                       "Date",   "Double", "Variant", "Object"};
   std::string text = m.name + "(";
-  for (size_t i = 0; i < m.params.size(); ++i) {
-    if (i > 0) text += ", ";
-    text += m.params[i].optional ? "[" + m.params[i].name + "]" : m.params[i].name;
+  for (const ParamInfo& p : m.params) {
+    const Variant& d = p.default_value;
+    text += (text.back() == '(' ? "" : ", ") + (!p.optional    ? p.name
+                                                : d.IsObject() ? "[" + p.name + "=Nothing]"
+                                                : d.type() == Variant::Type::kString
+                                                    ? "[" + p.name + "=\"" + d.ToText() + "\"]"
+                                                    : "[" + p.name + "=" + d.ToText() + "]");
   }
-  return text + ")";
-}
-
-std::vector<std::string> Names(const MemberTable& table) {
-  std::vector<std::string> names;
-  for (const MemberInfo& m : table.members()) names.push_back(m.name);
-  return names;
+  text += ")";
+  if (!m.returns_value) return text;
+  return text + " -> " +
+         (m.result == ParamType::kObject ? m.result_object_type
+                                         : kTypes[static_cast<int>(m.result)]);
 }
 
 TEST(ServiceObjects, TablesListEveryMemberInTheInterfaceOrder) {
-  const std::vector<std::string> read = {"GetClippingPathName",
-                                         "GetFolderPathName",
-                                         "GetCatalogsRootFolder",
-                                         "CatalogsConnectionOK",
-                                         "GetPersonalCatalogRootFolder",
-                                         "SearchForClippings",
-                                         "GetCategoriesFromLinkedFolders",
-                                         "HaveCategoriesChanged",
-                                         "HaveFoldersChanged",
-                                         "CategoryNameExists",
-                                         "FolderNameExists",
-                                         "GetFolderByName",
-                                         "ClippingNameExists",
-                                         "ClippingExists",
-                                         "GetCategory",
-                                         "IsLinkedFolder",
-                                         "ConnectionOK",
-                                         "GetCategoriesFromLinkedFolder",
-                                         "GetCategoriesFromFolder",
-                                         "GetCategoriesForClipping",
-                                         "GetCategoriesNamesForClipping",
-                                         "InSameCatalog",
-                                         "GetClippingsForFolderAndChildFolders",
-                                         "GetClippingsFromCategory",
-                                         "GetClippingsWithoutCategory",
-                                         "GetClippingsHistroy",
-                                         "GetDeletedClippingsForCatalog",
-                                         "GetLinkedFolders",
-                                         "GetConnectionDetails",
-                                         "GetExternalCatalogs",
-                                         "FindClippings",
-                                         "GetFolder",
-                                         "GetFolders",
-                                         "GetFoldersForLinkedFolder",
-                                         "GetChildFolders",
-                                         "GetChildrenFolders",
-                                         "GetCategoryByName",
-                                         "GetClippingByName",
-                                         "GetClipping",
-                                         "FindClippingWithGUID",
-                                         "GetClippingsFromFolder"};
-  const std::vector<std::string> write = {"DeleteAllCategoriesFromClipping",
-                                          "DeleteLinkedFolder",
-                                          "AddFolderToCategory",
-                                          "DeleteAllCategoriesFromFolder",
-                                          "AddLinkedFolder",
-                                          "AddDefaultFolderToLinkedCatalog",
-                                          "AddCategory",
-                                          "DeleteCategory",
-                                          "UpdateCategory",
-                                          "AddClippingToCategory",
-                                          "UpdateClippingHistory",
-                                          "AddClippingToCategories",
-                                          "DeleteClippingFromCategory",
-                                          "AddFolder",
-                                          "AddClipping",
-                                          "CanAddFolder",
-                                          "CanAddClipping",
-                                          "CanDeleteClipping",
-                                          "CanDeleteFolder",
-                                          "CanUpdateFolder",
-                                          "CanUpdateClipping",
-                                          "DeleteClipping",
-                                          "DeleteFolder",
-                                          "UpdateFolder",
-                                          "UpdateClipping"};
-  ASSERT_EQ(read.size(), 41u);
-  ASSERT_EQ(write.size(), 25u);
-  EXPECT_EQ(Names(TableOf(kRead)), read);
-  EXPECT_EQ(Names(TableOf(kWrite)), write);
-  EXPECT_EQ(TableOf(kRead).type_name(), "ClippingDataRead");
-  EXPECT_EQ(TableOf(kWrite).type_name(), "ClippingDataWrite");
-  EXPECT_EQ(TableOf(kRead).source(), kRead);
-  EXPECT_EQ(TableOf(kWrite).source(), kWrite);
+  const std::string read =
+      "GetClippingPathName GetFolderPathName GetCatalogsRootFolder CatalogsConnectionOK "
+      "GetPersonalCatalogRootFolder SearchForClippings GetCategoriesFromLinkedFolders "
+      "HaveCategoriesChanged HaveFoldersChanged CategoryNameExists FolderNameExists "
+      "GetFolderByName ClippingNameExists ClippingExists GetCategory IsLinkedFolder ConnectionOK "
+      "GetCategoriesFromLinkedFolder GetCategoriesFromFolder GetCategoriesForClipping "
+      "GetCategoriesNamesForClipping InSameCatalog GetClippingsForFolderAndChildFolders "
+      "GetClippingsFromCategory GetClippingsWithoutCategory GetClippingsHistroy "
+      "GetDeletedClippingsForCatalog GetLinkedFolders GetConnectionDetails GetExternalCatalogs "
+      "FindClippings GetFolder GetFolders GetFoldersForLinkedFolder GetChildFolders "
+      "GetChildrenFolders GetCategoryByName GetClippingByName GetClipping FindClippingWithGUID "
+      "GetClippingsFromFolder";
+  const std::string write =
+      "DeleteAllCategoriesFromClipping DeleteLinkedFolder AddFolderToCategory "
+      "DeleteAllCategoriesFromFolder AddLinkedFolder AddDefaultFolderToLinkedCatalog AddCategory "
+      "DeleteCategory UpdateCategory AddClippingToCategory UpdateClippingHistory "
+      "AddClippingToCategories DeleteClippingFromCategory AddFolder AddClipping CanAddFolder "
+      "CanAddClipping CanDeleteClipping CanDeleteFolder CanUpdateFolder CanUpdateClipping "
+      "DeleteClipping DeleteFolder UpdateFolder UpdateClipping";
+  for (const auto& [progid, names, count] :
+       {std::tuple{kRead, read, 41u}, std::tuple{kWrite, write, 25u}}) {
+    std::string listed;
+    for (const MemberInfo& m : TableOf(progid).members()) listed += " " + m.name;
+    EXPECT_EQ(listed.substr(1), names);
+    EXPECT_EQ(TableOf(progid).members().size(), count);
+    EXPECT_EQ(TableOf(progid).source(), progid);
+    EXPECT_EQ("TORVEL." + TableOf(progid).type_name(), progid);
+  }
 }
 
-TEST(ServiceObjects, ParametersCarryTheirInterfaceNamesAndOptionality) {
-  const std::map<std::string, std::string> read = {
-      {"GetClippingPathName", "GetClippingPathName(sClippingID, oDefualtConnection)"},
-      {"GetFolderPathName", "GetFolderPathName(sFolderId, oDefualtConnection)"},
-      {"ConnectionOK", "ConnectionOK(oDefaultConnection, [sItemID], [bItemIDIsLinkedFolder])"},
-      {"GetClippingsForFolderAndChildFolders",
-       "GetClippingsForFolderAndChildFolders(sFolderId, bGetData, oDefaultConnection)"},
-      {"GetClippingByName", "GetClippingByName(sName, sFolderId, bGetData, oDefaultConnection)"},
-      {"GetFolders", "GetFolders(oDefaultConnection, [bGetExternalFolders])"},
-      {"GetFoldersForLinkedFolder", "GetFoldersForLinkedFolder(oFolder, oDefualtConnection)"},
-      {"GetChildFolders", "GetChildFolders(sFolderId, oDefaultConnection, [bGetExternalFolders])"},
-      {"GetClippingsFromFolder",
-       "GetClippingsFromFolder(sFolderId, oDefaultConnection, [bGetData], [oClippings])"},
-      {"HaveCategoriesChanged",
-       "HaveCategoriesChanged(tDateTimeCategoriesChecked, oDefaultConnection)"},
-      {"CategoryNameExists", "CategoryNameExists(sName, sLinkedCatalogID, oDefaultConnection)"},
+TEST(ServiceObjects, SignaturesKeepTheInterfacesNamesDefaultsAndResults) {
+  const char* const signatures[] = {
+      "GetClippingPathName(sClippingID, oDefualtConnection) -> String",
+      "GetFolderPathName(sFolderId, oDefualtConnection) -> String",
+      "ConnectionOK(oDefaultConnection, [sItemID=\"\"], [bItemIDIsLinkedFolder=False]) -> Boolean",
+      "GetClippingsForFolderAndChildFolders(sFolderId, bGetData, oDefaultConnection) -> Clippings",
+      "GetClippingByName(sName, sFolderId, bGetData, oDefaultConnection) -> Clipping",
+      "GetFolders(oDefaultConnection, [bGetExternalFolders=True]) -> Folders",
+      "GetFoldersForLinkedFolder(oFolder, oDefualtConnection) -> Folders",
+      "GetChildFolders(sFolderId, oDefaultConnection, [bGetExternalFolders=True]) -> Folder",
+      "GetChildrenFolders(sFolderId, oDefaultConnection, [bGetExternalFolders=True]) -> Folders",
+      "GetClippingsFromFolder(sFolderId, oDefaultConnection, [bGetData=False], "
+      "[oClippings=Nothing]) -> Clippings",
+      "HaveCategoriesChanged(tDateTimeCategoriesChecked, oDefaultConnection) -> Boolean",
+      "CategoryNameExists(sName, sLinkedCatalogID, oDefaultConnection) -> Boolean",
+      "GetClipping(sClippingID, oDefaultConnection, [bGetData=False]) -> Clipping",
+      "FindClippingWithGUID(sClippingGUID, oDefaultConnection, [bGetData=False]) -> Clipping",
+      "GetFolder(sFolderId, oDefaultConnection) -> Folder",
+      "SearchForClippings(oSearch, oDefaultConnection) -> Clippings",
+      "GetCategory(sCategoryID, oDefaultConnection) -> Category",
+      "GetCategoriesFromFolder(sFolderId, oDefaultConnection) -> Categories",
+      "GetExternalCatalogs(oDefaultConnection) -> Collection",
+      "GetConnectionDetails(sFolderId, oDefaultConnection) -> ConnectionDetails",
+      "AddLinkedFolder(oNewConnectionDetails, sFolderName, oDefaultConnection) -> Folder",
+      "AddCategory(oCategory, sFolderId, oDefaultConnection, [bCheckNameUnique=False]) -> Category",
+      "CanUpdateClipping(oClipping, oDefaultConnection, [bUpdateData=False]) -> Boolean",
+      "DeleteFolder(sFolderId, oDefaultConnection, [bDeletePermanently=False])",
+      "UpdateClipping(oClipping, oDefaultConnection, bUpdateData, [bCheckNameUnique=False]) -> "
+      "Clipping",
+      "AddClippingToCategories(sClippingID, oCategories, oDefaultConnection)",
+      "CanDeleteClipping(sClippingID, oDefaultConnection, [bDeletePermanently=False]) -> Boolean",
+      "DeleteClipping(sClippingID, oDefaultConnection, [bDeletePermanently=False])",
+      "AddFolder(oFolder, sParentFolderID, oDefaultConnection, [bCheckNameUnique=False]) -> Folder",
+      "AddFolderToCategory(sFolderId, sCategoryID, oDefaultConnection) -> String",
   };
-  const std::map<std::string, std::string> write = {
-      {"AddLinkedFolder",
-       "AddLinkedFolder(oNewConnectionDetails, sFolderName, oDefaultConnection)"},
-      {"AddCategory", "AddCategory(oCategory, sFolderId, oDefaultConnection, [bCheckNameUnique])"},
-      {"CanUpdateClipping", "CanUpdateClipping(oClipping, oDefaultConnection, [bUpdateData])"},
-      {"DeleteFolder", "DeleteFolder(sFolderId, oDefaultConnection, [bDeletePermanently])"},
-      {"UpdateClipping",
-       "UpdateClipping(oClipping, oDefaultConnection, bUpdateData, [bCheckNameUnique])"},
-      {"AddClippingToCategories",
-       "AddClippingToCategories(sClippingID, oCategories, oDefaultConnection)"},
-  };
-  for (const auto& [progid, expected] : {std::pair{kRead, read}, std::pair{kWrite, write}}) {
-    for (const auto& [member, signature] : expected) {
-      const MemberInfo* m = TableOf(progid).Find(member, InvokeKind::kMethod);
-      ASSERT_NE(m, nullptr) << member;
-      EXPECT_EQ(Signature(*m), signature);
+  for (const std::string signature : signatures) {
+    const std::string name = signature.substr(0, signature.find('('));
+    const MemberInfo* m = TableOf(kRead).Find(name, InvokeKind::kMethod);
+    if (m == nullptr) m = TableOf(kWrite).Find(name, InvokeKind::kMethod);
+    ASSERT_NE(m, nullptr) << name;
+    EXPECT_EQ(Signature(*m), signature);
+  }
+  std::set<std::string> subs;
+  for (const char* progid : {kRead, kWrite}) {
+    for (const MemberInfo& m : TableOf(progid).members()) {
+      if (!m.returns_value) subs.insert(m.name);
     }
   }
+  EXPECT_EQ(subs, (std::set<std::string>{
+                      "DeleteAllCategoriesFromClipping", "DeleteLinkedFolder", "DeleteCategory",
+                      "AddClippingToCategory", "UpdateClippingHistory", "AddClippingToCategories",
+                      "DeleteClippingFromCategory", "DeleteClipping", "DeleteFolder"}));
 }
 
 // Every parameter's declared type follows its prefix, except the two the interface declares as
 // strings; optional parameters only ever follow required ones; every member takes the default
 // connection under one of its two spellings.
 TEST(ServiceObjects, DeclaredTypesFollowThePrefixes) {
+  const std::map<char, ParamType> by_prefix = {{'s', ParamType::kString},
+                                               {'b', ParamType::kBoolean},
+                                               {'l', ParamType::kLong},
+                                               {'t', ParamType::kDate},
+                                               {'o', ParamType::kObject}};
   const std::set<std::string> declared_as_string = {
       "ClippingExists.oDefaultConnection", "GetClippingsForFolderAndChildFolders.bGetData"};
   std::set<std::string> misspelt;
@@ -188,38 +147,19 @@ TEST(ServiceObjects, DeclaredTypesFollowThePrefixes) {
       bool has_connection = false;
       bool seen_optional = false;
       for (const ParamInfo& p : m.params) {
-        SCOPED_TRACE(p.name);
         if (p.name == "oDefualtConnection") misspelt.insert(m.name);
-        if (p.name == "oDefaultConnection" || p.name == "oDefualtConnection") has_connection = true;
-        EXPECT_TRUE(!seen_optional || p.optional);
-        seen_optional = seen_optional || p.optional;
-        if (declared_as_string.count(m.name + "." + p.name) > 0) {
-          EXPECT_EQ(p.type, ParamType::kString);
-          ++string_exceptions;
-          continue;
-        }
-        switch (p.name[0]) {
-          case 's':
-            EXPECT_EQ(p.type, ParamType::kString);
-            break;
-          case 'b':
-            EXPECT_EQ(p.type, ParamType::kBoolean);
-            break;
-          case 'l':
-            EXPECT_EQ(p.type, ParamType::kLong);
-            break;
-          case 't':
-            EXPECT_EQ(p.type, ParamType::kDate);
-            break;
-          case 'o':
-            EXPECT_EQ(p.type, ParamType::kObject);
-            EXPECT_FALSE(p.object_type.empty());
-            break;
-          default:
-            ADD_FAILURE() << "unexpected prefix";
-        }
-        if (p.name.find("Connection") != std::string::npos && p.type == ParamType::kObject) {
-          EXPECT_EQ(p.object_type, "ConnectionDetails");
+        has_connection |= p.name == "oDefaultConnection" || p.name == "oDefualtConnection";
+        EXPECT_TRUE(!seen_optional || p.optional) << p.name;
+        seen_optional |= p.optional;
+        const bool as_string = declared_as_string.count(m.name + "." + p.name) > 0;
+        string_exceptions += as_string;
+        ASSERT_EQ(by_prefix.count(p.name[0]), 1u) << p.name;
+        EXPECT_EQ(p.type, as_string ? ParamType::kString : by_prefix.at(p.name[0])) << p.name;
+        if (p.type == ParamType::kObject) {
+          EXPECT_FALSE(p.object_type.empty()) << p.name;
+          if (p.name.find("Connection") != std::string::npos) {
+            EXPECT_EQ(p.object_type, "ConnectionDetails");
+          }
         }
       }
       EXPECT_TRUE(has_connection);
@@ -230,95 +170,17 @@ TEST(ServiceObjects, DeclaredTypesFollowThePrefixes) {
                                              "GetFoldersForLinkedFolder"}));
 }
 
-TEST(ServiceObjects, OptionalDefaultsAndResultTypes) {
-  struct Default {
-    const char* progid;
-    const char* member;
-    const char* param;
-    Variant value;
-  };
-  const Default defaults[] = {
-      {kRead, "GetFolders", "bGetExternalFolders", Variant(true)},
-      {kRead, "GetChildFolders", "bGetExternalFolders", Variant(true)},
-      {kRead, "GetChildrenFolders", "bGetExternalFolders", Variant(true)},
-      {kRead, "GetClipping", "bGetData", Variant(false)},
-      {kRead, "FindClippingWithGUID", "bGetData", Variant(false)},
-      {kRead, "GetClippingsFromFolder", "bGetData", Variant(false)},
-      {kRead, "ConnectionOK", "sItemID", Variant("")},
-      {kRead, "ConnectionOK", "bItemIDIsLinkedFolder", Variant(false)},
-      {kWrite, "CanDeleteClipping", "bDeletePermanently", Variant(false)},
-      {kWrite, "DeleteClipping", "bDeletePermanently", Variant(false)},
-      {kWrite, "AddFolder", "bCheckNameUnique", Variant(false)},
-      {kWrite, "CanUpdateClipping", "bUpdateData", Variant(false)},
-  };
-  for (const Default& d : defaults) {
-    SCOPED_TRACE(std::string(d.member) + "." + d.param);
-    const MemberInfo* m = TableOf(d.progid).Find(d.member, InvokeKind::kMethod);
-    ASSERT_NE(m, nullptr);
-    const ParamInfo* param = nullptr;
-    for (const ParamInfo& p : m->params) {
-      if (p.name == d.param) param = &p;
-    }
-    ASSERT_NE(param, nullptr);
-    EXPECT_TRUE(param->optional);
-    EXPECT_EQ(param->default_value.type(), d.value.type());
-    EXPECT_EQ(param->default_value.ToText(), d.value.ToText());
-  }
-  const MemberInfo* from_folder =
-      TableOf(kRead).Find("GetClippingsFromFolder", InvokeKind::kMethod);
-  ASSERT_NE(from_folder, nullptr);
-  const Variant& nothing = from_folder->params[3].default_value;
-  EXPECT_TRUE(nothing.IsObject());
-  EXPECT_EQ(nothing.AsObject(), nullptr);
-
-  // Members without a result are subs; the others declare what they answer.
-  const std::set<std::string> subs = {
-      "DeleteAllCategoriesFromClipping", "DeleteLinkedFolder",    "DeleteCategory",
-      "AddClippingToCategory",           "UpdateClippingHistory", "AddClippingToCategories",
-      "DeleteClippingFromCategory",      "DeleteClipping",        "DeleteFolder"};
-  for (const char* progid : {kRead, kWrite}) {
-    for (const MemberInfo& m : TableOf(progid).members()) {
-      EXPECT_EQ(m.returns_value, subs.count(m.name) == 0) << m.name;
-    }
-  }
-  const std::map<std::string, std::string> results = {
-      {"GetFolder", "Folder"},
-      {"GetFolders", "Folders"},
-      {"GetChildFolders", "Folder"},
-      {"GetChildrenFolders", "Folders"},
-      {"GetClipping", "Clipping"},
-      {"SearchForClippings", "Clippings"},
-      {"GetCategory", "Category"},
-      {"GetCategoriesFromFolder", "Categories"},
-      {"GetExternalCatalogs", "Collection"},
-      {"GetConnectionDetails", "ConnectionDetails"},
-  };
-  for (const auto& [member, type] : results) {
-    const MemberInfo* m = TableOf(kRead).Find(member, InvokeKind::kMethod);
-    ASSERT_NE(m, nullptr);
-    EXPECT_EQ(m->result, ParamType::kObject) << member;
-    EXPECT_EQ(m->result_object_type, type) << member;
-  }
-  EXPECT_EQ(TableOf(kRead).Find("GetFolderPathName", InvokeKind::kMethod)->result,
-            ParamType::kString);
-  EXPECT_EQ(TableOf(kRead).Find("ConnectionOK", InvokeKind::kMethod)->result, ParamType::kBoolean);
-  EXPECT_EQ(TableOf(kWrite).Find("AddFolderToCategory", InvokeKind::kMethod)->result,
-            ParamType::kString);
-}
-
 TEST(ServiceObjects, RegistrationIsIdempotentAndCreatesNewObjects) {
   RegisterClasses();
   RegisterClasses();
   const auto ids = RegisteredProgIDs();
-  for (const std::string progid : {"TORVEL.ClippingDataRead", "TORVEL.ClippingDataWrite",
-                                   "TORVEL.Folder", "TORVEL.ConnectionDetails", "TORVEL.Search"}) {
+  for (const std::string progid :
+       {kRead, kWrite, "TORVEL.Folder", "TORVEL.ConnectionDetails", "TORVEL.Search"}) {
     EXPECT_EQ(std::count(ids.begin(), ids.end(), progid), 1) << progid;
   }
-  const auto read = CreateObject("torvel.clippingdataread");
-  const auto write = CreateObject("TORVEL.CLIPPINGDATAWRITE");
-  EXPECT_EQ(read->TypeName(), "ClippingDataRead");
-  EXPECT_EQ(write->TypeName(), "ClippingDataWrite");
-  EXPECT_NE(CreateObject(kRead), read);
+  EXPECT_EQ(CreateObject("torvel.clippingdataread")->TypeName(), "ClippingDataRead");
+  EXPECT_EQ(CreateObject("TORVEL.CLIPPINGDATAWRITE")->TypeName(), "ClippingDataWrite");
+  EXPECT_NE(CreateObject(kRead), CreateObject(kRead));
 }
 
 // Late-binding errors name the service's ProgID and are raised before the service runs.
@@ -326,31 +188,25 @@ TEST(ServiceObjects, WrongCallsRaiseTheLateBindingErrors) {
   for (const char* progid : {kRead, kWrite}) {
     const auto object = New(progid);
     for (const MemberInfo& m : TableOf(progid).members()) {
-      SCOPED_TRACE(m.name);
-      std::vector<Variant> too_many(m.params.size() + 1, Variant("1"));
-      auto e = ErrorOf([&] { CallMember(object, m.name, too_many); });
-      EXPECT_EQ(e.number(), err::kBadParamCount);
-      EXPECT_EQ(e.source(), progid);
-      EXPECT_EQ(e.description(), "Invalid number of parameters.");
-      const size_t required = m.RequiredCount();
-      ASSERT_GT(required, 0u);
-      std::vector<Variant> too_few(required - 1, Variant("1"));
-      e = ErrorOf([&] { CallMember(object, m.name, too_few); });
-      EXPECT_EQ(e.number(), err::kBadParamCount);
-      EXPECT_EQ(e.source(), progid);
+      ASSERT_GT(m.RequiredCount(), 0u) << m.name;
+      for (size_t count : {m.RequiredCount() - 1, m.params.size() + 1}) {
+        const auto e =
+            ErrorOf([&] { CallMember(object, m.name, std::vector(count, Variant("1"))); });
+        EXPECT_EQ(e.number(), err::kBadParamCount) << m.name << " with " << count;
+        EXPECT_EQ(e.source(), progid);
+        EXPECT_EQ(e.description(), "Invalid number of parameters.");
+      }
     }
     const auto unknown = ErrorOf([&] { CallMember(object, "GetFolderz", {}); });
     EXPECT_EQ(unknown.number(), err::kUnknownName);
     EXPECT_EQ(unknown.source(), progid);
     EXPECT_EQ(unknown.description(), "Unknown name.");
   }
-  const auto read = New(kRead);
-  const auto folder = New("TORVEL.Folder");
   // Text that is no number, and an object of the wrong class for the connection.
-  for (const auto& args : {std::vector<Variant>{Variant("ten"), Variant(folder)},
-                           std::vector<Variant>{Variant("10"), Variant(folder)},
-                           std::vector<Variant>{Variant("10"), Variant("connection")}}) {
-    const auto e = ErrorOf([&] { CallMember(read, "GetClippingsHistroy", args); });
+  const Variant folder = New("Folder");
+  for (const auto& args : {std::vector<Variant>{"ten", folder}, std::vector<Variant>{"10", folder},
+                           std::vector<Variant>{"10", "connection"}}) {
+    const auto e = ErrorOf([&] { CallMember(New(kRead), "GetClippingsHistroy", args); });
     EXPECT_EQ(e.number(), err::kArgumentTypeMismatch);
     EXPECT_EQ(e.source(), kRead);
   }
@@ -369,391 +225,330 @@ TEST(ServiceObjects, DestroyingAnObjectReleasesTheThreadsManager) {
   }
 }
 
-// Drives both services by name on file catalogs, every argument but objects given as text, and
-// checks at the end that every member of both tables was called.
+// One step of a script that drives both services by name on file catalogs. `call` is "R.Member"
+// or "W.Member", or one of the script's own: "let" answers its argument, "set" sets a property
+// (object, name, value), "call" calls a member of an object (object, name, arguments...).
+// Arguments: "$c" the personal catalog's connection, "$v" and "$v.P" a saved result and its
+// property, "new Class P=x;Q=y" a new entity; any other text goes as text, every "{v.P}" in it
+// replaced by that property's text. `expect` is what the result must show: "=text" its text,
+// ".P=text" a property, "[a,b]" the names of a list's items ("[P:a,b]" another property, "~[..]"
+// in any order), "#n" the number of items, "nothing", "^text" the start of its text, or
+// "!number|source|description" (or the first parts of it) the error the call raises.
+struct Step {
+  std::string call;
+  std::vector<std::string> args;
+  std::string expect = "";
+  std::string save = "";  // the name the result is kept under, when not empty
+};
+
 class ServiceCalls : public ::testing::Test {
  protected:
   void SetUp() override {
-    RegisterClasses();
-    personal_path_ = dir_.File("personal.db");
-    shared_path_ = dir_.File("shared.db");
-    CreateCatalog(personal_path_, "Personal");
-    CreateCatalog(shared_path_, "Shared");
-    connection_ = Details(personal_path_);
+    for (const char* name : {"Personal", "Shared"}) {
+      CreateCatalog(dir_.File(std::string(name) + ".db"), name);
+      const auto details = New("ConnectionDetails");
+      SetProperty(details, "DataSourceType", Variant("1"));
+      SetProperty(
+          details, "ConnectionString",
+          "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + dir_.File(std::string(name) + ".db"));
+      vars_[name[0] == 'P' ? "c" : "shared"] = details;
+    }
     read_ = New(kRead);
     write_ = New(kWrite);
   }
 
-  void TearDown() override {
-    read_.reset();
-    write_.reset();
+  // "v" or "v.P": a saved result or one of its properties.
+  Variant Value(const std::string& path) {
+    const size_t dot = path.find('.');
+    const Variant& saved = vars_.at(path.substr(0, dot));
+    return dot == std::string::npos ? saved : GetProperty(saved.AsObject(), path.substr(dot + 1));
   }
 
-  static Variant Details(const std::string& path) {
-    const auto details = New("TORVEL.ConnectionDetails");
-    SetProperty(details, "DataSourceType", Variant("1"));
-    SetProperty(details, "ConnectionString",
-                Variant("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + path));
-    return Variant(details);
+  std::string Expand(std::string text) {
+    for (size_t open; (open = text.find('{')) != std::string::npos;) {
+      const size_t close = text.find('}', open);
+      text.replace(open, close - open + 1, Value(text.substr(open + 1, close - open - 1)).ToText());
+    }
+    return text;
   }
 
-  static Variant NewEntity(const std::string& class_name,
-                           std::initializer_list<std::pair<const char*, const char*>> props = {}) {
-    const auto object = New("TORVEL." + class_name);
-    for (const auto& [name, value] : props) SetProperty(object, name, Variant(value));
+  Variant Arg(const std::string& text) {
+    if (text[0] == '$') return Value(text.substr(1));
+    if (text.rfind("new ", 0) != 0) return Variant(Expand(text));
+    const size_t space = text.find(' ', 4);
+    const auto object = New(text.substr(4, space - 4));
+    for (size_t at = space; at != std::string::npos;) {
+      const size_t end = text.find(';', at + 1);
+      const std::string pair = text.substr(at + 1, end - at - 1);
+      SetProperty(object, pair.substr(0, pair.find('=')),
+                  Variant(Expand(pair.substr(pair.find('=') + 1))));
+      at = end;
+    }
     return Variant(object);
   }
 
-  Variant Call(const char* progid, const std::string& member, std::vector<Variant> args) {
-    called_.insert(std::string(progid) + "." + member);
-    return CallMember(std::string(progid) == kRead ? read_ : write_, member, std::move(args));
+  Variant Run(const Step& step) {
+    std::vector<Variant> args;
+    for (const std::string& arg : step.args) args.push_back(Arg(arg));
+    if (step.call == "let") return args[0];
+    if (step.call == "set") {
+      SetProperty(args[0].AsObject(), step.args[1], args[2]);
+      return {};
+    }
+    if (step.call == "call") {
+      return CallMember(args[0].AsObject(), step.args[1], {args.begin() + 2, args.end()});
+    }
+    called_.insert(step.call);
+    return CallMember(step.call[0] == 'R' ? read_ : write_, step.call.substr(2), args);
   }
-  Variant R(const std::string& member, std::vector<Variant> args) {
-    return Call(kRead, member, std::move(args));
-  }
-  Variant W(const std::string& member, std::vector<Variant> args) {
-    return Call(kWrite, member, std::move(args));
-  }
-
-  // The error a call raises (number 0 when it raises none).
-  AutomationError Fails(const char* progid, const std::string& member, std::vector<Variant> args) {
-    return ErrorOf([&] { Call(progid, member, std::move(args)); });
-  }
-
-  static std::string Prop(const Variant& object, const char* name) {
-    return GetProperty(object.AsObject(), name).ToText();
-  }
-  static bool IsNothing(const Variant& v) { return v.IsObject() && v.AsObject() == nullptr; }
 
   // The items of an entity list (Folders, Clippings, Categories) or of a plain Collection.
   static std::vector<Variant> Items(const Variant& list) {
     auto items = list.AsObject();
-    if (items->TypeName() != kCollectionClassName)
+    if (items->TypeName() != kCollectionClassName) {
       items = GetProperty(items, items->TypeName()).AsObject();
+    }
     std::vector<Variant> out;
-    const int32_t count = GetProperty(items, "Count").ToLong();
-    for (int32_t i = 1; i <= count; ++i) out.push_back(CallMember(items, "Item", {Variant(i)}));
+    for (int32_t i = 1; i <= GetProperty(items, "Count").ToLong(); ++i) {
+      out.push_back(CallMember(items, "Item", {Variant(i)}));
+    }
     return out;
   }
-  static std::vector<std::string> NamesOf(const Variant& list) {
-    std::vector<std::string> names;
-    for (const Variant& item : Items(list)) names.push_back(Prop(item, "Name"));
-    return names;
+
+  // What the step's result shows, in the form of its `expect`.
+  std::string Outcome(const Step& step, const std::string& expect) {
+    Variant result;
+    const AutomationError e = ErrorOf([&] { result = Run(step); });
+    if (e.number() != 0) {
+      const std::string error =
+          "!" + std::to_string(e.number()) + "|" + e.source() + "|" + e.description();
+      return expect[0] == '!' ? error.substr(0, expect.size()) : error;
+    }
+    if (!step.save.empty()) vars_[step.save] = result;
+    if (expect.empty() || expect[0] == '=') return expect.empty() ? "" : "=" + result.ToText();
+    if (expect[0] == '^') return ("^" + result.ToText()).substr(0, expect.size());
+    if (expect == "nothing") return result.IsObject() && !result.AsObject() ? "nothing" : "object";
+    if (expect[0] == '.') {
+      const std::string property = expect.substr(1, expect.find('=') - 1);
+      return "." + property + "=" + GetProperty(result.AsObject(), property).ToText();
+    }
+    const std::vector<Variant> items = Items(result);
+    if (expect[0] == '#') return "#" + std::to_string(items.size());
+    const size_t open = expect.find('[');
+    const size_t colon = expect.find(':');
+    const std::string property =
+        colon == std::string::npos ? "Name" : expect.substr(open + 1, colon - open - 1);
+    std::vector<std::string> values;
+    for (const Variant& item : items)
+      values.push_back(GetProperty(item.AsObject(), property).ToText());
+    if (expect[0] == '~') std::sort(values.begin(), values.end());
+    std::string shown = expect.substr(0, colon == std::string::npos ? open + 1 : colon + 1);
+    for (const std::string& value : values) shown += value + ",";
+    if (!values.empty()) shown.pop_back();
+    return shown + "]";
   }
 
-  void ExerciseFolders();
-  void ExerciseClippings();
-  void ExerciseCategories();
-  void ExerciseHistory();
-  void ExerciseLinkedCatalog();
-  void ExerciseDeletes();
-  void ExerciseNotImplemented();
-
   testing::TempDir dir_;
-  std::string personal_path_;
-  std::string shared_path_;
-  Variant connection_;
+  std::map<std::string, Variant> vars_;
   std::shared_ptr<Dispatch> read_;
   std::shared_ptr<Dispatch> write_;
   std::set<std::string> called_;
-
-  std::string letters_;   // a folder under the root, later renamed "Mail"
-  std::string drafts_;    // a folder under letters_
-  std::string greeting_;  // a clipping in letters_, later renamed "Hello"
-  std::string farewell_;  // a clipping in drafts_
 };
 
-void ServiceCalls::ExerciseFolders() {
-  const Variant& c = connection_;
-  EXPECT_TRUE(R("ConnectionOK", {c}).ToBoolean());
-  const Variant root = R("GetPersonalCatalogRootFolder", {c});
-  EXPECT_EQ(Prop(root, "ID"), "1");
-  EXPECT_EQ(Prop(root, "Name"), "Personal");
-
-  const Variant letters = W("AddFolder", {NewEntity("Folder", {{"Name", "Letters"}}), "1", c});
-  letters_ = Prop(letters, "ID");
-  EXPECT_EQ(Prop(letters, "ParentID"), "1");
-  EXPECT_EQ(Prop(R("GetFolder", {Variant(letters_), c}), "Name"), "Letters");
-  drafts_ = Prop(
-      W("AddFolder", {NewEntity("Folder", {{"Name", "Drafts"}}), Variant(letters_), c, "True"}),
-      "ID");
-  EXPECT_NE(drafts_, letters_);
-
-  // A duplicate sibling name is refused when asked for, and leaves no row behind.
-  const auto duplicate =
-      Fails(kWrite, "AddFolder", {NewEntity("Folder", {{"Name", "Letters"}}), "1", c, "True"});
-  EXPECT_EQ(duplicate.number(), err::kFolderNameNotUnique);
-  EXPECT_EQ(NamesOf(R("GetChildrenFolders", {"1", c})), std::vector<std::string>{"Letters"});
-
-  EXPECT_TRUE(W("CanAddFolder", {NewEntity("Folder", {{"Name", "Trial"}}), "1", c}).ToBoolean());
-  EXPECT_FALSE(R("FolderNameExists", {"Trial", "1", c}).ToBoolean());
-  EXPECT_TRUE(R("FolderNameExists", {"Letters", "1", c}).ToBoolean());
-  EXPECT_EQ(Prop(R("GetFolderByName", {"Drafts", Variant(letters_), c}), "ID"), drafts_);
-  EXPECT_TRUE(IsNothing(R("GetFolderByName", {"Drafts", "1", c})));
-
-  const Variant renamed = R("GetFolder", {Variant(letters_), c});
-  SetProperty(renamed.AsObject(), "Name", Variant("Mail"));
-  EXPECT_EQ(Prop(W("UpdateFolder", {renamed, c}), "Name"), "Mail");
-  EXPECT_EQ(Prop(R("GetFolder", {Variant(letters_), c}), "Name"), "Mail");
-  EXPECT_EQ(R("GetFolderPathName", {Variant(drafts_), c}).ToText(), "Personal\\Mail\\Drafts");
-
-  const Variant tree = R("GetChildFolders", {Variant(letters_), c});
-  EXPECT_EQ(Prop(tree, "ID"), letters_);
-  EXPECT_EQ(NamesOf(Variant(GetProperty(tree.AsObject(), "ChildFolders"))),
-            std::vector<std::string>{"Drafts"});
-  EXPECT_EQ(NamesOf(R("GetChildrenFolders", {Variant(letters_), c, "False"})),
-            std::vector<std::string>{"Drafts"});
-
-  EXPECT_TRUE(W("CanDeleteFolder", {Variant(letters_), c, "True"}).ToBoolean());
-  EXPECT_EQ(Prop(R("GetFolder", {Variant(drafts_), c}), "Name"), "Drafts");
-  EXPECT_TRUE(R("HaveFoldersChanged", {"2000-01-01 00:00:00", c}).ToBoolean());
-  EXPECT_FALSE(R("HaveFoldersChanged", {"1 Jan 2100", c}).ToBoolean());
-  EXPECT_TRUE(R("CatalogsConnectionOK", {"1", c}).ToBoolean());
-  EXPECT_EQ(Prop(R("GetCatalogsRootFolder", {Variant(drafts_), c}), "ID"), "1");
-  EXPECT_TRUE(R("IsLinkedFolder", {"1", c}).ToBoolean());
-  EXPECT_FALSE(R("IsLinkedFolder", {Variant(letters_), c}).ToBoolean());
-  EXPECT_FALSE(R("InSameCatalog", {"12", "P3C12", c}).ToBoolean());
-  EXPECT_TRUE(R("InSameCatalog", {"P3C1", "P3C9", c}).ToBoolean());
-  // An unknown folder is an error, not nothing.
-  EXPECT_EQ(Fails(kRead, "GetFolder", {"999", c}).number(), err::kObjectVariableNotSet);
-}
-
-void ServiceCalls::ExerciseClippings() {
-  const Variant& c = connection_;
-  const Variant clipping = NewEntity("Clipping", {{"Name", "Greeting"}, {"Description", "hi"}});
-  const Variant data = NewEntity("ClippingData", {{"RawData", "Dear friend"}});
-  SetProperty(data.AsObject(), "ClippingDataType", Variant("2"));
-  CallMember(GetProperty(clipping.AsObject(), "ClippingData").AsObject(), "Add", {data});
-  EXPECT_TRUE(W("CanAddClipping", {clipping, Variant(letters_), c}).ToBoolean());
-  EXPECT_FALSE(R("ClippingNameExists", {"Greeting", Variant(letters_), c}).ToBoolean());
-  greeting_ = Prop(W("AddClipping", {clipping, Variant(letters_), c}), "ID");
-  farewell_ = Prop(W("AddClipping",
-                     {NewEntity("Clipping", {{"Name", "Farewell"}}), Variant(drafts_), c, "False"}),
-                   "ID");
-  EXPECT_TRUE(R("ClippingNameExists", {"Greeting", Variant(letters_), c}).ToBoolean());
-
-  // bGetData left out reads no data; "True" reads it.
-  const Variant plain = R("GetClipping", {Variant(greeting_), c});
-  EXPECT_EQ(Prop(plain, "Name"), "Greeting");
-  EXPECT_TRUE(Items(GetProperty(plain.AsObject(), "ClippingData")).empty());
-  const auto with_data = Items(
-      GetProperty(R("GetClipping", {Variant(greeting_), c, "True"}).AsObject(), "ClippingData"));
-  ASSERT_EQ(with_data.size(), 1u);
-  EXPECT_EQ(Prop(with_data[0], "RawData"), "Dear friend");
-
-  const std::string guid = Prop(plain, "GUID");
-  EXPECT_EQ(Prop(R("GetClippingByName", {"Greeting", Variant(letters_), "False", c}), "GUID"),
-            guid);
-  EXPECT_EQ(R("GetClippingPathName", {Variant(greeting_), c}).ToText(), "Personal\\Mail");
-
-  SetProperty(plain.AsObject(), "Name", Variant("Hello"));
-  EXPECT_EQ(Prop(W("UpdateClipping", {plain, c, "False"}), "Name"), "Hello");
-  // The update kept the data it was not asked to write.
-  EXPECT_EQ(Items(GetProperty(R("GetClipping", {Variant(greeting_), c, "True"}).AsObject(),
-                              "ClippingData"))
-                .size(),
-            1u);
-
-  // A new list is answered; the one passed in is left alone.
-  const Variant given = NewEntity("Clippings");
-  const Variant in_folder = R("GetClippingsFromFolder", {Variant(letters_), c, "True", given});
-  EXPECT_NE(in_folder.AsObject(), given.AsObject());
-  EXPECT_EQ(NamesOf(in_folder), std::vector<std::string>{"Hello"});
-  EXPECT_TRUE(Items(given).empty());
-  EXPECT_EQ(NamesOf(R("GetClippingsFromFolder", {Variant(drafts_), c})),
-            std::vector<std::string>{"Farewell"});
-  const auto subtree =
-      NamesOf(R("GetClippingsForFolderAndChildFolders", {Variant(letters_), "False", c}));
-  EXPECT_EQ(std::set<std::string>(subtree.begin(), subtree.end()),
-            (std::set<std::string>{"Hello", "Farewell"}));
-
-  const Variant search = NewEntity("Search", {{"SearchText", "Hel"}});
-  EXPECT_EQ(NamesOf(R("FindClippings", {search, c})), std::vector<std::string>{"Hello"});
-
-  EXPECT_TRUE(W("CanDeleteClipping", {Variant(greeting_), c, "True"}).ToBoolean());
-  EXPECT_EQ(Prop(R("GetClipping", {Variant(greeting_), c}), "Name"), "Hello");
-}
-
-void ServiceCalls::ExerciseCategories() {
-  const Variant& c = connection_;
-  const Variant work = W("AddCategory", {NewEntity("Category", {{"Name", "Work"}}), "1", c});
-  const std::string work_id = Prop(work, "ID");
-  EXPECT_FALSE(work_id.empty());
-  EXPECT_EQ(
-      Fails(kWrite, "AddCategory", {NewEntity("Category", {{"Name", "Work"}}), "1", c, "True"})
-          .number(),
-      err::kCategoryNameNotUnique);
-  EXPECT_TRUE(R("CategoryNameExists", {"Work", "1", c}).ToBoolean());
-  SetProperty(work.AsObject(), "Name", Variant("Office"));
-  EXPECT_EQ(Prop(W("UpdateCategory", {work, c}), "Name"), "Office");
-  EXPECT_EQ(Prop(R("GetCategory", {Variant(work_id), c}), "Name"), "Office");
-  EXPECT_EQ(NamesOf(R("GetCategoriesFromFolder", {"1", c})), std::vector<std::string>{"Office"});
-  // The store refuses its own by-name query on these catalogs; the error passes through.
-  const auto by_name = Fails(kRead, "GetCategoryByName", {"Office", "1", c});
-  EXPECT_EQ(by_name.number(), err::kDatabaseError);
-  EXPECT_EQ(by_name.source(), "SQLite");
-
-  const Variant g(greeting_);
-  const Variant f(farewell_);
-  W("AddClippingToCategory", {g, Variant(work_id), c});
-  EXPECT_EQ(R("GetCategoriesNamesForClipping", {g, c}).ToText(), "Office");
-  EXPECT_EQ(NamesOf(R("GetCategoriesForClipping", {g, c})), std::vector<std::string>{"Office"});
-  EXPECT_EQ(NamesOf(R("GetClippingsFromCategory", {Variant(work_id), "False", c})),
-            std::vector<std::string>{"Hello"});
-  EXPECT_EQ(NamesOf(R("GetClippingsWithoutCategory", {"1", "False", c})),
-            std::vector<std::string>{"Farewell"});
-  W("DeleteClippingFromCategory", {g, Variant(work_id), c});
-  EXPECT_EQ(R("GetCategoriesNamesForClipping", {g, c}).ToText(), "");
-
-  const Variant list = NewEntity("Categories");
-  CallMember(list.AsObject(), "AddCategory", {R("GetCategory", {Variant(work_id), c})});
-  W("AddClippingToCategories", {g, list, c});
-  EXPECT_EQ(R("GetCategoriesNamesForClipping", {g, c}).ToText(), "Office");
-  W("DeleteAllCategoriesFromClipping", {g, c});
-  EXPECT_EQ(R("GetCategoriesNamesForClipping", {g, c}).ToText(), "");
-
-  // A folder's category reaches the clippings of its whole subtree.
-  EXPECT_EQ(W("AddFolderToCategory", {Variant(letters_), Variant(work_id), c}).ToText(), "");
-  EXPECT_EQ(R("GetCategoriesNamesForClipping", {f, c}).ToText(), "Office");
-  EXPECT_EQ(R("GetCategoriesNamesForClipping", {g, c}).ToText(), "Office");
-  EXPECT_EQ(W("DeleteAllCategoriesFromFolder", {Variant(letters_), c}).ToText(), "");
-  EXPECT_EQ(R("GetCategoriesNamesForClipping", {f, c}).ToText(), "");
-
-  W("DeleteCategory", {Variant(work_id), c});
-  EXPECT_TRUE(IsNothing(R("GetCategory", {Variant(work_id), c})));
-}
-
-void ServiceCalls::ExerciseHistory() {
-  const Variant& c = connection_;
-  W("UpdateClippingHistory", {R("GetClipping", {Variant(greeting_), c}), c});
-  W("UpdateClippingHistory", {R("GetClipping", {Variant(farewell_), c}), c});
-  std::set<std::string> ids;
-  for (const Variant& item : Items(R("GetClippingsHistroy", {"10", c}))) {
-    ids.insert(Prop(item, "ID"));
-    EXPECT_FALSE(Prop(item, "Name").empty());
-  }
-  EXPECT_EQ(ids, (std::set<std::string>{greeting_, farewell_}));
-  EXPECT_EQ(Items(R("GetClippingsHistroy", {"1", c})).size(), 1u);
-}
-
-void ServiceCalls::ExerciseLinkedCatalog() {
-  const Variant& c = connection_;
-  const Variant shared = Details(shared_path_);
-  const Variant link = W("AddLinkedFolder", {shared, "Team", c});
-  const std::string link_id = Prop(link, "ID");
-  const std::string catalog = Prop(link, "ExternalCatalogID");
-  ASSERT_NE(catalog, "0");
-  const std::string shared_root = "P" + catalog + "C1";
-  EXPECT_TRUE(R("IsLinkedFolder", {Variant(link_id), c}).ToBoolean());
-  EXPECT_TRUE(R("ConnectionOK", {c, Variant(link_id), "True"}).ToBoolean());
-  EXPECT_TRUE(R("CatalogsConnectionOK", {Variant(shared_root), c}).ToBoolean());
-
-  const auto catalogs = Items(R("GetExternalCatalogs", {c}));
-  ASSERT_EQ(catalogs.size(), 1u);
-  EXPECT_EQ(Prop(catalogs[0], "ID"), catalog);
-  EXPECT_EQ(Prop(R("GetConnectionDetails", {Variant(link_id), c}), "ConnectionString"),
-            Prop(shared, "ConnectionString"));
-
-  // The linked catalog's root shows under the linking folder's name.
-  EXPECT_EQ(Prop(R("GetCatalogsRootFolder", {Variant(shared_root), c}), "Name"), "Shared");
-  EXPECT_EQ(Prop(R("GetFolder", {Variant(shared_root), c}), "Name"), "Team");
-  EXPECT_EQ(NamesOf(R("GetLinkedFolders", {c})), (std::vector<std::string>{"Personal", "Team"}));
-  const auto in_link = Items(R("GetFoldersForLinkedFolder", {link, c}));
-  ASSERT_FALSE(in_link.empty());
-  EXPECT_EQ(Prop(in_link[0], "ID"), shared_root);
-
-  const Variant inbox = W("AddDefaultFolderToLinkedCatalog", {link, "Inbox", c});
-  EXPECT_EQ(Prop(inbox, "ID").rfind("P" + catalog + "C", 0), 0u);
-  EXPECT_EQ(R("GetFolderPathName", {Variant(Prop(inbox, "ID")), c}).ToText(), "Shared\\Inbox");
-  EXPECT_EQ(NamesOf(R("GetFolders", {c})), (std::vector<std::string>{"Personal", "Team"}));
-  EXPECT_EQ(NamesOf(R("GetFolders", {c, "False"})), std::vector<std::string>{"Personal"});
-
-  // New items under the linked folder land in the linked catalog's root.
-  const Variant memo =
-      W("AddClipping", {NewEntity("Clipping", {{"Name", "Memo"}}), Variant(link_id), c});
-  const std::string memo_id = Prop(memo, "ID");
-  EXPECT_EQ(memo_id.rfind("P" + catalog + "C", 0), 0u);
-  EXPECT_EQ(Prop(R("FindClippingWithGUID", {Variant(Prop(memo, "GUID")), c}), "ID"), memo_id);
-  EXPECT_EQ(NamesOf(R("GetClippingsWithoutCategory", {Variant(link_id), "False", c})),
-            std::vector<std::string>{"Memo"});
-  EXPECT_TRUE(Items(R("GetDeletedClippingsForCatalog", {Variant(link_id), "False", c})).empty());
-
-  // One search across both catalogs, merged in the order of its folders.
-  const Variant search = NewEntity("Search", {{"SearchText", "*"}});
-  const auto folder_ids = GetProperty(search.AsObject(), "FolderIDs").AsObject();
-  CallMember(folder_ids, "Add", {Variant(letters_)});
-  CallMember(folder_ids, "Add", {Variant(link_id)});
-  EXPECT_EQ(NamesOf(R("SearchForClippings", {search, c})),
-            (std::vector<std::string>{"Hello", "Memo"}));
-
-  W("AddCategory", {NewEntity("Category", {{"Name", "Topics"}}), Variant(link_id), c});
-  EXPECT_EQ(NamesOf(R("GetCategoriesFromLinkedFolder", {Variant(link_id), c})),
-            std::vector<std::string>{"Topics"});
-  EXPECT_TRUE(R("CategoryNameExists", {"Topics", Variant(link_id), c}).ToBoolean());
-  EXPECT_FALSE(R("CategoryNameExists", {"Topics", "1", c}).ToBoolean());
-  EXPECT_EQ(NamesOf(R("GetCategoriesFromLinkedFolders", {R("GetLinkedFolders", {c}), c})),
-            std::vector<std::string>{"Topics"});
-  EXPECT_TRUE(R("HaveCategoriesChanged", {"2000-01-01", c}).ToBoolean());
-  EXPECT_FALSE(R("HaveCategoriesChanged", {"2100-01-01", c}).ToBoolean());
-
-  // Renaming the linked catalog's root renames the linking folder.
-  const Variant root = R("GetFolder", {Variant(shared_root), c});
-  SetProperty(root.AsObject(), "Name", Variant("Team B"));
-  W("UpdateFolder", {root, c, "False"});
-  EXPECT_EQ(Prop(R("GetFolder", {Variant(link_id), c}), "Name"), "Team B");
-
-  // A catalog root's id removes nothing; the linked folder's id removes it and its record.
-  W("DeleteLinkedFolder", {"1", c});
-  EXPECT_EQ(Items(R("GetExternalCatalogs", {c})).size(), 1u);
-  W("DeleteLinkedFolder", {Variant(link_id), c});
-  EXPECT_TRUE(Items(R("GetExternalCatalogs", {c})).empty());
-  EXPECT_EQ(NamesOf(R("GetLinkedFolders", {c})), std::vector<std::string>{"Personal"});
-}
-
-void ServiceCalls::ExerciseDeletes() {
-  const Variant& c = connection_;
-  W("DeleteClipping", {Variant(farewell_), c});
-  EXPECT_EQ(NamesOf(R("GetDeletedClippingsForCatalog", {"1", "False", c})),
-            std::vector<std::string>{"Farewell"});
-  EXPECT_TRUE(IsNothing(R("GetClippingByName", {"Farewell", Variant(drafts_), "False", c})));
-
-  // A permanent delete of the folder takes its deleted clipping too; history forgets it.
-  W("DeleteFolder", {Variant(drafts_), c, "True"});
-  EXPECT_FALSE(R("FolderNameExists", {"Drafts", Variant(letters_), c}).ToBoolean());
-  EXPECT_TRUE(Items(R("GetDeletedClippingsForCatalog", {"1", "False", c})).empty());
-  std::vector<std::string> history;
-  for (const Variant& item : Items(R("GetClippingsHistroy", {"10", c}))) {
-    history.push_back(Prop(item, "ID"));
-  }
-  EXPECT_EQ(history, std::vector<std::string>{greeting_});
-}
-
-void ServiceCalls::ExerciseNotImplemented() {
-  const Variant& c = connection_;
-  const std::pair<const char*, std::pair<const char*, std::vector<Variant>>> calls[] = {
-      {kRead, {"ClippingExists", {"<Search/>", "<ConnectionDetails/>"}}},
-      {kWrite, {"CanUpdateFolder", {NewEntity("Folder"), c}}},
-      {kWrite, {"CanUpdateClipping", {NewEntity("Clipping"), c, "True"}}},
-  };
-  for (const auto& [progid, call] : calls) {
-    const auto e = Fails(progid, call.first, call.second);
-    EXPECT_EQ(e.number(), err::kNotYetImplemented) << call.first;
-    EXPECT_EQ(e.source(), call.first);
-    EXPECT_EQ(e.description(), "Not yet implemented!!");
-  }
+std::string Raises(int32_t number, const std::string& rest = "") {
+  return "!" + std::to_string(number) + (rest.empty() ? "" : "|" + rest);
 }
 
 TEST_F(ServiceCalls, EveryMemberRunsByNameWithTextArguments) {
-  ExerciseFolders();
-  ExerciseClippings();
-  ExerciseCategories();
-  ExerciseHistory();
-  ExerciseLinkedCatalog();
-  ExerciseDeletes();
-  ExerciseNotImplemented();
+  const std::string nyi = "|Not yet implemented!!";
+  const Step steps[] = {
+      // Folders: "Letters" under the root, later renamed "Mail", with "Drafts" under it.
+      {"R.ConnectionOK", {"$c"}, "=True"},
+      {"R.GetPersonalCatalogRootFolder", {"$c"}, ".ID=1", "root"},
+      {"let", {"$root.Name"}, "=Personal"},
+      {"W.AddFolder", {"new Folder Name=Letters", "1", "$c"}, ".ParentID=1", "letters"},
+      {"R.GetFolder", {"{letters.ID}", "$c"}, ".Name=Letters"},
+      {"W.AddFolder", {"new Folder Name=Drafts", "{letters.ID}", "$c", "True"}, "", "drafts"},
+      {"W.AddFolder",
+       {"new Folder Name=Letters", "1", "$c", "True"},
+       Raises(err::kFolderNameNotUnique)},
+      {"R.GetChildrenFolders", {"1", "$c"}, "[Letters]"},
+      {"W.CanAddFolder", {"new Folder Name=Trial", "1", "$c"}, "=True"},
+      {"R.FolderNameExists", {"Trial", "1", "$c"}, "=False"},
+      {"R.FolderNameExists", {"Letters", "1", "$c"}, "=True"},
+      {"R.GetFolderByName", {"Drafts", "{letters.ID}", "$c"}, ".ID={drafts.ID}"},
+      {"R.GetFolderByName", {"Drafts", "1", "$c"}, "nothing"},
+      {"R.GetFolder", {"{letters.ID}", "$c"}, "", "renamed"},
+      {"set", {"$renamed", "Name", "Mail"}},
+      {"W.UpdateFolder", {"$renamed", "$c"}, ".Name=Mail"},
+      {"R.GetFolder", {"{letters.ID}", "$c"}, ".Name=Mail"},
+      {"R.GetFolderPathName", {"{drafts.ID}", "$c"}, "=Personal\\Mail\\Drafts"},
+      {"R.GetChildFolders", {"{letters.ID}", "$c"}, ".ID={letters.ID}", "tree"},
+      {"let", {"$tree.ChildFolders"}, "[Drafts]"},
+      {"R.GetChildrenFolders", {"{letters.ID}", "$c", "False"}, "[Drafts]"},
+      {"W.CanDeleteFolder", {"{letters.ID}", "$c", "True"}, "=True"},
+      {"R.GetFolder", {"{drafts.ID}", "$c"}, ".Name=Drafts"},
+      {"R.HaveFoldersChanged", {"2000-01-01 00:00:00", "$c"}, "=True"},
+      {"R.HaveFoldersChanged", {"1 Jan 2100", "$c"}, "=False"},
+      {"R.CatalogsConnectionOK", {"1", "$c"}, "=True"},
+      {"R.GetCatalogsRootFolder", {"{drafts.ID}", "$c"}, ".ID=1"},
+      {"R.IsLinkedFolder", {"1", "$c"}, "=True"},
+      {"R.IsLinkedFolder", {"{letters.ID}", "$c"}, "=False"},
+      {"R.InSameCatalog", {"12", "P3C12", "$c"}, "=False"},
+      {"R.InSameCatalog", {"P3C1", "P3C9", "$c"}, "=True"},
+      {"R.GetFolder",
+       {"999", "$c"},
+       Raises(err::kObjectVariableNotSet)},  // an error, not nothing
+                                             // Clippings: "Greeting" in Mail, later renamed
+                                             // "Hello", with one data item; "Farewell" in Drafts.
+      {"let", {"new Clipping Name=Greeting;Description=hi"}, "", "new"},
+      {"call",
+       {"$new.ClippingData", "Add", "new ClippingData RawData=Dear friend;ClippingDataType=2"}},
+      {"W.CanAddClipping", {"$new", "{letters.ID}", "$c"}, "=True"},
+      {"R.ClippingNameExists", {"Greeting", "{letters.ID}", "$c"}, "=False"},
+      {"W.AddClipping", {"$new", "{letters.ID}", "$c"}, "", "greeting"},
+      {"W.AddClipping",
+       {"new Clipping Name=Farewell", "{drafts.ID}", "$c", "False"},
+       "",
+       "farewell"},
+      {"R.ClippingNameExists", {"Greeting", "{letters.ID}", "$c"}, "=True"},
+      {"R.GetClipping", {"{greeting.ID}", "$c"}, ".Name=Greeting", "plain"},
+      {"let", {"$plain.ClippingData"}, "#0"},  // bGetData left out reads no data
+      {"R.GetClipping", {"{greeting.ID}", "$c", "True"}, "", "full"},
+      {"let", {"$full.ClippingData"}, "[RawData:Dear friend]"},
+      {"R.GetClippingByName", {"Greeting", "{letters.ID}", "False", "$c"}, ".GUID={plain.GUID}"},
+      {"R.GetClippingPathName", {"{greeting.ID}", "$c"}, "=Personal\\Mail"},
+      {"set", {"$plain", "Name", "Hello"}},
+      {"W.UpdateClipping", {"$plain", "$c", "False"}, ".Name=Hello"},
+      {"R.GetClipping", {"{greeting.ID}", "$c", "True"}, "", "full"},
+      {"let", {"$full.ClippingData"}, "#1"},  // the update kept the data it was not asked to write
+      // A new list is answered; the one passed in is left alone.
+      {"let", {"new Clippings"}, "", "given"},
+      {"R.GetClippingsFromFolder", {"{letters.ID}", "$c", "True", "$given"}, "[Hello]"},
+      {"let", {"$given"}, "#0"},
+      {"R.GetClippingsFromFolder", {"{drafts.ID}", "$c"}, "[Farewell]"},
+      {"R.GetClippingsForFolderAndChildFolders",
+       {"{letters.ID}", "False", "$c"},
+       "~[Farewell,Hello]"},
+      {"R.FindClippings", {"new Search SearchText=Hel", "$c"}, "[Hello]"},
+      {"W.CanDeleteClipping", {"{greeting.ID}", "$c", "True"}, "=True"},
+      {"R.GetClipping", {"{greeting.ID}", "$c"}, ".Name=Hello"},
+      // Categories: "Work", renamed "Office".
+      {"W.AddCategory", {"new Category Name=Work", "1", "$c"}, "", "work"},
+      {"W.AddCategory",
+       {"new Category Name=Work", "1", "$c", "True"},
+       Raises(err::kCategoryNameNotUnique)},
+      {"R.CategoryNameExists", {"Work", "1", "$c"}, "=True"},
+      {"set", {"$work", "Name", "Office"}},
+      {"W.UpdateCategory", {"$work", "$c"}, ".Name=Office"},
+      {"R.GetCategory", {"{work.ID}", "$c"}, ".Name=Office", "office"},
+      {"R.GetCategoriesFromFolder", {"1", "$c"}, "[Office]"},
+      // The store refuses its own by-name query on these catalogs; the error passes through.
+      {"R.GetCategoryByName", {"Office", "1", "$c"}, Raises(err::kDatabaseError, "SQLite")},
+      {"W.AddClippingToCategory", {"{greeting.ID}", "{work.ID}", "$c"}},
+      {"R.GetCategoriesNamesForClipping", {"{greeting.ID}", "$c"}, "=Office"},
+      {"R.GetCategoriesForClipping", {"{greeting.ID}", "$c"}, "[Office]"},
+      {"R.GetClippingsFromCategory", {"{work.ID}", "False", "$c"}, "[Hello]"},
+      {"R.GetClippingsWithoutCategory", {"1", "False", "$c"}, "[Farewell]"},
+      {"W.DeleteClippingFromCategory", {"{greeting.ID}", "{work.ID}", "$c"}},
+      {"R.GetCategoriesNamesForClipping", {"{greeting.ID}", "$c"}, "="},
+      {"let", {"new Categories"}, "", "list"},
+      {"call", {"$list", "AddCategory", "$office"}},
+      {"W.AddClippingToCategories", {"{greeting.ID}", "$list", "$c"}},
+      {"R.GetCategoriesNamesForClipping", {"{greeting.ID}", "$c"}, "=Office"},
+      {"W.DeleteAllCategoriesFromClipping", {"{greeting.ID}", "$c"}},
+      {"R.GetCategoriesNamesForClipping", {"{greeting.ID}", "$c"}, "="},
+      // A folder's category reaches the clippings of its whole subtree.
+      {"W.AddFolderToCategory", {"{letters.ID}", "{work.ID}", "$c"}, "="},
+      {"R.GetCategoriesNamesForClipping", {"{farewell.ID}", "$c"}, "=Office"},
+      {"R.GetCategoriesNamesForClipping", {"{greeting.ID}", "$c"}, "=Office"},
+      {"W.DeleteAllCategoriesFromFolder", {"{letters.ID}", "$c"}, "="},
+      {"R.GetCategoriesNamesForClipping", {"{farewell.ID}", "$c"}, "="},
+      {"W.DeleteCategory", {"{work.ID}", "$c"}},
+      {"R.GetCategory", {"{work.ID}", "$c"}, "nothing"},
+      // History.
+      {"W.UpdateClippingHistory", {"$plain", "$c"}},
+      {"W.UpdateClippingHistory", {"$farewell", "$c"}},
+      {"R.GetClippingsHistroy", {"10", "$c"}, "~[Farewell,Hello]"},
+      {"R.GetClippingsHistroy", {"1", "$c"}, "#1"},
+      // The shared catalog linked as "Team"; its root is P<catalog>C1.
+      {"W.AddLinkedFolder", {"$shared", "Team", "$c"}, "", "link"},
+      {"let", {"P{link.ExternalCatalogID}C1"}, "", "shared_root"},
+      {"R.IsLinkedFolder", {"{link.ID}", "$c"}, "=True"},
+      {"R.ConnectionOK", {"$c", "{link.ID}", "True"}, "=True"},
+      {"R.CatalogsConnectionOK", {"{shared_root}", "$c"}, "=True"},
+      {"R.GetExternalCatalogs", {"$c"}, "[ID:{link.ExternalCatalogID}]"},
+      {"R.GetConnectionDetails",
+       {"{link.ID}", "$c"},
+       ".ConnectionString={shared.ConnectionString}"},
+      // The linked catalog's root shows under the linking folder's name.
+      {"R.GetCatalogsRootFolder", {"{shared_root}", "$c"}, ".Name=Shared"},
+      {"R.GetFolder", {"{shared_root}", "$c"}, ".Name=Team"},
+      {"R.GetLinkedFolders", {"$c"}, "[Personal,Team]"},
+      {"R.GetFoldersForLinkedFolder", {"$link", "$c"}, "[ID:{shared_root}]"},
+      {"W.AddDefaultFolderToLinkedCatalog", {"$link", "Inbox", "$c"}, "", "inbox"},
+      {"let", {"{inbox.ID}"}, "^P{link.ExternalCatalogID}C"},
+      {"R.GetFolderPathName", {"{inbox.ID}", "$c"}, "=Shared\\Inbox"},
+      {"R.GetFolders", {"$c"}, "[Personal,Team]"},
+      {"R.GetFolders", {"$c", "False"}, "[Personal]"},
+      // New items under the linked folder land in the linked catalog's root.
+      {"W.AddClipping", {"new Clipping Name=Memo", "{link.ID}", "$c"}, "", "memo"},
+      {"let", {"{memo.ID}"}, "^P{link.ExternalCatalogID}C"},
+      {"R.FindClippingWithGUID", {"{memo.GUID}", "$c"}, ".ID={memo.ID}"},
+      {"R.GetClippingsWithoutCategory", {"{link.ID}", "False", "$c"}, "[Memo]"},
+      {"R.GetDeletedClippingsForCatalog", {"{link.ID}", "False", "$c"}, "#0"},
+      // One search across both catalogs, merged in the order of its folders.
+      {"let", {"new Search SearchText=*"}, "", "search"},
+      {"call", {"$search.FolderIDs", "Add", "{letters.ID}"}},
+      {"call", {"$search.FolderIDs", "Add", "{link.ID}"}},
+      {"R.SearchForClippings", {"$search", "$c"}, "[Hello,Memo]"},
+      {"W.AddCategory", {"new Category Name=Topics", "{link.ID}", "$c"}},
+      {"R.GetCategoriesFromLinkedFolder", {"{link.ID}", "$c"}, "[Topics]"},
+      {"R.CategoryNameExists", {"Topics", "{link.ID}", "$c"}, "=True"},
+      {"R.CategoryNameExists", {"Topics", "1", "$c"}, "=False"},
+      {"R.GetLinkedFolders", {"$c"}, "", "linked"},
+      {"R.GetCategoriesFromLinkedFolders", {"$linked", "$c"}, "[Topics]"},
+      {"R.HaveCategoriesChanged", {"2000-01-01", "$c"}, "=True"},
+      {"R.HaveCategoriesChanged", {"2100-01-01", "$c"}, "=False"},
+      // Renaming the linked catalog's root renames the linking folder.
+      {"R.GetFolder", {"{shared_root}", "$c"}, "", "team"},
+      {"set", {"$team", "Name", "Team B"}},
+      {"W.UpdateFolder", {"$team", "$c", "False"}},
+      {"R.GetFolder", {"{link.ID}", "$c"}, ".Name=Team B"},
+      // A catalog root's id removes nothing; the linked folder's id removes it and its
+      // record.
+      {"W.DeleteLinkedFolder", {"1", "$c"}},
+      {"R.GetExternalCatalogs", {"$c"}, "#1"},
+      {"W.DeleteLinkedFolder", {"{link.ID}", "$c"}},
+      {"R.GetExternalCatalogs", {"$c"}, "#0"},
+      {"R.GetLinkedFolders", {"$c"}, "[Personal]"},
+      // Deletes: a permanent delete of a folder takes its deleted clipping; history forgets
+      // it.
+      {"W.DeleteClipping", {"{farewell.ID}", "$c"}},
+      {"R.GetDeletedClippingsForCatalog", {"1", "False", "$c"}, "[Farewell]"},
+      {"R.GetClippingByName", {"Farewell", "{drafts.ID}", "False", "$c"}, "nothing"},
+      {"W.DeleteFolder", {"{drafts.ID}", "$c", "True"}},
+      {"R.FolderNameExists", {"Drafts", "{letters.ID}", "$c"}, "=False"},
+      {"R.GetDeletedClippingsForCatalog", {"1", "False", "$c"}, "#0"},
+      {"R.GetClippingsHistroy", {"10", "$c"}, "[ID:{greeting.ID}]"},
+      // Members not written yet say so, naming themselves.
+      {"R.ClippingExists",
+       {"<Search/>", "<ConnectionDetails/>"},
+       Raises(err::kNotYetImplemented, "ClippingExists" + nyi)},
+      {"W.CanUpdateFolder",
+       {"new Folder", "$c"},
+       Raises(err::kNotYetImplemented, "CanUpdateFolder" + nyi)},
+      {"W.CanUpdateClipping",
+       {"new Clipping", "$c", "True"},
+       Raises(err::kNotYetImplemented, "CanUpdateClipping" + nyi)},
+  };
+  for (const Step& step : steps) {
+    const std::string expect = Expand(step.expect);
+    EXPECT_EQ(Outcome(step, expect), expect) << step.call << " step " << (&step - steps);
+  }
   for (const char* progid : {kRead, kWrite}) {
     for (const MemberInfo& m : TableOf(progid).members()) {
-      EXPECT_EQ(called_.count(std::string(progid) + "." + m.name), 1u) << m.name << " not called";
+      EXPECT_EQ(called_.count((progid == kRead ? "R." : "W.") + m.name), 1u) << m.name;
     }
   }
 }

@@ -59,25 +59,18 @@ TEST(XmlIo, UncarriableTextIsRefusedBeforeAnythingIsWritten) {
   }
 }
 
+// Dates and lists are printed by the entities and checked, to the byte, with them.
 TEST(XmlIo, PrintWritesCompactTextWithEscapedAttributeWhitespace) {
-  ScopedDateLocale locale(test::EnglishDates());
   pugi::xml_document document;
   pugi::xml_node element = document.append_child("e");
   SetTextAttribute(element, "b", "x\ty\rz\n<\"&'");
   SetLongAttribute(element, "l", -2147483647 - 1);
   SetBooleanAttribute(element, "t", true);
   SetBooleanAttribute(element, "f", false);
-  SetDateAttribute(element, "d", *Date::FromParts({2002, 3, 3, 14, 5, 9}));
-  SetDateAttribute(element, "z", Date());
   element.append_child("c");
   EXPECT_EQ(Print(element),
             "<e b=\"x&#09;y&#13;z&#10;&lt;&quot;&amp;'\" l=\"-2147483648\" t=\"true\" "
-            "f=\"false\" d=\"14:05:09 3 Mar 2002\" z=\"00:00:00 30 Dec 1899\"><c/></e>");
-  pugi::xml_document members;
-  EXPECT_EQ(PrintList("Folders", members), "<Folders></Folders>");
-  members.append_child("a").append_attribute("x").set_value("1");
-  members.append_child("b");
-  EXPECT_EQ(PrintList("Folders", members), "<Folders><a x=\"1\"/><b/></Folders>");
+            "f=\"false\"><c/></e>");
 }
 
 TEST(XmlIo, LoadRootTakesOneWellFormedRootOfThatNameOnly) {
