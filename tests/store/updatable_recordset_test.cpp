@@ -8,25 +8,13 @@
 #include "store/blob_field.h"
 #include "store/db_connection.h"
 #include "temp_catalog.h"
+#include "util/error_of.h"
 #include "util/errors.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
 
-using ::clipcat::testing::TempCatalog;
-
 constexpr const char* kEmptyDataRows = "SELECT * FROM ClippingDataType WHERE lClippingID=NULL";
-
-template <typename Call>
-int32_t ErrorNumberOf(Call&& call) {
-  try {
-    call();
-  } catch (const AutomationError& e) {
-    return e.number();
-  }
-  ADD_FAILURE() << "no error raised";
-  return 0;
-}
 
 // Text of `chars` characters mixing one-, two- and three-byte UTF-8 and surrogate pairs, so that
 // pieces of 4096 bytes split it at every kind of place.
@@ -121,11 +109,11 @@ TEST_F(UpdatableRecordsetTest, RowsNotUpdatedLeaveNothingBehind) {
     AddItem(rs, 2, 1);
     rs.BeginLongValue("ClippingData", 10);
     rs.AppendChunk("ClippingData", "12345");
-    EXPECT_EQ(ErrorNumberOf([&] { rs.Update(); }), err::kInvalidProcedureCall);  // 5 bytes short
+    EXPECT_EQ(ErrorOf([&] { rs.Update(); }).number(), err::kInvalidProcedureCall);  // 5 bytes short
 
     AddItem(rs, 3, 1);
     rs.BeginLongValue("ClippingData", 4);
-    EXPECT_EQ(ErrorNumberOf([&] { rs.AppendChunk("ClippingData", "12345"); }),
+    EXPECT_EQ(ErrorOf([&] { rs.AppendChunk("ClippingData", "12345"); }).number(),
               err::kInvalidProcedureCall);
     rs.AddNew();  // drops row 3
 
@@ -169,19 +157,20 @@ TEST_F(UpdatableRecordsetTest, ValuesSetAfterTheLongValueAreKept) {
 
 TEST_F(UpdatableRecordsetTest, MisuseRaisesTheRecordsetErrors) {
   UpdatableRecordset rs = db_.GetRecordsetRW(kEmptyDataRows);
-  EXPECT_EQ(ErrorNumberOf([&] { rs.SetValue("lClippingID", 1); }), err::kNoCurrentRecord);
-  EXPECT_EQ(ErrorNumberOf([&] { rs.Update(); }), err::kNoCurrentRecord);
+  EXPECT_EQ(ErrorOf([&] { rs.SetValue("lClippingID", 1); }).number(), err::kNoCurrentRecord);
+  EXPECT_EQ(ErrorOf([&] { rs.Update(); }).number(), err::kNoCurrentRecord);
   rs.AddNew();
-  EXPECT_EQ(ErrorNumberOf([&] { rs.SetValue("sNoSuchField", 1); }), err::kFieldNotFound);
-  EXPECT_EQ(ErrorNumberOf([&] { rs.AppendChunk("ClippingData", "x"); }),
+  EXPECT_EQ(ErrorOf([&] { rs.SetValue("sNoSuchField", 1); }).number(), err::kFieldNotFound);
+  EXPECT_EQ(ErrorOf([&] { rs.AppendChunk("ClippingData", "x"); }).number(),
             err::kInvalidProcedureCall);
   rs.Close();
-  EXPECT_EQ(ErrorNumberOf([&] { rs.AddNew(); }), err::kObjectClosed);
+  EXPECT_EQ(ErrorOf([&] { rs.AddNew(); }).number(), err::kObjectClosed);
   // Rows can only be added through a query over one table.
-  EXPECT_EQ(ErrorNumberOf(
-                [&] { db_.GetRecordsetRW("SELECT f.sName, c.sName FROM Folder f, Clipping c"); }),
+  EXPECT_EQ(ErrorOf([&] {
+              db_.GetRecordsetRW("SELECT f.sName, c.sName FROM Folder f, Clipping c");
+            }).number(),
             err::kDatabaseError);
-  EXPECT_EQ(ErrorNumberOf([&] { db_.GetRecordsetRW("SELECT 1 + 1"); }), err::kDatabaseError);
+  EXPECT_EQ(ErrorOf([&] { db_.GetRecordsetRW("SELECT 1 + 1"); }).number(), err::kDatabaseError);
 }
 
 TEST_F(UpdatableRecordsetTest, SelectedRowsAreReadable) {
@@ -192,4 +181,4 @@ TEST_F(UpdatableRecordsetTest, SelectedRowsAreReadable) {
 }
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing
