@@ -200,13 +200,10 @@ TEST_F(ClippingDataTest, DamagedFramesRaiseNamingTheClipping) {
     const std::string& bytes = damaged[i];
     const std::string id = Add("Damaged " + std::to_string(i), {{2, "fine"}});
     WriteRawItem(id, 2, true, bytes);
-    try {
-      access_->GetClipping(id, true);
-      ADD_FAILURE() << "no error for damage " << i;
-    } catch (const AutomationError& e) {
-      EXPECT_EQ(e.number(), err::kDataCorrupt);
-      EXPECT_NE(e.description().find("clipping " + id + " "), std::string::npos) << e.description();
-    }
+    SCOPED_TRACE(::testing::Message() << "damage " << i);
+    const AutomationError e = ErrorOf([&] { access_->GetClipping(id, true); });
+    EXPECT_EQ(e.number(), err::kDataCorrupt);
+    EXPECT_NE(e.description().find("clipping " + id + " "), std::string::npos) << e.description();
     // Without its data the clipping is still readable.
     EXPECT_NE(access_->GetClipping(id, false), nullptr);
   }
@@ -215,13 +212,8 @@ TEST_F(ClippingDataTest, DamagedFramesRaiseNamingTheClipping) {
   const std::string id = Add("External", {});
   WriteRawItem(id, 2, true, flipped);
   access_->SetExternalCatalogID(Variant(int32_t{7}));
-  try {
-    access_->GetClipping("P7C" + id, true);
-    ADD_FAILURE() << "no error";
-  } catch (const AutomationError& e) {
-    EXPECT_NE(e.description().find("clipping P7C" + id + " "), std::string::npos)
-        << e.description();
-  }
+  const AutomationError e = ErrorOf([&] { access_->GetClipping("P7C" + id, true); });
+  EXPECT_NE(e.description().find("clipping P7C" + id + " "), std::string::npos) << e.description();
 }
 
 TEST_F(ClippingDataTest, UpdatesReplaceAllItemsOnlyWhenAsked) {
