@@ -28,12 +28,17 @@ std::string Signature(const MemberInfo& m) {
                                        "Date",   "Double", "Variant", "Object"};
   std::string text = m.name + "(";
   for (const ParamInfo& p : m.params) {
-    const Variant& d = p.default_value;
-    text += (text.back() == '(' ? "" : ", ") + (!p.optional    ? p.name
-                                                : d.IsObject() ? "[" + p.name + "=Nothing]"
-                                                : d.type() == Variant::Type::kString
-                                                    ? "[" + p.name + "=\"" + d.ToText() + "\"]"
-                                                    : "[" + p.name + "=" + d.ToText() + "]");
+    std::string param = p.name;
+    if (p.optional) {
+      const Variant& d = p.default_value;
+      const bool quoted = !d.IsObject() && d.type() == Variant::Type::kString;
+      param = "[" + p.name + "=" +
+              (d.IsObject() ? "Nothing"
+               : quoted     ? '"' + d.ToText() + '"'
+                            : d.ToText()) +
+              "]";
+    }
+    text += (text.back() == '(' ? "" : ", ") + param;
   }
   text += ")";
   if (!m.returns_value) return text;
