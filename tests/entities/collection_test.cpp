@@ -34,19 +34,5 @@ TEST(Collection, PositionsOutsideTheListRaiseSubscriptOutOfRange) {
   }
 }
 
-TEST(Collection, KeepsTheSameObjectsAndSnapshotsApartFromLaterChanges) {
-  Collection<std::shared_ptr<int>> list;
-  auto shared = std::make_shared<int>(7);
-  list.Add(shared);
-  list.Add(nullptr);
-  // Appending a list to itself through a snapshot doubles it once instead of looping.
-  for (const auto& item : list.Snapshot()) list.Add(item);
-  const auto before = list.Snapshot();
-  EXPECT_EQ(before, (std::vector<std::shared_ptr<int>>{shared, nullptr, shared, nullptr}));
-  list.Clear();
-  EXPECT_EQ(list.Count(), 0);
-  EXPECT_EQ(before.size(), 4u);
-}
-
 }  // namespace
 }  // namespace clipcat
