@@ -20,21 +20,39 @@ constexpr int kLevel = 3;
 }  // namespace
 
 struct Compression::Contexts {
-  ZSTD_CCtx* compress = ZSTD_createCCtx();
-  ZSTD_DCtx* decompress = ZSTD_createDCtx();
-  Contexts() {
-    // The checksum makes any damage to a stored item an error instead of wrong text.
-    ZSTD_CCtx_setParameter(compress, ZSTD_c_compressionLevel, kLevel);
-    ZSTD_CCtx_setParameter(compress, ZSTD_c_checksumFlag, 1);
-  }
+  ZSTD_CCtx* compress = nullptr;
+  ZSTD_DCtx* decompress = nullptr;
   ~Contexts() {
     ZSTD_freeCCtx(compress);
     ZSTD_freeDCtx(decompress);
   }
+  ZSTD_CCtx* Compressor() {
+    if (compress == nullptr) {
+      compress = ZSTD_createCCtx();
+      // The checksum makes any damage to a stored item an error instead of wrong text.
+      ZSTD_CCtx_setParameter(compress, ZSTD_c_compressionLevel, kLevel);
+      ZSTD_CCtx_setParameter(compress, ZSTD_c_checksumFlag, 1);
+    }
+    return compress;
+  }
+  ZSTD_DCtx* Decompressor() {
+    if (decompress == nullptr) decompress = ZSTD_createDCtx();
+    return decompress;
+  }
 };
 
-Compression::Compression() : contexts_(std::make_unique<Contexts>()) {}
-Compression::~Compression() = default;
+thread_local std::unique_ptr<Compression::Contexts> Compression::spare_;
+
+Compression::Compression() : contexts_(std::move(spare_)) {}
+
+Compression::~Compression() {
+  if (contexts_ && !spare_) spare_ = std::move(contexts_);
+}
+
+Compression::Contexts& Compression::contexts() {
+  if (!contexts_) contexts_ = std::make_unique<Contexts>();
+  return *contexts_;
+}
 
 bool Compression::LooksLikeFrame(std::string_view bytes) {
   return bytes.size() >= kHeaderBytes && bytes.substr(0, 4) == std::string_view(kMagic, 4);
@@ -44,7 +62,7 @@ std::string Compression::Compress(std::string_view text) {
   std::string frame(kHeaderBytes + ZSTD_compressBound(text.size()), '\0');
   frame.replace(0, 4, kMagic, 4);
   frame[4] = static_cast<char>(kCodecZstd);
-  const size_t written = ZSTD_compress2(contexts_->compress, frame.data() + kHeaderBytes,
+  const size_t written = ZSTD_compress2(contexts().Compressor(), frame.data() + kHeaderBytes,
                                         frame.size() - kHeaderBytes, text.data(), text.size());
   if (ZSTD_isError(written)) {
     throw AutomationError(err::kDataCorrupt, kComponentSource,
@@ -64,7 +82,7 @@ std::string Compression::DecompressString(std::string_view frame) {
   }
   if (size > kMaxContentBytes) Corrupt("content too large");
   std::string text(static_cast<size_t>(size), '\0');
-  const size_t produced = ZSTD_decompressDCtx(contexts_->decompress, text.data(), text.size(),
+  const size_t produced = ZSTD_decompressDCtx(contexts().Decompressor(), text.data(), text.size(),
                                               payload.data(), payload.size());
   if (ZSTD_isError(produced)) Corrupt(ZSTD_getErrorName(produced));
   if (produced != text.size()) Corrupt("truncated payload");

@@ -4,6 +4,7 @@
 //   bytes 5-   the zstd frame of the content's UTF-8 text (which records the content size)
 // The frame layout and codec numbers are frozen: changing one breaks every catalog.
 // One Compression object serves one pass over many items; it is not safe for concurrent use.
+// Its engine contexts are made when first needed and handed to the thread's next Compression.
 #pragma once
 
 #include <cstdint>
@@ -35,7 +36,12 @@ class Compression {
 
  private:
   struct Contexts;
+  Contexts& contexts();
+
   std::unique_ptr<Contexts> contexts_;
+  // The contexts of the thread's last finished pass, kept for the next one: making them costs
+  // more than compressing a short clipping.
+  static thread_local std::unique_ptr<Contexts> spare_;
 };
 
 }  // namespace clipcat

@@ -1,5 +1,8 @@
 #include "util/values.h"
 
+#include <cstdio>
+#include <optional>
+
 #include "util/date_text.h"
 #include "util/errors.h"
 #include "util/text.h"
@@ -66,7 +69,41 @@ std::string FormatCatalogDate(const Date& date) {
   return FormatCatalogDateText(date);
 }
 
+namespace {
+
+// The date of text written exactly in the catalog form, without the detours of the general
+// reader: every date read back from a catalog or an entity's XML has this form.
+std::optional<Date> ParseExactCatalogDate(const std::string& text) {
+  DateParts p;
+  char month[32] = {0};
+  int consumed = 0;
+  if (std::sscanf(text.c_str(), "%2d:%2d:%2d %2d %31s %4d%n", &p.hour, &p.minute, &p.second, &p.day,
+                  month, &p.year, &consumed) != 6 ||
+      static_cast<size_t>(consumed) != text.size()) {
+    return std::nullopt;
+  }
+  const DateLocale& locale = CurrentDateLocale();
+  for (int m = 0; m < 12; ++m) {
+    if (locale.month_abbreviations[m] == month) p.month = m + 1;
+  }
+  const auto date = Date::FromParts(p);
+  // Only the exact form qualifies (leading zeros, single blanks); anything else takes the long way.
+  if (!date || FormatCatalogDateText(*date, locale) != text) return std::nullopt;
+  return date;
+}
+
+}  // namespace
+
 Date ToDateOr(const Variant& value, Date fallback) {
+  if (value.type() == Variant::Type::kDate) {
+    const Date date = value.ToDate();
+    if (date.IsValid()) {
+      if (const auto rounded = Date::FromParts(date.Parts())) return *rounded;  // to the second
+    }
+  }
+  if (value.type() == Variant::Type::kString) {
+    if (const auto date = ParseExactCatalogDate(value.AsString())) return *date;
+  }
   return ConvertOr<Date>(
       [&] {
         const auto iso = ParseIsoDate(NormaliseDateText(value.ToText()));

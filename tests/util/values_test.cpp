@@ -89,6 +89,24 @@ TEST_F(ValuesTest, FormatCatalogDateAndToDateOrRoundTrip) {
   EXPECT_EQ(ToDateOr(text, Date()), *Date::FromParts({2002, 4, 3, 0, 0, 0}));
 }
 
+TEST_F(ValuesTest, ToDateOrReadsTheCatalogFormAndItsLooseVariantsAlike) {
+  // Dates across the whole range read back from their catalog text,
+  // whether the text is in the exact form or loosened so that it takes the general reader.
+  for (double serial = -657434.0; serial < 2958465.0; serial += 7919.123456) {
+    const Date date(serial);
+    const Date expected = *Date::FromParts(date.Parts());
+    const std::string text = FormatCatalogDate(date);
+    EXPECT_EQ(ToDateOr(text, Date()), expected) << text;
+    EXPECT_EQ(ToDateOr(" " + text, Date()), expected) << text;
+    EXPECT_EQ(ToDateOr(date, Date()), expected) << text;
+  }
+  EXPECT_EQ(ToDateOr("14:05:09  3 apr 2002", Date()), *Date::FromParts({2002, 4, 3, 14, 5, 9}));
+  EXPECT_EQ(ToDateOr("14:5:9 3 Apr 2002", Date()), *Date::FromParts({2002, 4, 3, 14, 5, 9}));
+  EXPECT_EQ(ToDateOr("14:05:09 31 Apr 2002", Date(5.0)), Date(5.0));
+  EXPECT_EQ(ToDateOr("14:05:09 3 Apx 2002", Date(5.0)), Date(5.0));
+  EXPECT_EQ(ToDateOr(Date(2958465.999999), Date(5.0)), Date(5.0));  // rounds past 9999
+}
+
 TEST_F(ValuesTest, ToLongOrRoundsHalvesToEvenAndFallsBackOnOverflow) {
   const struct {
     double in;
