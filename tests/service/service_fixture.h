@@ -23,34 +23,24 @@
 #include "service/clipping_data_read.h"
 #include "service/clipping_data_write.h"
 #include "service/connection_handler.h"
+#include "store/catalog_fixture.h"
 #include "store/catalog_schema.h"
 #include "store/connection_string.h"
 #include "store/data_access.h"
+#include "util/error_of.h"
 #include "util/errors.h"
 
 namespace clipcat::service_test {
+
+using testing::ErrorOf;
+using testing::NewClipping;
+using testing::NewSearch;
+using testing::RaisedNumber;
 
 // The data source type of a file catalog in connection details.
 inline constexpr int32_t kFileCatalog = 1;
 // Folder status of a linked catalog that cannot be reached.
 inline constexpr int32_t kStatusError = 4;
-
-// The number, source and description of the error `call` raises; number 0 when it raises none.
-struct Raised {
-  int32_t number = 0;
-  std::string source;
-  std::string description;
-};
-
-template <typename Call>
-Raised RaisedBy(Call&& call) {
-  try {
-    call();
-  } catch (const AutomationError& error) {
-    return {error.number(), error.source(), error.description()};
-  }
-  return {};
-}
 
 // Connection details of the file catalog at `path`.
 inline std::shared_ptr<ConnectionDetails> FileDetails(const std::string& path) {
@@ -66,18 +56,6 @@ inline std::shared_ptr<Folder> NewFolder(const std::string& name,
   folder->SetName(name);
   folder->SetDescription(description);
   return folder;
-}
-
-// A clipping with one text item.
-inline std::shared_ptr<Clipping> NewClipping(const std::string& name,
-                                             const std::string& text = "text") {
-  auto clipping = Clipping::Create();
-  clipping->SetName(name);
-  auto data = ClippingData::Create();
-  data->SetClippingDataType(2);
-  data->SetRawData(text);
-  clipping->ClippingData()->Add(data);
-  return clipping;
 }
 
 // The ids of `folders` and of every folder below them, depth first.
