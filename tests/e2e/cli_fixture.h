@@ -1,6 +1,6 @@
 // The fixture of the end-to-end tests: runs the built clipcat command on a temporary catalog,
 // with a private data directory so that no user's catalog is ever touched, and collects its exit
-// status and both output streams.
+// status and both output streams. Used from the test thread only.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -19,34 +19,54 @@
 namespace clipcat_e2e {
 
 namespace fs = std::filesystem;
+using Args = std::vector<std::string>;
+using Ids = std::vector<std::string>;
 
 struct Result {
   int status = -1;
-  std::string out;
-  std::string err;
+  std::string out, err;
 };
 
 inline std::string Quote(const std::string& arg) {
   std::string quoted = "'";
-  for (char c : arg) {
-    if (c == '\'') {
-      quoted += "'\\''";
-    } else {
-      quoted += c;
-    }
-  }
+  for (char c : arg) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
   return quoted + "'";
 }
 
 inline std::string ReadFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
   std::ostringstream content;
-  content << in.rdbuf();
+  content << std::ifstream(path, std::ios::binary).rdbuf();
   return content.str();
 }
 
 inline void WriteFile(const fs::path& path, const std::string& content) {
   std::ofstream(path, std::ios::binary) << content;
+}
+
+inline std::string Trim(std::string s) {
+  while (!s.empty() && (s.back() == '\n' || s.back() == ' ')) s.pop_back();
+  return s;
+}
+
+// A tree listing without its "  [id]" columns.
+inline std::string WithoutTreeIds(const std::string& tree) {
+  return std::regex_replace(tree, std::regex(R"(  \[[^\]]*\])"), "");
+}
+
+// The ids in the first column of a table, in order, its header left out.
+inline Ids FirstColumn(const std::string& table) {
+  Ids ids;
+  std::istringstream lines(table);
+  std::string line;
+  std::getline(lines, line);
+  while (std::getline(lines, line)) ids.push_back(line.substr(0, line.find(' ')));
+  return ids;
+}
+
+// The connection details of the file catalog at `path`.
+inline std::string FileDetails(const std::string& path) {
+  return "<connectiondetails connectionstring=\"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" +
+         path + "\" datasourcetype=\"1\"/>";
 }
 
 // An export with its ids replaced by their places in the order of first appearance: ids differ
@@ -58,15 +78,12 @@ inline std::string WithoutIds(const std::string& document) {
   auto last = document.cbegin();
   for (std::sregex_iterator it(document.begin(), document.end(), id_attribute), end; it != end;
        ++it) {
-    const auto& match = *it;
-    out.append(last, match[0].first);
-    const auto [entry, added] =
-        numbers.emplace(match[2].str(), static_cast<int>(numbers.size()) + 1);
-    out += match[1].str() + "=\"#" + std::to_string(entry->second) + "\"";
-    last = match[0].second;
+    out.append(last, (*it)[0].first);
+    const auto entry = numbers.emplace((*it)[2].str(), static_cast<int>(numbers.size()) + 1).first;
+    out += (*it)[1].str() + "=\"#" + std::to_string(entry->second) + "\"";
+    last = (*it)[0].second;
   }
-  out.append(last, document.cend());
-  return out;
+  return out.append(last, document.cend());
 }
 
 class Cli : public ::testing::Test {
@@ -79,10 +96,8 @@ class Cli : public ::testing::Test {
   }
   void TearDown() override { fs::remove_all(dir_); }
 
-  // The command line that runs clipcat with `args`, with `env` set (and $CLIPCAT_CATALOG unset),
-  // without redirections.
-  std::string CommandLine(const std::vector<std::string>& args,
-                          const std::map<std::string, std::string>& env = {}) const {
+  // The shell command that runs clipcat with `args` and `env` ($CLIPCAT_CATALOG unset).
+  std::string CommandLine(const Args& args, const std::map<std::string, std::string>& env) const {
     std::string command = "env -u CLIPCAT_CATALOG XDG_DATA_HOME=" + Quote((dir_ / "data").string());
     for (const auto& [name, value] : env) command += " " + name + "=" + Quote(value);
     command += " " + Quote(CLIPCAT_BINARY);
@@ -90,42 +105,41 @@ class Cli : public ::testing::Test {
     return command;
   }
 
-  // Runs clipcat with the given arguments (and standard input).
-  Result Run(const std::vector<std::string>& args, const std::string& input = "",
+  Result Run(const Args& args, const std::string& input = "",
              const std::map<std::string, std::string>& env = {}) {
     const fs::path in = dir_ / "stdin", out = dir_ / "stdout", err = dir_ / "stderr";
     WriteFile(in, input);
-    const std::string command = CommandLine(args, env) + " <" + Quote(in.string()) + " >" +
-                                Quote(out.string()) + " 2>" + Quote(err.string());
-    const int raw = std::system(command.c_str());
-    Result result;
-    result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    result.out = ReadFile(out);
-    result.err = ReadFile(err);
-    return result;
+    const int raw = std::system((CommandLine(args, env) + " <" + Quote(in.string()) + " >" +
+                                 Quote(out.string()) + " 2>" + Quote(err.string()))
+                                    .c_str());
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, ReadFile(out), ReadFile(err)};
   }
 
-  // Runs a command on `catalog` (the test catalog by default) and expects success; answers its
-  // output.
-  std::string Ok(std::vector<std::string> args, const std::string& input = "") {
-    return OkOn(catalog_, std::move(args), input);
-  }
-  std::string OkOn(const std::string& catalog, std::vector<std::string> args,
-                   const std::string& input = "") {
+  // Runs a command on `catalog` and expects success; answers its output.
+  std::string OkOn(const std::string& catalog, Args args, const std::string& input = "") {
     args.insert(args.begin(), {"--catalog", catalog});
     const Result r = Run(args, input);
     EXPECT_EQ(r.status, 0) << r.err;
     return r.out;
   }
+  std::string Ok(Args args, const std::string& input = "") { return OkOn(catalog_, args, input); }
 
-  Result OnCatalog(std::vector<std::string> args, const std::string& input = "") {
+  // Runs a command on the test catalog and expects it to fail with `status`; answers its
+  // standard error.
+  std::string Fails(Args args, int status = 1, const std::string& input = "") {
     args.insert(args.begin(), {"--catalog", catalog_});
-    return Run(args, input);
+    const Result r = Run(args, input);
+    EXPECT_EQ(r.status, status) << args[2] << ": " << r.err;
+    return r.err;
   }
 
-  static std::string Trim(std::string s) {
-    while (!s.empty() && (s.back() == '\n' || s.back() == ' ')) s.pop_back();
-    return s;
+  // The id of the one clipping that a search for `name` on `catalog` finds.
+  std::string IdOf(const std::string& catalog, const std::string& name) {
+    const std::string found = OkOn(catalog, {"search", name});
+    std::smatch match;
+    EXPECT_TRUE(std::regex_search(found, match, std::regex("\\n(\\S+)\\s+" + name + "\\s")))
+        << found;
+    return match.size() > 1 ? match[1].str() : "";
   }
 
   fs::path dir_;

@@ -1,5 +1,5 @@
-// The clipcat command as scripts and people use it: exit codes, output forms and the call
-// contract, on temporary catalogs.
+// The clipcat command as scripts and people use it: which catalog it opens, the everyday
+// commands, their output forms, and the call contract with its error form and exit statuses.
 #include <string>
 
 #include "cli_fixture.h"
@@ -8,132 +8,210 @@ namespace {
 
 using namespace clipcat_e2e;
 
-TEST_F(Cli, InitCreatesOnlyWhatItIsAskedToAndNeverANamedMissingCatalog) {
-  // A named catalog that does not exist is unreachable: no file appears.
-  Result r = OnCatalog({"tree"});
-  EXPECT_EQ(r.status, 1);
-  EXPECT_NE(r.err.find("error -2147220994 ("), std::string::npos) << r.err;
+constexpr const char* kRead = "TORVEL.ClippingDataRead";
+constexpr const char* kWrite = "TORVEL.ClippingDataWrite";
+constexpr size_t npos = std::string::npos;
+
+TEST_F(Cli, ANamedMissingCatalogIsNeverMadeWhileTheDefaultIsMadeAndSeededOnce) {
+  EXPECT_NE(Fails({"tree"}).find("error -2147220994 ("), npos);
   EXPECT_FALSE(fs::exists(catalog_));
-
-  EXPECT_NE(Ok({"init", "--name", "Personal"}).find("created"), std::string::npos);
-  EXPECT_TRUE(fs::exists(catalog_));
+  EXPECT_EQ(Ok({"init", "--name", "Personal"}), "created " + catalog_ + "\n");
   EXPECT_EQ(Trim(Ok({"tree"})), "Personal  [1]");
-  r = OnCatalog({"init"});
-  EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.err.rfind("error ", 0), 0u) << r.err;
+  EXPECT_EQ(Fails({"init"}).rfind("error ", 0), 0u);
+  EXPECT_EQ(Ok({"tour"}).find("sample library"), npos) << "a named catalog is never seeded";
 
-  // The default catalog is made on first use, in the private data directory.
-  r = Run({"tree"});
-  EXPECT_EQ(r.status, 0) << r.err;
-  EXPECT_TRUE(fs::exists(dir_ / "data" / "clipcat" / "catalog.db"));
+  const fs::path other = dir_ / "other";
+  EXPECT_EQ(Run({"tree"}, "", {{"XDG_DATA_HOME", other.string()}}).status, 0);
+  EXPECT_TRUE(fs::exists(other / "clipcat" / "catalog.db"));
+  const std::string path = (dir_ / "data" / "clipcat" / "catalog.db").string();
+  const Result tour = Run({"tour"});
+  ASSERT_EQ(tour.status, 0) << tour.err;
+  EXPECT_NE(tour.out.find("Created a new catalog with a sample library: " + path), npos);
+  for (const char* part : {"Spreadsheets", "Greeting", "Correspondence", "Dear Sir or Madam,"}) {
+    EXPECT_NE(tour.out.find(part), npos) << part << " in " << tour.out;
+  }
+  const std::string before = Run({"export"}).out, history = Run({"history"}).out;
+  EXPECT_NE(Run({"tour"}).out.find("Catalog: " + path), npos);
+  EXPECT_EQ(Run({"export"}).out, before);
+  EXPECT_EQ(Run({"history"}).out, history) << "the tour does not count as a use";
 }
 
-TEST_F(Cli, EverydayCommandsWorkOnFoldersAndClippings) {
+TEST_F(Cli, FoldersAndClippingsAreMadeShownRenamedAndRemoved) {
   Ok({"init", "--name", "Personal"});
   const std::string letters = Trim(Ok({"mkdir", "1", "Letters"}));
-  ASSERT_FALSE(letters.empty());
+  const std::string inner = Trim(Ok({"mkdir", letters, "Inner"}));
   const std::string greeting =
       Trim(Ok({"add", letters, "Greeting", "--text", "Dear Sir,\r\n\tline two"}));
-  const std::string from_stdin = Trim(Ok({"add", letters, "Piped", "--type", "1"}, "{\\rtf1 x}"));
-  EXPECT_NE(greeting, from_stdin);
-
-  const std::string tree = Ok({"tree"});
-  EXPECT_NE(tree.find("  Letters  [" + letters + "]"), std::string::npos) << tree;
-
-  const std::string listing = Ok({"ls", letters});
-  EXPECT_NE(listing.find("Greeting"), std::string::npos);
-  EXPECT_NE(listing.find("Piped"), std::string::npos);
-
+  const std::string piped = Trim(Ok({"add", letters, "Piped", "--type", "1"}, "{\\rtf1 x}"));
+  const std::string deep = Trim(Ok({"add", inner, "Deep", "--text", "x"}));
+  EXPECT_EQ(FirstColumn(Ok({"ls", letters})), (Ids{greeting, piped}));
   // --raw writes the content byte for byte, carriage return and tab included.
   EXPECT_EQ(Ok({"show", greeting, "--raw", "2"}), "Dear Sir,\r\n\tline two");
-  EXPECT_EQ(Ok({"show", from_stdin, "--raw", "1"}), "{\\rtf1 x}");
-  EXPECT_NE(Ok({"show", greeting}).find("Personal\\Letters"), std::string::npos);
+  EXPECT_EQ(Ok({"show", piped, "--raw", "1"}), "{\\rtf1 x}");
+  EXPECT_NE(Ok({"show", greeting}).find("Personal\\Letters"), npos);
 
   Ok({"rename", greeting, "Salutation"});
-  EXPECT_NE(Ok({"ls", letters}).find("Salutation"), std::string::npos);
+  Ok({"rename", inner, "Outer"});
+  EXPECT_EQ(Ok({"tree"}),
+            "Personal  [1]\n  Letters  [" + letters + "]\n    Outer  [" + inner + "]\n");
+  EXPECT_NE(Ok({"ls", letters}).find("Salutation"), npos);
+  EXPECT_EQ(Fails({"rename", piped, "salutation"}).rfind("error -2147220996 (Data Services)", 0),
+            0u);
+  EXPECT_EQ(Fails({"add", letters, "Salutation", "--text", "x"}).rfind("error -2147220996 (", 0),
+            0u);
 
-  // A second clipping of the same name in one folder is refused with the store's error.
-  const Result dup = OnCatalog({"add", letters, "Salutation", "--text", "x"});
-  EXPECT_EQ(dup.status, 1);
-  EXPECT_NE(dup.err.find("error -2147220996 (Data Services):"), std::string::npos) << dup.err;
+  // The entities' own XML on request.
+  EXPECT_EQ(Ok({"tree", "--xml"}).rfind("<Folders><Folder Folderid=\"1\"", 0), 0u);
+  EXPECT_EQ(Ok({"--xml", "ls", inner}).rfind("<clippings><clipping ClippingID=\"" + deep + "\"", 0),
+            0u);
+  EXPECT_NE(Ok({"--xml", "show", deep}).find("<clippingdataitem datatype=\"2\">x</"), npos);
+  EXPECT_EQ(Ok({"--xml", "mkdir", "1", "Made"}).rfind("<Folder ", 0), 0u);
+  EXPECT_EQ(Ok({"--xml", "add", "1", "Made", "--text", "t"}).rfind("<clipping ", 0), 0u);
 
-  Ok({"rm", from_stdin});
-  EXPECT_EQ(Ok({"ls", letters}).find("Piped"), std::string::npos);
-  Ok({"tag", greeting, "Work"});
-  EXPECT_NE(Ok({"categories"}).find("Work"), std::string::npos);
-  const std::string found = Ok({"search", "Salut"});
-  EXPECT_NE(found.find("Salutation"), std::string::npos) << found;
-  EXPECT_NE(found.find("Work"), std::string::npos) << found;
-  EXPECT_EQ(Ok({"search", "nothing-like-this"}).find("Salutation"), std::string::npos);
+  // rm marks deleted; --permanently removes, a folder with everything below it.
+  Ok({"rm", piped});
+  EXPECT_EQ(FirstColumn(Ok({"ls", letters})), Ids{greeting});
+  EXPECT_NE(Ok({"call", kRead, "GetClipping", piped}).find("Status=\"4\""), npos);
+  Ok({"rm", greeting, "--permanently"});
+  EXPECT_EQ(Ok({"call", kRead, "GetClipping", greeting}), "Nothing\n");
+  Ok({"rm", letters, "--permanently"});
+  EXPECT_EQ(Ok({"call", kRead, "GetClipping", deep}), "Nothing\n");
+  EXPECT_EQ(WithoutTreeIds(Ok({"tree"})), "Personal\n  Made\n");
+  EXPECT_EQ(Fails({"rm", "999"}), "error 5 (clipcat): no clipping or folder has the id 999\n");
 }
 
-TEST_F(Cli, CallPrintsEachResultForm) {
+TEST_F(Cli, CategoriesSearchAndHistory) {
   Ok({"init", "--name", "Personal"});
-  const std::string folder = Ok({"call", "TORVEL.ClippingDataRead", "GetFolder", "1"});
+  const std::string letters = Trim(Ok({"mkdir", "1", "Letters"}));
+  const std::string inner = Trim(Ok({"mkdir", letters, "Inner"}));
+  const std::string greeting =
+      Trim(Ok({"add", letters, "Greeting", "--text", "Dear", "--description", "hello"}));
+  const std::string closing = Trim(Ok({"add", letters, "Closing", "--text", "Regards"}));
+  const std::string deep = Trim(Ok({"add", inner, "Deep greeting", "--text", "x"}));
+  Ok({"tag", greeting, "Work"});
+  Ok({"tag", closing, "work"});  // the same category: names compare without regard to case
+  Ok({"tag", closing, "Home"});
+  EXPECT_EQ(FirstColumn(Ok({"categories"})).size(), 2u);
+  EXPECT_EQ(Ok({"--xml", "categories"}).rfind("<Categories><category Name=\"Home\"", 0), 0u);
+
+  EXPECT_EQ(FirstColumn(Ok({"search", "greeting"})), (Ids{greeting, deep}));
+  EXPECT_EQ(FirstColumn(Ok({"search", "hell"})), Ids{greeting}) << "descriptions count too";
+  EXPECT_EQ(FirstColumn(Ok({"search", "greeting", "--folder", letters})), Ids{greeting});
+  EXPECT_EQ(FirstColumn(Ok({"search", "greeting", "--folder", letters, "--subfolders"})),
+            (Ids{greeting, deep}));
+  EXPECT_EQ(FirstColumn(Ok({"search", "Greet*"})), Ids{greeting}) << "a pattern of the name";
+  EXPECT_EQ(FirstColumn(Ok({"search", "50%"})), Ids{});
+  EXPECT_EQ(Ok({"search", "closing", "--xml"})
+                .rfind("<clippings><clipping ClippingID=\"" + closing + "\"", 0),
+            0u);
+  EXPECT_EQ(FirstColumn(Ok({"search", "*", "--category", "Work"})), (Ids{greeting, closing}));
+  EXPECT_EQ(FirstColumn(Ok({"search", "*", "--category", "Home", "--category", "Work"})).size(),
+            2u);
+  EXPECT_EQ(FirstColumn(Ok({"search", "Deep*", "--category", "Home"})), Ids{});
+  EXPECT_EQ(FirstColumn(Ok({"search", "Deep*", "--category", "Home", "--any-category"})).size(),
+            2u);
+  Ok({"untag", greeting, "WORK"});
+  EXPECT_EQ(FirstColumn(Ok({"search", "*", "--category", "Work"})), Ids{closing});
+  EXPECT_EQ(Fails({"untag", greeting, "Nowhere"}),
+            "error 5 (clipcat): no category is named Nowhere\n");
+
+  // show counts as a use; access times are kept to the second, so no order is asserted.
+  EXPECT_EQ(FirstColumn(Ok({"history"})), Ids{});
+  Ok({"show", greeting});
+  Ok({"show", closing, "--raw", "2"});
+  const std::string history = Ok({"history"});
+  EXPECT_EQ(history.rfind("ID  NAME      UPDATED  ", 0), 0u) << history;
+  EXPECT_EQ(FirstColumn(history).size(), 2u);
+  EXPECT_EQ(FirstColumn(Ok({"history", "--max", "1"})).size(), 1u);
+  Fails({"history", "--max", "many"}, 64);
+  Ok({"rm", greeting, "--permanently"});
+  EXPECT_EQ(FirstColumn(Ok({"history"})), Ids{closing});
+}
+
+TEST_F(Cli, OtherCatalogsAreReachedThroughConnectionDetails) {
+  const std::string shared = (dir_ / "shared.db").string();
+  EXPECT_EQ(Run({"--connection", FileDetails(shared), "init", "--name", "Shared"}).out,
+            "created " + shared + "\n");
+  OkOn(shared, {"mkdir", "1", "Offers"});
+  Ok({"init", "--name", "Personal"});
+  const std::string linked = Trim(Ok({"link", "Team", "--connection", FileDetails(shared)}));
+  EXPECT_NE(Ok({"tree"}).find("\nTeam  [P1C1]\n  Offers  [P1C2]\n"), npos);
+  const std::string offer = Trim(Ok({"add", "P1C2", "Offer", "--text", "10% off"}));
+  EXPECT_EQ(OkOn(shared, {"show", offer.substr(3), "--raw", "2"}), "10% off");
+  fs::rename(shared, shared + ".away");
+  EXPECT_NE(Ok({"tree"}).find("Team  [" + linked + "] (offline)"), npos);
+  fs::rename(shared + ".away", shared);
+  Ok({"unlink", linked});
+  EXPECT_EQ(Ok({"tree"}).find("Team"), npos);
+  EXPECT_TRUE(fs::exists(shared)) << "unlinking leaves the other catalog alone";
+  Fails({"link", "Team"}, 64);
+
+  const fs::path udl = dir_ / "other.udl";
+  WriteFile(udl, "[oledb]\r\nProvider=Microsoft.Jet.OLEDB.4.0;Data Source=" +
+                     (dir_ / "udl.db").string() + "\r\n");
+  EXPECT_EQ(
+      Run({"--connection",
+           "<connectiondetails connectionstring=\"File Name=" + udl.string() + "\"/>", "init"})
+          .status,
+      0);
+  EXPECT_TRUE(fs::exists(dir_ / "udl.db"));
+  const std::map<std::string, std::string> refused = {
+      {"<connectiondetails connectionstring=\"Provider=PostgreSQL;Host=db.invalid;Database=c\" "
+       "datasourcetype=\"2\"/>",
+       "error -2147220994 (clipcat): "},
+      {"<connectiondetails connectionstring=\"Provider=Nothing\"/>",
+       "error 3706 (clipcat): Provider cannot be found. It may not be properly installed.\n"},
+      {"not xml", "error 424 "}};
+  for (const auto& [details, error] : refused) {
+    const Result r = Run({"--connection", details, "init"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err.rfind(error, 0), 0u) << r.err;
+  }
+  EXPECT_EQ(Run({"--catalog", catalog_, "--connection", FileDetails(shared), "tree"}).status, 64);
+}
+
+TEST_F(Cli, CallPrintsEachResultFormAndTakesSpecialArguments) {
+  Ok({"init", "--name", "Personal"});
+  const std::string folder = Ok({"call", kRead, "GetFolder", "1"});
   EXPECT_EQ(folder.rfind("<Folder ", 0), 0u) << folder;
   EXPECT_EQ(folder.back(), '\n');
-  EXPECT_EQ(Ok({"call", "TORVEL.ClippingDataRead", "InSameCatalog", "12", "P3C12"}), "False\n");
-  EXPECT_EQ(Ok({"call", "TORVEL.ClippingDataRead", "InSameCatalog", "P3C1", "P3C9"}), "True\n");
-  EXPECT_EQ(Ok({"call", "TORVEL.ClippingDataRead", "GetClipping", "999"}), "Nothing\n");
-  EXPECT_EQ(Ok({"call", "TORVEL.ClippingDataRead", "GetFolderPathName", "1"}), "Personal\n");
+  EXPECT_EQ(Ok({"call", kRead, "InSameCatalog", "12", "P3C12"}), "False\n");
+  EXPECT_EQ(Ok({"call", kRead, "InSameCatalog", "P3C1", "P3C9"}), "True\n");
+  EXPECT_EQ(Ok({"call", kRead, "GetClipping", "999"}), "Nothing\n");
+  EXPECT_EQ(Ok({"call", kRead, "GetFolderPathName", "1"}), "Personal\n");
+  // An object parameter takes XML text; the optional check flag is left out.
+  EXPECT_NE(Ok({"call", kWrite, "AddFolder", "<Folder name=\"X\"/>", "1"}).find("name=\"X\""),
+            npos);
+  EXPECT_EQ(Ok({"call", kWrite, "DeleteFolder", "2"}), "") << "no result, no output";
 
-  // An object parameter takes XML text; the optional check flag may be left out.
-  const std::string added =
-      Ok({"call", "TORVEL.ClippingDataWrite", "AddFolder", "<Folder name=\"From XML\"/>", "1"});
-  EXPECT_NE(added.find("name=\"From XML\""), std::string::npos) << added;
-  // A member without a result prints nothing at all.
-  EXPECT_EQ(Ok({"call", "TORVEL.ClippingDataWrite", "DeleteFolder", "2"}), "");
-}
-
-TEST_F(Cli, CallArgumentsBeginningWithAtAreSpecial) {
-  Ok({"init", "--name", "Personal"});
   const fs::path xml = dir_ / "folder.xml";
-  std::ofstream(xml) << "<Folder name=\"@home\"/>";
-  const std::string from_file =
-      Ok({"call", "TORVEL.ClippingDataWrite", "AddFolder", "@file:" + xml.string(), "1"});
-  EXPECT_NE(from_file.find("name=\"@home\""), std::string::npos) << from_file;
-  // "@@" stands for one "@"; the folder "@home" exists, "@@home" does not.
-  EXPECT_EQ(Ok({"call", "TORVEL.ClippingDataRead", "FolderNameExists", "@@home", "1"}), "True\n");
-  EXPECT_EQ(Ok({"call", "TORVEL.ClippingDataRead", "FolderNameExists", "@@@home", "1"}), "False\n");
-  EXPECT_EQ(OnCatalog({"call", "TORVEL.ClippingDataRead", "FolderNameExists", "@home", "1"}).status,
-            64);  // an unknown "@" form is a usage error, not text
-  const Result nothing =
-      OnCatalog({"call", "TORVEL.ClippingDataWrite", "AddFolder", "@nothing", "1"});
-  EXPECT_EQ(nothing.status, 1);
-  EXPECT_EQ(nothing.err.rfind("error ", 0), 0u) << nothing.err;
-  const Result missing = OnCatalog({"call", "TORVEL.ClippingDataWrite", "AddFolder",
-                                    "@file:" + (dir_ / "missing.xml").string(), "1"});
-  EXPECT_EQ(missing.status, 1);
-  EXPECT_NE(missing.err.find("error 53 (clipcat): File not found"), std::string::npos);
+  WriteFile(xml, "<Folder name=\"@home\"/>");
+  EXPECT_NE(Ok({"call", kWrite, "AddFolder", "@file:" + xml.string(), "1"}).find("\"@home\""),
+            npos);
+  // "@@" stands for one "@"; any other "@" form is a usage error, not text.
+  EXPECT_EQ(Ok({"call", kRead, "FolderNameExists", "@@home", "1"}), "True\n");
+  EXPECT_EQ(Ok({"call", kRead, "FolderNameExists", "@@@home", "1"}), "False\n");
+  Fails({"call", kRead, "FolderNameExists", "@home", "1"}, 64);
+  EXPECT_EQ(Fails({"call", kWrite, "AddFolder", "@nothing", "1"}).rfind("error ", 0), 0u);
+  EXPECT_NE(Fails({"call", kWrite, "AddFolder", "@file:" + (dir_ / "no.xml").string(), "1"})
+                .find("error 53 (clipcat): File not found"),
+            npos);
 }
 
 TEST_F(Cli, FailuresUseTheErrorFormAndExitStatus) {
   Ok({"init", "--name", "Personal"});
-  Result r = OnCatalog({"call", "TORVEL.ClippingDataRead", "ClippingExists", "x"});
-  EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.err, "error -999999 (ClippingExists): Not yet implemented!!\n");
-  r = OnCatalog({"call", "TORVEL.ClippingDataRead", "NoSuchMember"});
-  EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.err, "error -2147352570 (TORVEL.ClippingDataRead): Unknown name.\n");
-  r = OnCatalog({"call", "TORVEL.ClippingDataRead", "InSameCatalog", "1", "2", "3"});
-  EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.err, "error -2147352562 (TORVEL.ClippingDataRead): Invalid number of parameters.\n");
-  r = OnCatalog({"call", "TORVEL.ClippingDataRead", "GetClippingsHistroy", "many"});
-  EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.err, "error -2147352571 (TORVEL.ClippingDataRead): Type mismatch.\n");
-  r = OnCatalog({"call", "TORVEL.Nothing", "X"});
-  EXPECT_EQ(r.status, 1);
-  EXPECT_NE(r.err.find("error 429 "), std::string::npos);
-  // Usage errors exit with 64 and say what is wrong.
-  r = Run({"no-such-command"});
-  EXPECT_EQ(r.status, 64);
-  EXPECT_FALSE(r.err.empty());
-  r = OnCatalog({"call", "TORVEL.ClippingDataRead"});
-  EXPECT_EQ(r.status, 64);
-  // Hostile ids are refused, never spliced.
-  r = OnCatalog({"call", "TORVEL.ClippingDataRead", "GetFolder", "1 OR 1=1"});
-  EXPECT_EQ(r.status, 1);
-  EXPECT_NE(r.err.find("error 13 "), std::string::npos) << r.err;
+  EXPECT_EQ(Fails({"call", kRead, "ClippingExists", "x"}),
+            "error -999999 (ClippingExists): Not yet implemented!!\n");
+  EXPECT_EQ(Fails({"call", kRead, "NoSuchMember"}),
+            "error -2147352570 (TORVEL.ClippingDataRead): Unknown name.\n");
+  EXPECT_EQ(Fails({"call", kRead, "InSameCatalog", "1", "2", "3"}),
+            "error -2147352562 (TORVEL.ClippingDataRead): Invalid number of parameters.\n");
+  EXPECT_EQ(Fails({"call", kRead, "GetClippingsHistroy", "many"}),
+            "error -2147352571 (TORVEL.ClippingDataRead): Type mismatch.\n");
+  EXPECT_EQ(Fails({"call", "TORVEL.Nothing", "X"}).rfind("error 429 ", 0), 0u);
+  EXPECT_EQ(Fails({"call", kRead, "GetFolder", "1 OR 1=1"}).rfind("error 13 ", 0), 0u);
+  EXPECT_FALSE(Fails({"no-such-command"}, 64).empty());
+  Fails({"call", kRead}, 64);
 }
 
 }  // namespace
