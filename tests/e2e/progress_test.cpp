@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <string>
-#include <vector>
 
 #include "cli_fixture.h"
 
@@ -18,20 +17,20 @@ class Progress : public Cli {
   void SetUp() override {
     Cli::SetUp();
     Ok({"init", "--name", "Personal"});
-    for (int i = 0; i < 3; ++i) {
-      const std::string folder = Trim(Ok({"mkdir", "1", "Folder " + std::to_string(i)}));
-      Ok({"add", folder, "Clipping " + std::to_string(i), "--text", "content"});
+    for (const std::string n : {"0", "1", "2"}) {
+      Ok({"add", Trim(Ok({"mkdir", "1", "Folder " + n})), "Clipping " + n, "--text", "x"});
     }
     document_ = (dir_ / "export.xml").string();
     Ok({"export", document_});
+    fresh_ = (dir_ / "fresh.db").string();
+    OkOn(fresh_, {"init"});
   }
 
-  // Runs clipcat through a shell with standard error on a new terminal and standard output in a
-  // file; answers what appeared on the terminal and sets `status`.
-  std::string OnTerminal(const std::vector<std::string>& args,
-                         const std::map<std::string, std::string>& env, int& status) {
-    const std::string command =
-        CommandLine(args, env) + " >" + Quote((dir_ / "out").string()) + " </dev/null";
+  // Runs clipcat with standard error on a new terminal and standard output in a file, the
+  // progress delay set to `delay`; answers what appeared on the terminal.
+  std::string OnTerminal(const Args& args, const std::string& delay) {
+    const std::string command = CommandLine(args, {{"CLIPCAT_PROGRESS_DELAY", delay}}) + " >" +
+                                Quote((dir_ / "out").string()) + " </dev/null";
     int terminal = -1;
     const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
     if (child == 0) {
@@ -44,56 +43,37 @@ class Progress : public Cli {
       return seen;
     }
     char buffer[4096];
-    for (;;) {
-      const ssize_t n = read(terminal, buffer, sizeof buffer);
-      if (n <= 0) break;  // EIO once the child has closed the terminal
-      seen.append(buffer, static_cast<size_t>(n));
-    }
+    // read fails with EIO once the child has closed the terminal.
+    for (ssize_t n; (n = read(terminal, buffer, sizeof buffer)) > 0;) seen.append(buffer, n);
     close(terminal);
     int raw = 0;
     waitpid(child, &raw, 0);
-    status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    EXPECT_TRUE(WIFEXITED(raw) && WEXITSTATUS(raw) == 0) << seen;
     return seen;
   }
 
-  std::string document_;
+  std::string document_, fresh_;
 };
 
-TEST_F(Progress, AppearsOnATerminalOnceTheDelayHasPassed) {
-  int status = -1;
-  const std::string fresh = (dir_ / "fresh.db").string();
-  OkOn(fresh, {"init"});
-  std::string seen = OnTerminal({"--catalog", catalog_, "export", (dir_ / "again.xml").string()},
-                                {{"CLIPCAT_PROGRESS_DELAY", "0"}}, status);
-  EXPECT_EQ(status, 0) << seen;
+TEST_F(Progress, AppearsOnlyOnATerminalOnceTheDelayHasPassed) {
+  const Args again = {"--catalog", catalog_, "export", (dir_ / "again.xml").string()};
+  EXPECT_EQ(OnTerminal(again, "3600"), "") << "nothing before the delay";
+  std::string seen = OnTerminal(again, "0");
   EXPECT_NE(seen.find("\rexport ["), std::string::npos) << seen;
   EXPECT_NE(seen.find("100% 4/4"), std::string::npos) << seen;  // a step per folder
-  seen = OnTerminal({"--catalog", fresh, "import", document_}, {{"CLIPCAT_PROGRESS_DELAY", "0"}},
-                    status);
-  EXPECT_EQ(status, 0) << seen;
+  seen = OnTerminal({"--catalog", fresh_, "import", document_}, "0");
   EXPECT_NE(seen.find("\rimport ["), std::string::npos) << seen;
   EXPECT_NE(seen.find("100% 7/7"), std::string::npos) << seen;  // and per clipping
-}
 
-TEST_F(Progress, StaysAwayBeforeTheDelayAndWithoutATerminal) {
-  int status = -1;
-  const std::string seen = OnTerminal({"--catalog", catalog_, "export", document_},
-                                      {{"CLIPCAT_PROGRESS_DELAY", "3600"}}, status);
-  EXPECT_EQ(status, 0);
-  EXPECT_EQ(seen, "") << "nothing on the terminal before the delay";
-  // Standard error in a file: nothing there either, whatever the delay.
-  for (const char* text : {"0", "", "not a number"}) {
-    const std::string delay = text;
-    const std::map<std::string, std::string> env = {{"CLIPCAT_PROGRESS_DELAY", delay}};
-    const std::string fresh = (dir_ / ("fresh" + std::to_string(delay.size()) + ".db")).string();
-    OkOn(fresh, {"init"});
+  // Standard error in a file: nothing there, whatever the delay.
+  for (const std::string delay : {"0", "", "not a number"}) {
+    const std::string other = (dir_ / (std::to_string(delay.size()) + ".db")).string();
+    OkOn(other, {"init"});
     const std::string moving = Trim(Ok({"mkdir", "1", "Moving " + std::to_string(delay.size())}));
-    for (const auto& args : std::vector<std::vector<std::string>>{
-             {"--catalog", catalog_, "export", (dir_ / "again.xml").string()},
-             {"--catalog", catalog_, "export"},
-             {"--catalog", fresh, "import", document_},
-             {"--catalog", catalog_, "mv", moving, "2"}}) {
-      const Result r = Run(args, "", env);
+    for (const Args& args : {again, Args{"--catalog", catalog_, "export"},
+                             Args{"--catalog", other, "import", document_},
+                             Args{"--catalog", catalog_, "mv", moving, "2"}}) {
+      const Result r = Run(args, "", {{"CLIPCAT_PROGRESS_DELAY", delay}});
       EXPECT_EQ(r.status, 0) << r.err;
       EXPECT_EQ(r.err, "") << args[2] << " with delay \"" << delay << "\"";
       EXPECT_EQ(r.out.find('\r'), std::string::npos);
