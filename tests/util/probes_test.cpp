@@ -54,8 +54,6 @@ TEST(ServerFromPath, CutsUncTextAfterTheHost) {
   };
   const Case cases[] = {
       {"\\\\server\\share\\x.mdb", "\\\\server"},
-      {"\\\\Server\\", "\\\\Server"},
-      {"\\\\localhost\\share\\cat.mdb", "\\\\localhost"},
       {"\\\\a\\b", "\\\\a"},
       // Two backslashes anywhere make UNC text; the cut is the first "\" from the third character.
       {"ab\\\\c", "ab"},
@@ -95,13 +93,11 @@ TEST(RemoteNameOfDrive, NamesTheHostOfTheMountHoldingThePath) {
   };
   const Case cases[] = {
       {"/mnt/share one/cat.db", "/", "\\\\fs1"},
-      {"/mnt/share one", "/", "\\\\fs1"},
       {"/mnt/share", "/", ""},
       {"cat.db", "/mnt/nfs/dir", "\\\\nas"},
       {"../../home/me/remote/x.db", "/mnt/nfs", "\\\\build"},
       {"/mnt/nfs/local/cat.db", "/", ""},
       {"/mnt/nfs/local/../cat.db", "/", "\\\\nas"},
-      {"/home/me/cat.db", "/", ""},
       {"H:", "/mnt/nfs", "\\\\nas"},
       {"", "/mnt/nfs", ""},
   };
@@ -125,15 +121,12 @@ TEST(ServerFromDsn, FindsTheHostOfTheNamedDataSource) {
   };
   const Case cases[] = {
       {"DSN=sales", "\\\\DB1"},
-      {"Provider=PostgreSQL;DSN=sales", "\\\\DB1"},
       {"DSN=files", "\\\\FS9"},
       {"DSN=local", ""},
       {"DSN=absent", ""},
-      {"DSN=", ""},
       {"DSN=sales;UID=me", ""},
       {"dsn=sales", ""},
       {"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=/tmp/cat.mdb", ""},
-      {"", ""},
   };
   for (const Case& c : cases) {
     EXPECT_EQ(ServerFromDsn(c.connection_string, paths), c.server) << c.connection_string;
@@ -156,13 +149,11 @@ TEST(IsCatalogUnavailable, DecidesFileCatalogsByTheirFile) {
   TempDir dir;
   const std::string file = dir.Write("cat.db", "x");
   EXPECT_FALSE(IsCatalogUnavailable(file, true));
-  EXPECT_FALSE(IsCatalogUnavailable(file + ";", true));
   EXPECT_FALSE(IsCatalogUnavailable("  " + file + ";  ", true)) << "trimmed, then one \";\"";
   EXPECT_TRUE(IsCatalogUnavailable(file + " ;", true)) << "the blank before \";\" stays";
   EXPECT_TRUE(IsCatalogUnavailable(file + ";;", true));
   EXPECT_TRUE(IsCatalogUnavailable(file + "x", true));
   EXPECT_TRUE(IsCatalogUnavailable(dir.path(), true));
-  EXPECT_TRUE(IsCatalogUnavailable(dir.path() + "/missing/cat.db", true));
   EXPECT_TRUE(IsCatalogUnavailable("", true));
   EXPECT_THROW(IsCatalogUnavailable("\\\\server", true), AutomationError);
   // The catalog host is probed first: an unknown host makes even an existing name unavailable.
@@ -178,9 +169,7 @@ TEST(IsCatalogUnavailable, DecidesConnectionStringsByTheirDataSourceHost) {
                                          "[nohost]\nDriver=PostgreSQL\n"));
   EXPECT_FALSE(IsCatalogUnavailable("Provider=PostgreSQL;Host=anything", false));
   EXPECT_FALSE(IsCatalogUnavailable("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=/none", false));
-  EXPECT_FALSE(IsCatalogUnavailable("", false));
   EXPECT_FALSE(IsCatalogUnavailable("DSN=nohost", false));
-  EXPECT_FALSE(IsCatalogUnavailable("DSN=undefined", false));
   EXPECT_FALSE(IsCatalogUnavailable("DSN=here", false));
   EXPECT_TRUE(IsCatalogUnavailable("DSN=gone", false));
 }
@@ -243,12 +232,6 @@ TEST(ProbeHost, GivesUpOnAHostThatNeverAnswers) {
   options.time_out = std::chrono::milliseconds(300);
   EXPECT_EQ(ProbeHost("127.0.0.2", options), kHostUnreachable);
   for (int fd : fillers) close(fd);
-}
-
-TEST(LocalComputerName, IsTheHostName) {
-  char name[256] = {};
-  ASSERT_EQ(gethostname(name, sizeof name - 1), 0);
-  EXPECT_EQ(LocalComputerName(), name);
 }
 
 }  // namespace
