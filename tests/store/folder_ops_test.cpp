@@ -11,6 +11,7 @@
 #include "store/data_access.h"
 #include "util/errors.h"
 #include "util/messages.h"
+#include "util/text.h"
 #include "util/values.h"
 
 namespace clipcat::testing {
@@ -327,10 +328,8 @@ TEST_P(FolderOpsTest, NamesAreUniqueAmongNonDeletedSiblings) {
     twin->SetID("caller's id");
     const AutomationError error = ErrorOf([&] { access->AddFolder(twin, "1", true); });
     EXPECT_EQ(error.number(), -2147220997) << name;
-    EXPECT_EQ(error.number(), err::kFolderNameNotUnique);
     EXPECT_EQ(error.source(), "Data Services");
     EXPECT_EQ(error.description(), FormatResourceMessage(kMessageNameNotUnique, {name}));
-    EXPECT_NE(error.description().find(name), std::string::npos);
     // Nothing of the failed add stays, in the catalog or in the caller's object.
     EXPECT_EQ(twin->ID(), "caller's id");
     EXPECT_EQ(twin->GUID(), "");
@@ -452,8 +451,6 @@ TEST_P(FolderOpsTest, HaveFoldersChangedComparesTheUpdateTimes) {
   InsertFolder(101, 1, "Old");  // 2002-03-04 05:06:07; the root is from today
   auto access = Make();
   const Date now = Date::Now();
-  EXPECT_TRUE(access->HaveFoldersChanged(Date(now.serial() - 1)));
-  EXPECT_FALSE(access->HaveFoldersChanged(Date(now.serial() + 1)));
   db_.ExecuteSQL("UPDATE Folder SET tUpdated='2002-03-04 05:06:07'");
   const Date changed = *Date::FromParts({2002, 3, 4, 5, 6, 7});
   EXPECT_TRUE(access->HaveFoldersChanged(changed));
@@ -674,19 +671,19 @@ TEST_P(FolderStatementTest, ReadsRunTheirOwnText) {
 TEST_P(FolderStatementTest, WritesRunTheirOwnTextInOrder) {
   auto folder = Folder::Create();
   folder->SetName("Mail");
-  EXPECT_EQ(Run([&] { access_->AddFolder(folder, "1", true); }),
-            (Statements{
-                "<begin>",
-                "Insert Into FolderIDGenerator (sGUID) Values ( <guid> ) ",
-                "Select lID From FolderIDGenerator Where sGUID=<guid>",
-                "Delete From FolderIDGenerator Where sGUID=<guid>",
-                "INSERT INTO Folder ( lFolderID, sGuid, lParentID, sName, sDescription, "
-                "lExternalCatalogId, bIsLeaf, bIsOffline, iStatus, tUpdated ) Values ( 2, <guid>, "
-                "1, 'Mail', Null, 0, 1, 0, 1, <date> )",
-                "Select * From Folder Where sName='Mail' AND lParentId=1 AND iStatus <>3",
-                "UPDATE Folder Set bIsLeaf=0 WHERE lFolderID=1",
-                "<commit>",
-            }));
+  const Statements add = {
+      "<begin>",
+      "Insert Into FolderIDGenerator (sGUID) Values ( <guid> ) ",
+      "Select lID From FolderIDGenerator Where sGUID=<guid>",
+      "Delete From FolderIDGenerator Where sGUID=<guid>",
+      "INSERT INTO Folder ( lFolderID, sGuid, lParentID, sName, sDescription, lExternalCatalogId, "
+      "bIsLeaf, bIsOffline, iStatus, tUpdated ) Values ( 2, <guid>, 1, 'Mail', Null, 0, 1, 0, 1, "
+      "<date> )",
+      "Select * From Folder Where sName='Mail' AND lParentId=1 AND iStatus <>3",
+      "UPDATE Folder Set bIsLeaf=0 WHERE lFolderID=1",
+      "<commit>",
+  };
+  EXPECT_EQ(Run([&] { access_->AddFolder(folder, "1", true); }), add);
   folder->SetDescription("Letters");
   EXPECT_EQ(Run([&] { access_->UpdateFolder(folder, true); }),
             (Statements{
@@ -719,17 +716,11 @@ TEST_P(FolderStatementTest, WritesRunTheirOwnTextInOrder) {
       sql = "Delete From Folder Where lFolderID=2";
   }
   EXPECT_EQ(Run([&] { access_->DeleteFolder("2", true); }), permanent);
-  EXPECT_EQ(Run([&] { access_->CanAddFolder(folder, "1"); }),
-            (Statements{
-                "<begin>",
-                "Insert Into FolderIDGenerator (sGUID) Values ( <guid> ) ",
-                "Select lID From FolderIDGenerator Where sGUID=<guid>",
-                "Delete From FolderIDGenerator Where sGUID=<guid>",
-                "INSERT INTO Folder ( lFolderID, sGuid, lParentID, sName, sDescription, "
-                "lExternalCatalogId, bIsLeaf, bIsOffline, iStatus, tUpdated ) Values ( 3, <guid>, "
-                "1, 'Mail', 'Letters', 0, 1, 0, 1, <date> )",
-                "<rollback>",
-            }));
+  // A trial add runs the add's statements up to the row itself, then rolls back.
+  Statements trial(add.begin(), add.begin() + 5);
+  trial[4] = ReplaceAll(ReplaceAll(trial[4], "( 2,", "( 3,"), "Null", "'Letters'");
+  trial.push_back("<rollback>");
+  EXPECT_EQ(Run([&] { access_->CanAddFolder(folder, "1"); }), trial);
 }
 
 INSTANTIATE_TEST_SUITE_P(BothKinds, FolderOpsTest, ::testing::Values(0, 1), KindName);

@@ -17,25 +17,16 @@
 #include "temp_catalog.h"
 #include "util/date.h"
 #include "util/date_locale.h"
+#include "util/error_of.h"
 #include "util/errors.h"
 #include "util/values.h"
 
 namespace clipcat {
 namespace {
 
+using ::clipcat::testing::ErrorOf;
 using ::clipcat::testing::PostgresTestServer;
 using ::clipcat::testing::TempCatalog;
-
-template <typename Call>
-AutomationError ErrorOf(Call&& call) {
-  try {
-    call();
-  } catch (const AutomationError& e) {
-    return e;
-  }
-  ADD_FAILURE() << "no error raised";
-  return AutomationError(0, "", "");
-}
 
 // Every catalog table, as the store names them.
 const std::vector<std::string> kTables = {"Folder",

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <fstream>
 #include <optional>
 #include <string>
@@ -11,24 +10,16 @@
 #include "store/db_connection.h"
 #include "support/postgres_test_server.h"
 #include "temp_catalog.h"
+#include "util/error_of.h"
 #include "util/errors.h"
 
 namespace clipcat {
 namespace {
 
+using ::clipcat::testing::ErrorOf;
 using ::clipcat::testing::PostgresTestServer;
+using ::clipcat::testing::ScopedEnv;
 using ::clipcat::testing::TempDir;
-
-template <typename Call>
-AutomationError ErrorOf(Call&& call) {
-  try {
-    call();
-  } catch (const AutomationError& e) {
-    return e;
-  }
-  ADD_FAILURE() << "no error raised";
-  return AutomationError(0, "", "");
-}
 
 // The value libpq takes for `keyword`: the last non-empty one; nothing when none is given.
 std::optional<std::string> Keyword(const PostgresParameters& parameters,
@@ -39,28 +30,6 @@ std::optional<std::string> Keyword(const PostgresParameters& parameters,
   }
   return found;
 }
-
-// Sets environment variable `name` for as long as it lives.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const std::string& value) : name_(name) {
-    if (const char* previous = std::getenv(name)) previous_ = previous;
-    setenv(name, value.c_str(), 1);
-  }
-  ~ScopedEnv() {
-    if (previous_) {
-      setenv(name_, previous_->c_str(), 1);
-    } else {
-      unsetenv(name_);
-    }
-  }
-  ScopedEnv(const ScopedEnv&) = delete;
-  ScopedEnv& operator=(const ScopedEnv&) = delete;
-
- private:
-  const char* name_;
-  std::optional<std::string> previous_;
-};
 
 // Points $ODBCINI at a file of the test's own holding `text` for as long as it lives.
 class ScopedOdbcIni {
