@@ -76,12 +76,6 @@ std::string ErrorText(Call&& call) {
 
 std::string YesNo(bool value) { return value ? "yes" : "no"; }
 
-std::string Names(const std::shared_ptr<Folders>& folders) {
-  std::string names;
-  for (const auto& folder : *folders->Items()) names += (names.empty() ? "" : ",") + folder->Name();
-  return names;
-}
-
 template <typename List>
 std::vector<std::string> NameList(const std::shared_ptr<List>& list) {
   std::vector<std::string> names;
