@@ -69,6 +69,8 @@ class RawCatalog {
 struct TableDump {
   std::vector<std::string> columns;
   std::vector<std::vector<std::string>> rows;
+
+  friend bool operator==(const TableDump&, const TableDump&) = default;
 };
 
 // Every table of a catalog file by name, the schema itself as "sqlite_schema".

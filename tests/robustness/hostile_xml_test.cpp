@@ -1,0 +1,124 @@
+// Hostile XML for every class clients create by ProgID that has an XML form: entity
+// declarations (the billion laughs, external files) are refused before anything is expanded or
+// read, and text nested tens of thousands of levels deep is read without recursion or refused,
+// never a crash. The classes come from the ProgID registry, so a new class is covered too.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "automation/automation_object.h"
+#include "automation/entity_objects.h"
+#include "automation/progid_registry.h"
+#include "automation/register_classes.h"
+#include "robustness/hostile_values.h"
+#include "robustness/robustness_support.h"
+#include "util/errors.h"
+
+namespace clipcat::robustness {
+namespace {
+
+// A fresh object of each creatable class that can be set from XML, with its ProgID.
+std::vector<std::pair<std::string, std::shared_ptr<Dispatch>>> ClassesWithXml() {
+  RegisterClasses();
+  std::vector<std::pair<std::string, std::shared_ptr<Dispatch>>> classes;
+  for (const std::string& progid : RegisteredProgIDs()) {
+    const auto object = CreateObject(progid);
+    const auto automation = std::dynamic_pointer_cast<AutomationObject>(object);
+    if (!automation) continue;
+    const MemberInfo* setter = automation->Members().Find("XML", InvokeKind::kPropertyPut);
+    if (setter != nullptr) classes.emplace_back(progid, object);
+  }
+  return classes;
+}
+
+std::string RootOf(const std::string& xml) {
+  return xml.substr(1, xml.find_first_of(" />", 1) - 1);
+}
+
+// Runs `step`; answers "" when it completes, else what it raised. Anything but an
+// AutomationError with a number, a source and a description is reported as such.
+template <typename Step>
+std::string Outcome(Step&& step, int32_t* number = nullptr) {
+  try {
+    step();
+    return "";
+  } catch (const AutomationError& e) {
+    if (number != nullptr) *number = e.number();
+    if (e.number() == 0 || e.source().empty() || e.description().empty()) {
+      ADD_FAILURE() << "unclear error " << e.what();
+    }
+    return e.what();
+  } catch (const std::exception& e) {
+    ADD_FAILURE() << "std::exception escaped: " << e.what();
+    return e.what();
+  }
+}
+
+TEST(HostileXml, EntityDeclarationsAndMalformedTextAreRefusedAndChangeNothing) {
+  const std::set<std::string> refused = {
+      "billion laughs",     "external entity",  "parameter entity",
+      "document type only", "reference to NUL", "reference to a surrogate",
+      "unclosed root",      "two roots",        "NUL in the text"};
+  const auto classes = ClassesWithXml();
+  ASSERT_GE(classes.size(), 8u);
+  for (const auto& [progid, object] : classes) {
+    const std::string ordinary = GetProperty(object, "XML").ToText();
+    for (const HostileValue& value : HostileXml(RootOf(ordinary), ordinary)) {
+      if (value.label.find("nested") != std::string::npos) continue;  // the next test's
+      SCOPED_TRACE(progid + " <- " + value.label);
+      int32_t number = 0;
+      const std::string error = Outcome([&] { SetProperty(object, "XML", value.text); }, &number);
+      if (refused.count(value.label)) {
+        EXPECT_EQ(number, err::kObjectRequired) << error;
+        EXPECT_EQ(GetProperty(object, "XML").ToText(), ordinary);
+      } else if (error.empty()) {
+        // An undeclared entity may be kept as the text it is; nothing is looked up or expanded.
+        std::string written;
+        Outcome([&] { written = GetProperty(object, "XML").ToText(); });
+        EXPECT_EQ(written.find("lollol"), std::string::npos);
+        EXPECT_EQ(written.find("root:"), std::string::npos);
+      }
+      SetProperty(object, "XML", ordinary);
+    }
+  }
+}
+
+// The depth of the folder tree under `folder`, counted without recursion.
+size_t TreeDepth(const std::shared_ptr<Folder>& folder) {
+  size_t depth = 0;
+  for (auto level = folder; level; ++depth) {
+    const auto children = level->ChildFolders();
+    level = children->Count() > 0 ? children->Item(1) : nullptr;
+  }
+  return depth;
+}
+
+TEST(HostileXml, DeepNestingIsReadWithoutRecursionOrRefused) {
+  const std::set<std::string> deep = {"root nested 10,000 levels", "root nested 100,000 levels",
+                                      "elements nested 10,000 levels inside", "1 MB attribute"};
+  for (const auto& [progid, object] : ClassesWithXml()) {
+    const std::string ordinary = GetProperty(object, "XML").ToText();
+    for (const HostileValue& value : HostileXml(RootOf(ordinary), ordinary)) {
+      if (!deep.count(value.label)) continue;
+      SCOPED_TRACE(progid + " <- " + value.label);
+      if (!Outcome([&] { SetProperty(object, "XML", value.text); }).empty()) {
+        SetProperty(object, "XML", ordinary);
+        continue;
+      }
+      Outcome([&] { GetProperty(object, "XML"); });
+      if (progid == "TORVEL.Folder") {
+        const size_t levels = value.label == "root nested 100,000 levels"  ? 100'000
+                              : value.label == "root nested 10,000 levels" ? 10'000
+                                                                           : 1;
+        EXPECT_EQ(TreeDepth(Unwrap<Folder>(Variant(object))), levels);
+      }
+      SetProperty(object, "XML", ordinary);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace clipcat::robustness
