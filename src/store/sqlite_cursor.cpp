@@ -20,7 +20,7 @@ namespace {
 SqliteCursor::SqliteCursor(std::shared_ptr<SqliteSession> session, std::string_view sql)
     : session_(std::move(session)) {
   SqliteSession::Deadline deadline(*session_);
-  SqliteStatement statement(*session_, sql);
+  SqliteStatement statement(*session_, sql, /*may_share=*/false);
   sqlite3_stmt* stmt = statement.get();
   const int count = sqlite3_column_count(stmt);
   if (count == 0) RaiseNotUpdatable();

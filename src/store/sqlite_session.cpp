@@ -40,14 +40,19 @@ SqliteSession::SqliteSession(const std::string& path) {
     RegisterSqlFunctions(db_);
     LoadDateColumns();  // also proves that the file is a database
   } catch (...) {
+    statement_cache_.Clear();
     sqlite3_close_v2(db_);
     throw;
   }
 }
 
-SqliteSession::~SqliteSession() { sqlite3_close_v2(db_); }
+SqliteSession::~SqliteSession() {
+  statement_cache_.Clear();
+  sqlite3_close_v2(db_);
+}
 
 void SqliteSession::LoadDateColumns() {
+  statement_cache_.Clear();
   Deadline deadline(*this);
   SqliteStatement statement(
       *this,
@@ -101,8 +106,57 @@ SqliteSession::Deadline::Deadline(SqliteSession& session) : session_(session) {
 
 SqliteSession::Deadline::~Deadline() { session_.deadline_set_ = false; }
 
-SqliteStatement::SqliteStatement(SqliteSession& session, std::string_view sql) : session_(session) {
+SqliteStatement::SqliteStatement(SqliteSession& session, std::string_view sql, bool may_share)
+    : session_(session) {
   const std::string text = TranslateSqlForSqlite(sql, session.date_columns());
+  if (may_share) {
+    if (const auto shared = ParameteriseSql(text); shared && PrepareShared(*shared)) return;
+  }
+  PrepareOwn(text);
+}
+
+bool SqliteStatement::PrepareShared(const ParameterisedSql& sql) {
+  SqliteStatementCache& cache = session_.statement_cache();
+  sqlite3_stmt* stmt = cache.Take(sql.text);
+  bool shared = stmt != nullptr;
+  if (stmt == nullptr) {
+    const char* tail = nullptr;
+    const int rc =
+        sqlite3_prepare_v3(session_.db(), sql.text.c_str(), static_cast<int>(sql.text.size()),
+                           SQLITE_PREPARE_PERSISTENT, &stmt, &tail);
+    const bool usable = rc == SQLITE_OK && stmt != nullptr &&
+                        TailIsEmpty(std::string_view(
+                            tail, static_cast<size_t>(sql.text.data() + sql.text.size() - tail))) &&
+                        sqlite3_bind_parameter_count(stmt) == static_cast<int>(sql.values.size());
+    if (!usable) {
+      sqlite3_finalize(stmt);
+      return false;
+    }
+    shared = cache.Put(sql.text, stmt);
+  }
+  for (size_t i = 0; i < sql.values.size(); ++i) {
+    const SqlLiteralValue& value = sql.values[i];
+    const int index = static_cast<int>(i) + 1;
+    const int rc = value.is_text
+                       ? sqlite3_bind_text(stmt, index, value.text.data(),
+                                           static_cast<int>(value.text.size()), SQLITE_TRANSIENT)
+                       : sqlite3_bind_int64(stmt, index, value.integer);
+    if (rc != SQLITE_OK) {
+      if (shared) {
+        cache.Release(stmt);
+      } else {
+        sqlite3_finalize(stmt);
+      }
+      return false;
+    }
+  }
+  stmt_ = stmt;
+  shared_ = shared;
+  return true;
+}
+
+void SqliteStatement::PrepareOwn(const std::string& text) {
+  SqliteSession& session = session_;
   const char* tail = nullptr;
   const int rc =
       sqlite3_prepare_v2(session.db(), text.c_str(), static_cast<int>(text.size()), &stmt_, &tail);
@@ -116,7 +170,13 @@ SqliteStatement::SqliteStatement(SqliteSession& session, std::string_view sql) :
   }
 }
 
-SqliteStatement::~SqliteStatement() { sqlite3_finalize(stmt_); }
+SqliteStatement::~SqliteStatement() {
+  if (shared_) {
+    session_.statement_cache().Release(stmt_);
+  } else {
+    sqlite3_finalize(stmt_);
+  }
+}
 
 bool SqliteStatement::Step() {
   const int rc = sqlite3_step(stmt_);
@@ -131,15 +191,20 @@ void SqliteStatement::Run() {
   }
 }
 
-RowSet SqliteStatement::Collect() {
+RowSet SqliteStatement::Collect(size_t max_rows) {
   RowSet rows;
+  // The columns are read after the first step: a kept statement is prepared again there when
+  // the schema changed, and "*" may then stand for other columns.
+  bool more = Step();
   const int count = sqlite3_column_count(stmt_);
   for (int i = 0; i < count; ++i) rows.columns.emplace_back(sqlite3_column_name(stmt_, i));
-  while (Step()) {
+  while (more) {
     std::vector<StoredValue> row;
     row.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; ++i) row.push_back(ReadColumn(stmt_, i));
     rows.rows.push_back(std::move(row));
+    if (max_rows != 0 && rows.rows.size() >= max_rows) break;
+    more = Step();
   }
   return rows;
 }

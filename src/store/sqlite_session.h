@@ -12,6 +12,8 @@
 
 #include "store/row_set.h"
 #include "store/sqlite_dialect.h"
+#include "store/sqlite_parameters.h"
+#include "store/sqlite_statement_cache.h"
 #include "util/variant.h"
 
 namespace clipcat {
@@ -21,6 +23,9 @@ inline constexpr const char* kSqliteSource = "SQLite";
 
 // How long one statement may run, waits for locks included.
 inline constexpr std::chrono::milliseconds kStatementTimeout{10'000};
+
+// How many idle prepared statements a connection keeps for reuse.
+inline constexpr size_t kStatementCacheCapacity = 64;
 
 // One open SQLite connection, shared by the backend and the cursors it opened, so that a cursor
 // left open after the backend is closed still holds a valid handle.
@@ -35,8 +40,10 @@ class SqliteSession {
 
   sqlite3* db() const { return db_; }
   const DateColumnSet& date_columns() const { return date_columns_; }
+  SqliteStatementCache& statement_cache() { return statement_cache_; }
 
-  // Re-reads the date columns (after a statement that changed the schema).
+  // Re-reads the date columns and drops the kept statements (after a statement that changed the
+  // schema).
   void LoadDateColumns();
 
   // Raises the engine's current error as err::kDatabaseError with source "SQLite". A statement
@@ -60,19 +67,24 @@ class SqliteSession {
   static int OnBusy(void* session, int attempts);
 
   sqlite3* db_ = nullptr;
+  SqliteStatementCache statement_cache_{kStatementCacheCapacity};
   DateColumnSet date_columns_;
   bool deadline_set_ = false;
   bool timed_out_ = false;
   std::chrono::steady_clock::time_point deadline_;
 };
 
-// A prepared statement, finalized on destruction.
+// A prepared statement, finalized (or given back to the session's cache) on destruction.
 class SqliteStatement {
  public:
   // Prepares the one statement in `sql` after the dialect's translation. Raises, preparing
   // nothing, when the text is empty or holds anything but blanks, comments and semicolons after
-  // the first statement.
-  SqliteStatement(SqliteSession& session, std::string_view sql);
+  // the first statement. A query or change whose literals can be bound (ParameteriseSql) reuses
+  // the session's statement for its text with the literals' values bound; it runs and answers
+  // exactly as the statement as written would. `may_share` false always prepares the text anew,
+  // for a caller that reads the statement's columns before stepping it (a kept statement learns
+  // of another connection's schema change only when it steps).
+  SqliteStatement(SqliteSession& session, std::string_view sql, bool may_share = true);
   ~SqliteStatement();
   SqliteStatement(const SqliteStatement&) = delete;
   SqliteStatement& operator=(const SqliteStatement&) = delete;
@@ -85,16 +97,23 @@ class SqliteStatement {
   // Steps until done, discarding rows.
   void Run();
 
-  // Steps until done, collecting every row.
-  RowSet Collect();
+  // Steps until done, collecting every row; with `max_rows` above zero, stops after that many.
+  RowSet Collect(size_t max_rows = 0);
 
   // Binds `value` to parameter `index` (from 1). Dates bind as ISO text, booleans as 1 and 0; text
   // bound to a date column (`date_column`) that reads as a date binds as its ISO text.
   void Bind(int index, const Variant& value, bool date_column);
 
  private:
+  // Takes or prepares the session's statement for `sql`'s text and binds its values. Answers
+  // false, holding nothing, when the text does not prepare as one statement with exactly those
+  // parameters: the statement as written then decides (and reports) what happens.
+  bool PrepareShared(const ParameterisedSql& sql);
+  void PrepareOwn(const std::string& text);
+
   SqliteSession& session_;
   sqlite3_stmt* stmt_ = nullptr;
+  bool shared_ = false;  // stmt_ belongs to the session's cache
 };
 
 // The value of column `column` of the statement's current row, typed by the column's declared
