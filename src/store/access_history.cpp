@@ -15,8 +15,12 @@ namespace clipcat {
 std::shared_ptr<Clippings> DataAccess::GetClippingsHistroy(int32_t lMaximumItems) {
   EnsureCatalogOpen();
   auto clippings = Clippings::Create();
+  // The loop below takes at most lMaximumItems rows, so the snapshot need not hold more; a
+  // maximum below one still runs the query, whose errors are the caller's to see.
+  const size_t wanted = lMaximumItems >= 1 ? static_cast<size_t>(lMaximumItems) : 1;
   Recordset rs = Connection().GetRecordsetRO(
-      "SELECT sClippingID, tDateLastAccessed FROM AccessHistory ORDER BY tDateLastAccessed DESC");
+      "SELECT sClippingID, tDateLastAccessed FROM AccessHistory ORDER BY tDateLastAccessed DESC",
+      wanted);
   if (!(rs.Bof() && rs.Eof())) {
     rs.MoveFirst();
     // Only the id and the access time: callers read the clippings themselves, from whichever

@@ -62,6 +62,15 @@ class DatabaseBackend {
   // Runs exactly one statement and answers all the rows it returns.
   virtual RowSet Query(std::string_view sql) = 0;
 
+  // Runs exactly one statement and answers at most its first `max_records` rows (all of them when
+  // `max_records` is zero). An engine that can stop producing rows early does; the statement is
+  // run as written either way.
+  virtual RowSet QueryAtMost(std::string_view sql, size_t max_records) {
+    RowSet rows = Query(sql);
+    if (max_records > 0 && rows.rows.size() > max_records) rows.rows.resize(max_records);
+    return rows;
+  }
+
   // Runs exactly one query and answers a cursor over its rows that can add rows to the table the
   // query selected from. Raises when the query's columns do not all come from one table.
   virtual std::unique_ptr<RowCursor> OpenCursor(std::string_view sql) = 0;

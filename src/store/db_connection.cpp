@@ -66,8 +66,10 @@ DatabaseBackend& DBConnection::Backend() {
 
 void DBConnection::ExecuteSQL(const std::string& sql) { Backend().Execute(sql); }
 
-Recordset DBConnection::GetRecordsetRO(const std::string& sql) {
-  return Recordset(std::make_shared<const RowSet>(Backend().Query(sql)));
+Recordset DBConnection::GetRecordsetRO(const std::string& sql, size_t max_records) {
+  DatabaseBackend& backend = Backend();
+  return Recordset(std::make_shared<const RowSet>(
+      max_records == 0 ? backend.Query(sql) : backend.QueryAtMost(sql, max_records)));
 }
 
 UpdatableRecordset DBConnection::GetRecordsetRW(const std::string& sql) {

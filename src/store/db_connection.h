@@ -4,6 +4,7 @@
 // time-out. A DBConnection owns its engine connection: not copyable, used by one thread at a time.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -51,8 +52,9 @@ class DBConnection {
   void ExecuteSQL(const std::string& sql);
 
   // Runs one query and answers all its rows as a snapshot that stays readable after the
-  // connection closes. Raises as ExecuteSQL does.
-  Recordset GetRecordsetRO(const std::string& sql);
+  // connection closes. With `max_records` above zero the snapshot holds at most the query's first
+  // `max_records` rows (zero: all of them). Raises as ExecuteSQL does.
+  Recordset GetRecordsetRO(const std::string& sql, size_t max_records = 0);
 
   // Runs one query over a single table and answers a recordset bound to this connection that adds
   // rows to that table. Raises as ExecuteSQL does.

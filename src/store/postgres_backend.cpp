@@ -38,6 +38,13 @@ RowSet PostgresBackend::Query(std::string_view sql) {
   return session.ReadRows(result.get());
 }
 
+// The server has sent the whole result by now; only the rows asked for are converted.
+RowSet PostgresBackend::QueryAtMost(std::string_view sql, size_t max_records) {
+  PostgresSession& session = Session();
+  const PostgresResult result = session.RunStoreStatement(sql);
+  return session.ReadRows(result.get(), max_records);
+}
+
 std::unique_ptr<RowCursor> PostgresBackend::OpenCursor(std::string_view sql) {
   Session();
   return std::make_unique<PostgresCursor>(session_, sql);

@@ -29,6 +29,7 @@ class PostgresBackend : public DatabaseBackend {
   std::string EngineName() const override;
   void Execute(std::string_view sql) override;
   RowSet Query(std::string_view sql) override;
+  RowSet QueryAtMost(std::string_view sql, size_t max_records) override;
   std::unique_ptr<RowCursor> OpenCursor(std::string_view sql) override;
   // The outer transaction also takes the catalog's writer lock (an advisory lock held until it
   // ends), so that writers take turns as they do on a SQLite catalog and a name checked inside a

@@ -284,7 +284,7 @@ const std::string& PostgresSession::TableName(Oid table) {
   return table_names_.emplace(table, name).first->second;
 }
 
-RowSet PostgresSession::ReadRows(const PGresult* result) {
+RowSet PostgresSession::ReadRows(const PGresult* result, size_t max_rows) {
   RowSet rows;
   const int columns = PQnfields(result);
   for (int i = 0; i < columns; ++i) {
@@ -293,7 +293,8 @@ RowSet PostgresSession::ReadRows(const PGresult* result) {
                                ? std::string(PQfname(result, i))
                                : CanonicalColumnName(TableName(table), PQfname(result, i)));
   }
-  const int count = PQntuples(result);
+  int count = PQntuples(result);
+  if (max_rows > 0 && static_cast<size_t>(count) > max_rows) count = static_cast<int>(max_rows);
   rows.rows.reserve(static_cast<size_t>(count));
   for (int row = 0; row < count; ++row) {
     std::vector<StoredValue> values;

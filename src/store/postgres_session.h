@@ -7,6 +7,7 @@
 #include <libpq-fe.h>
 
 #include <chrono>
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
@@ -100,8 +101,8 @@ class PostgresSession {
   // integer as Long, bigint as Long (Double beyond 32 bits), floating and numeric types as
   // Double, timestamp and date as Date, bytea as bytes, anything else as String. Columns of
   // catalog tables are named in the catalog's own spelling ("lFolderID"), others as the server
-  // names them.
-  RowSet ReadRows(const PGresult* result);
+  // names them. A `max_rows` above zero reads only that many rows; zero reads them all.
+  RowSet ReadRows(const PGresult* result, size_t max_rows = 0);
 
   // Ends the connection. Every later call raises "The connection is closed.".
   void Close();

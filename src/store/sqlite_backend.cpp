@@ -54,6 +54,13 @@ RowSet SqliteBackend::Query(std::string_view sql) {
   return statement.Collect();
 }
 
+RowSet SqliteBackend::QueryAtMost(std::string_view sql, size_t max_records) {
+  SqliteSession& session = Session();
+  SqliteSession::Deadline deadline(session);
+  SqliteStatement statement(session, sql);
+  return statement.Collect(max_records);
+}
+
 std::unique_ptr<RowCursor> SqliteBackend::OpenCursor(std::string_view sql) {
   Session();
   return std::make_unique<SqliteCursor>(session_, sql);

@@ -26,6 +26,7 @@ class SqliteBackend : public DatabaseBackend {
   std::string EngineName() const override;
   void Execute(std::string_view sql) override;
   RowSet Query(std::string_view sql) override;
+  RowSet QueryAtMost(std::string_view sql, size_t max_records) override;
   std::unique_ptr<RowCursor> OpenCursor(std::string_view sql) override;
   void BeginTransaction() override;
   void CommitTransaction() override;
