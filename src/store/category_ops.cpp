@@ -5,6 +5,7 @@
 
 #include "store/data_access.h"
 #include "store/key_text.h"
+#include "store/transaction_internal.h"
 #include "util/errors.h"
 #include "util/guid.h"
 #include "util/item_id.h"
@@ -182,10 +183,15 @@ void DataAccess::AddClippingsToCategory(const std::shared_ptr<Clippings>& colCli
 void DataAccess::AddClippingToCategories(const std::string& sClippingID,
                                          const std::shared_ptr<Categories>& colCategories) {
   if (colCategories == nullptr) RaiseRuntimeError(err::kObjectVariableNotSet);
-  for (const auto& category : colCategories->Items()->Snapshot()) {
-    if (category == nullptr) RaiseRuntimeError(err::kObjectVariableNotSet);
-    AddClippingToCategory(sClippingID, category->ID());
-  }
+  EnsureCatalogOpen();
+  // The first failure ends the operation; the memberships added before it go with it, so a
+  // refused call leaves the clipping's categories as they were.
+  InTransaction(Connection(), [&] {
+    for (const auto& category : colCategories->Items()->Snapshot()) {
+      if (category == nullptr) RaiseRuntimeError(err::kObjectVariableNotSet);
+      AddClippingToCategory(sClippingID, category->ID());
+    }
+  });
 }
 
 void DataAccess::DeleteClippingFromCategory(const std::string& sClippingID,

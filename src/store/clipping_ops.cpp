@@ -6,6 +6,7 @@
 
 #include "entities/clipping.h"
 #include "store/data_access.h"
+#include "store/transaction_internal.h"
 #include "util/date.h"
 #include "util/errors.h"
 #include "util/guid.h"
@@ -58,26 +59,6 @@ std::shared_ptr<Clipping> FirstClipping(Recordset& rs, Read&& read) {
   }
   rs.Close();
   return clipping;
-}
-
-// Runs `body` in a transaction of `connection`: commits when it completes, rolls back and
-// raises its error again when it fails, so that no half-written clipping is ever visible and no
-// transaction stays open.
-template <typename Body>
-void InTransaction(DBConnection& connection, Body&& body) {
-  connection.BeginTrans();
-  try {
-    body();
-    connection.CommitTrans();
-  } catch (...) {
-    const std::exception_ptr error = std::current_exception();
-    try {
-      connection.RollbackTrans();
-    } catch (...) {
-      // The caller needs the error that stopped the operation, not the rollback's.
-    }
-    std::rethrow_exception(error);
-  }
 }
 
 // Runs `body` in a transaction that is always rolled back; true when `body` raised nothing.

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "store/data_access.h"
+#include "store/transaction_internal.h"
 #include "util/errors.h"
 #include "util/guid.h"
 #include "util/item_id.h"
@@ -114,20 +115,6 @@ std::string InsertNewFolder(DBConnection& connection, Folder& folder, StoreKey s
       SqlNumber(Variant(folder.ExternalCatalogID())) + ", 1, 0, " +
       SqlNumber(Variant(folder.Status())) + ", " + SqlDate(Variant(folder.Updated())) + " )");
   return key;
-}
-
-// Runs `body` inside a transaction of `connection`: committed when the body returns, rolled back
-// when it raises (the error then leaves unchanged). A failing rollback does not hide the error.
-template <typename Body>
-void InTransaction(DBConnection& connection, Body&& body) {
-  connection.BeginTrans();
-  try {
-    body();
-    connection.CommitTrans();
-  } catch (...) {
-    IgnoreErrors([&] { connection.RollbackTrans(); });
-    throw;
-  }
 }
 
 // Runs `body` as InTransaction does; when it fails, `folder` gets back what a write changes of it

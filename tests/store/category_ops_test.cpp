@@ -314,7 +314,7 @@ TEST_F(CategoryOpsTest, AddClippingsToCategoryGoesOnPastClippingsThatCannotJoin)
   EXPECT_EQ(Count("ClippingGroupClipping"), 4);
 }
 
-TEST_F(CategoryOpsTest, AddClippingToCategoriesStopsAtTheFirstFailure) {
+TEST_F(CategoryOpsTest, AddClippingToCategoriesAddsAllOrNothing) {
   AddFolderRow(10, 1, "Work");
   AddClippingRow(100, 10, "Clip");
   const auto a = AddCategory("A");
@@ -325,7 +325,7 @@ TEST_F(CategoryOpsTest, AddClippingToCategoriesStopsAtTheFirstFailure) {
   for (const auto& category : {a, b, c}) categories->AddCategory(category);
   EXPECT_EQ(ErrorOf([&] { access_->AddClippingToCategories("100", categories); }).number(),
             err::kDatabaseError);
-  EXPECT_TRUE(IsMember(100, a->ID()));
+  EXPECT_FALSE(IsMember(100, a->ID()));  // added before the failure, then rolled back
   EXPECT_TRUE(IsMember(100, b->ID()));
   EXPECT_FALSE(IsMember(100, c->ID()));
 
