@@ -7,17 +7,20 @@
 //     description (nothing else may escape, and the process must not die);
 //   - when it fails, leave every row of every catalog as it was and no transaction open;
 //   - when it succeeds with a hostile text, do exactly what the same call does with an ordinary
-//     unknown text ("999999") in its place: the same result and the same rows, the hostile text
-//     stored where the ordinary one is. A text that changed the SQL it went into would change
-//     other rows, or find what an unknown text does not.
+//     text that names nothing ("999999", a plain word, or a linked id routed the same way) in its
+//     place: the same result and the same rows, the hostile text stored where the ordinary one
+//     is. A text that changed the SQL it went into would change other rows, or find what an
+//     unknown text does not.
 // Each member runs in a child process of its own, so that a crash is reported with the member
 // and the input that caused it.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -44,16 +47,17 @@
 namespace clipcat::robustness {
 namespace {
 
-// An ordinary text that names nothing in the catalogs: the behaviour a hostile text must match.
+// Ordinary texts that name nothing in the catalogs: a well-formed key and a plain word.
 const char* const kUnknown = "999999";
 const char* const kUnknownWord = "zzunknownzz";
+// The hostile XML left to the readers' own test: a member never sees more of an object than a
+// 10,000-level text already gives it.
 const char* const kDeepestXml = "root nested 100,000 levels";
 
 // The catalogs the calls run on, and what the ordinary arguments of the members refer to.
 struct Baseline {
   std::string personal, linked, spare;  // the working files the calls use
-  std::string letters, old, dear, root_note, red, green, linked_folder, team, team_note;
-  std::string dear_guid;
+  std::string letters, dear, red, green, linked_folder, dear_guid;
   // The XML of the ordinary object arguments, by role.
   std::map<std::string, std::string> xml;
   // The rows of each working file before any call (normalized), and its bytes, by file.
@@ -61,7 +65,7 @@ struct Baseline {
   std::map<std::string, std::string> saved_bytes;
 };
 
-// The rows every call starts from, copied over the working files before each call.
+// The file every call starts from, copied over a working file that a call changed.
 std::string Saved(const std::string& path) { return path + ".saved"; }
 
 void RemoveLogs(const std::string& path) {
@@ -140,20 +144,19 @@ Baseline BuildBaseline(const ScratchDir& dir) {
       return write.AddCategory(c, "1", personal)->ID();
     };
     b.letters = folder("Letters", "1");
-    b.old = folder("Old", b.letters);
-    b.root_note = clipping("Root note", "1");
+    const std::string old = folder("Old", b.letters);
+    const std::string root_note = clipping("Root note", "1");
     b.dear = clipping("Dear sir", b.letters);
-    clipping("Yours", b.old);
+    clipping("Yours", old);
     b.red = category("Red");
     b.green = category("Green");
     write.AddClippingToCategory(b.dear, b.red, personal);
-    write.AddClippingToCategory(b.root_note, b.green, personal);
+    write.AddClippingToCategory(root_note, b.green, personal);
     write.UpdateClippingHistory(read.GetClipping(b.dear, personal), personal);
     const auto linked = write.AddLinkedFolder(FileDetails(b.linked), "Shared", personal);
     b.linked_folder = linked->ID();
     const std::string linked_root = read.GetCatalogsRootFolder(b.linked_folder, personal)->ID();
-    b.team = folder("Team", linked_root);
-    b.team_note = clipping("Team note", b.team);
+    clipping("Team note", folder("Team", linked_root));
     b.dear_guid = read.GetClipping(b.dear, personal)->GUID();
     auto folders = Folders::Create();
     folders->AddFolder(read.GetFolder(b.letters, personal));
