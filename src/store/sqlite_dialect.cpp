@@ -1,5 +1,6 @@
 #include "store/sqlite_dialect.h"
 
+#include <map>
 #include <set>
 #include <vector>
 
@@ -40,8 +41,14 @@ class Translator {
   std::string Run() {
     MarkInsertValues();
     MarkComparisonsAndCalls();
+    MarkEqualityChains();
     std::string out;
     for (size_t i = 0; i < tokens_.size(); ++i) {
+      if (const auto chain = in_lists_.find(i); chain != in_lists_.end()) {
+        out += chain->second.text;
+        i = chain->second.last;
+        continue;
+      }
       if (date_literals_.count(i) != 0) {
         const auto date = ParseDateText(StringLiteralValue(tokens_[i]));
         if (date && date->IsValid()) {
@@ -152,9 +159,75 @@ class Translator {
     }
   }
 
+  // The tokens of one side of an equality that names a column: "name" or "table.name", from `k`.
+  // Answers the index after it, or `k` when there is none.
+  size_t ColumnEnd(size_t k) const {
+    if (k >= significant_.size() || !IsName(Sig(k))) return k;
+    return LastNamePart(k) + 1;
+  }
+
+  // A number literal, optionally negative, or Null, from `k`: answers the index after it, or `k`.
+  size_t LiteralEnd(size_t k) const {
+    const size_t n = significant_.size();
+    if (k < n && IsWord(Sig(k), "null")) return k + 1;
+    if (k < n && Sig(k).text == "-") ++k;
+    return k < n && Sig(k).kind == SqlTokenKind::kNumber ? k + 1 : k;
+  }
+
+  // The text of significant tokens [from, to) without what lies between them.
+  std::string Joined(size_t from, size_t to) const {
+    std::string text;
+    for (size_t k = from; k < to; ++k) text += Sig(k).text;
+    return text;
+  }
+
+  // "col=1 OR col=2 OR ... OR col=n" as a whole condition (after "(" or WHERE, before ")", the
+  // end or ORDER/GROUP/LIMIT, so that no AND around it binds tighter) becomes "col IN (1,2,...)".
+  // Folder subtrees give such chains of any length, and SQLite refuses an expression deeper than
+  // 1,000 terms; the list means the same and has no depth.
+  void MarkEqualityChains() {
+    const size_t n = significant_.size();
+    for (size_t k = 0; k + 1 < n; ++k) {
+      if (!(Sig(k).text == "(" || IsWord(Sig(k), "where"))) continue;
+      const size_t start = k + 1;
+      const size_t column_end = ColumnEnd(start);
+      if (column_end == start) continue;
+      const std::string column = Joined(start, column_end);
+      std::vector<std::string> values;
+      size_t at = start;
+      while (true) {
+        const size_t name_end = ColumnEnd(at);
+        if (name_end == at || !EqualsIgnoreCase(Joined(at, name_end), column)) break;
+        if (name_end >= n || Sig(name_end).text != "=") break;
+        const size_t value_end = LiteralEnd(name_end + 1);
+        if (value_end == name_end + 1) break;
+        values.push_back(Joined(name_end + 1, value_end));
+        at = value_end;
+        if (at < n && IsWord(Sig(at), "or")) {
+          ++at;
+          continue;
+        }
+        const bool bounded = at == n || Sig(at).text == ")" || IsWord(Sig(at), "order") ||
+                             IsWord(Sig(at), "group") || IsWord(Sig(at), "limit");
+        if (bounded && values.size() > 1) {
+          std::string list = column + " IN (";
+          for (size_t v = 0; v < values.size(); ++v) list += (v == 0 ? "" : ",") + values[v];
+          in_lists_[significant_[start]] = {significant_[at - 1], list + ")"};
+        }
+        break;
+      }
+    }
+  }
+
+  struct InList {
+    size_t last;       // index into tokens_ of the chain's last token
+    std::string text;  // what replaces the chain
+  };
+
   std::vector<SqlToken> tokens_;
-  std::vector<size_t> significant_;  // indexes into tokens_ of the tokens that carry meaning
-  std::set<size_t> date_literals_;   // indexes into tokens_ of literals in a date position
+  std::vector<size_t> significant_;    // indexes into tokens_ of the tokens that carry meaning
+  std::set<size_t> date_literals_;     // indexes into tokens_ of literals in a date position
+  std::map<size_t, InList> in_lists_;  // by index into tokens_ of an equality chain's first token
   const DateColumnSet& date_columns_;
 };
 

@@ -1,4 +1,4 @@
-// How the SQLite backend reads the store's SQL: the one rewrite it makes before SQLite sees a
+// How the SQLite backend reads the store's SQL: the rewrites it makes before SQLite sees a
 // statement. Catalog dates travel in SQL as text literals such as '14:05:09 3 Apr 2002' and are
 // stored as ISO text ('2002-04-03 14:05:09') so that SQLite compares and sorts them in time order.
 // Stateless; thread-safe.
@@ -17,8 +17,11 @@ using DateColumnSet = std::set<std::string, std::less<>>;
 // text. A date position is the other side of a comparison (=, <>, !=, <, <=, >, >=, BETWEEN ...
 // AND) with a column in `date_columns`, an argument after the first of Datediff(...), or the value
 // of a column in `date_columns` in "INSERT INTO t (columns) VALUES (values)". A literal that is
-// not a date (under the thread's date locale) is left as written, and so is everything else in
-// the text: names, keywords and the content of every other literal are never changed.
+// not a date (under the thread's date locale) is left as written.
+// A whole condition "c=1 OR c=2 OR ... OR c=n" on one column with number (or Null) literals, right
+// after "(" or WHERE and right before ")", the end, ORDER, GROUP or LIMIT, becomes "c IN
+// (1,2,...,n)": the same condition without the expression depth that SQLite bounds. Everything else
+// in the text, the content of every literal above all, is never changed.
 std::string TranslateSqlForSqlite(std::string_view sql, const DateColumnSet& date_columns);
 
 }  // namespace clipcat

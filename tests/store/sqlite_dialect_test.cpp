@@ -90,5 +90,37 @@ TEST_F(SqliteDialect, WithoutDateColumnsOnlyDatediffArgumentsChange) {
             "tUpdated = '00:00:00 1 Mar 2020'");
 }
 
+TEST_F(SqliteDialect, WholeEqualityChainsOnOneColumnBecomeInLists) {
+  struct Case {
+    std::string sql;
+    std::string expected;
+  };
+  const std::vector<Case> rewritten = {
+      {"Select * From Clipping Where lFolderID=1 OR lFolderID=22 OR lFolderID=-3",
+       "Select * From Clipping Where lFolderID IN (1,22,-3)"},
+      {"SELECT * FROM Clipping WHERE (x) AND ( lFolderID=4 OR lFolderID = Null ) ORDER BY sName",
+       "SELECT * FROM Clipping WHERE (x) AND ( lFolderID IN (4,Null) ) ORDER BY sName"},
+      {"SELECT 1 FROM t WHERE c.lFolderID=1 OR C.LFOLDERID=2 ORDER BY 1",
+       "SELECT 1 FROM t WHERE c.lFolderID IN (1,2) ORDER BY 1"},
+  };
+  for (const Case& c : rewritten) {
+    EXPECT_EQ(TranslateSqlForSqlite(c.sql, kDateColumns), c.expected) << c.sql;
+  }
+  // Where an AND could bind one of the terms, another column or a non-number takes part, or the
+  // chain has one term, the condition stays as written.
+  const std::vector<std::string> kept = {
+      "SELECT 1 FROM t WHERE a=1 AND lFolderID=1 OR lFolderID=2",
+      "SELECT 1 FROM t WHERE lFolderID=1 OR lFolderID=2 AND a=1",
+      "SELECT 1 FROM t WHERE lFolderID=1 OR lParentID=2",
+      "SELECT 1 FROM t WHERE (lFolderID=1 OR lFolderID='2')",
+      "SELECT 1 FROM t WHERE (lFolderID=1 OR lFolderID=a)",
+      "SELECT 1 FROM t WHERE (lFolderID=1)",
+      "SELECT 1 FROM t WHERE sName='(lFolderID=1 OR lFolderID=2)'",
+  };
+  for (const std::string& sql : kept) {
+    EXPECT_EQ(TranslateSqlForSqlite(sql, kDateColumns), sql) << sql;
+  }
+}
+
 }  // namespace
 }  // namespace clipcat
