@@ -82,17 +82,15 @@ std::optional<std::string> ConnectionStringValue(std::string_view connection_str
   return found;
 }
 
-std::string ReadDataLinkFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) RaiseDataLinkError(path, "cannot be read.");
-  std::ostringstream content;
-  content << file.rdbuf();
-  std::string text = content.str();
-  if (text.size() >= 2 && static_cast<unsigned char>(text[0]) == 0xFF &&
-      static_cast<unsigned char>(text[1]) == 0xFE) {
-    text = Utf16LEToUtf8(std::string_view(text).substr(2));
-  } else if (text.rfind("\xEF\xBB\xBF", 0) == 0) {
-    text.erase(0, 3);
+std::optional<std::string> DataLinkConnectionString(std::string_view file_content) {
+  std::string text;
+  if (file_content.size() >= 2 && static_cast<unsigned char>(file_content[0]) == 0xFF &&
+      static_cast<unsigned char>(file_content[1]) == 0xFE) {
+    text = Utf16LEToUtf8(file_content.substr(2));
+  } else if (file_content.rfind("\xEF\xBB\xBF", 0) == 0) {
+    text = std::string(file_content.substr(3));
+  } else {
+    text = std::string(file_content);
   }
   bool in_section = false;
   std::istringstream lines(text);
@@ -105,6 +103,17 @@ std::string ReadDataLinkFile(const std::string& path) {
     }
     if (trimmed.empty() || trimmed.front() == ';') continue;
     return std::string(trimmed);
+  }
+  return std::nullopt;
+}
+
+std::string ReadDataLinkFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) RaiseDataLinkError(path, "cannot be read.");
+  std::ostringstream content;
+  content << file.rdbuf();
+  if (auto connection_string = DataLinkConnectionString(content.str())) {
+    return std::move(*connection_string);
   }
   RaiseDataLinkError(path, "holds no connection string.");
 }

@@ -30,10 +30,14 @@ std::vector<std::pair<std::string, std::string>> ConnectionStringItems(
 std::optional<std::string> ConnectionStringValue(std::string_view connection_string,
                                                  std::string_view key);
 
-// The connection string that the data link file `path` holds: the file is UTF-16LE with a byte
-// order mark or UTF-8 (with or without one); the string is the first line after the "[oledb]"
-// line that is neither blank nor a comment (";"). Raises err::kDatabaseError, source "clipcat",
-// when the file cannot be read or holds no connection string.
+// The connection string that a data link file with `file_content` holds: the file is UTF-16LE
+// with a byte order mark or UTF-8 (with or without one); the string is the first line after the
+// "[oledb]" line that is neither blank nor a comment (";"). Answers nothing when there is none.
+std::optional<std::string> DataLinkConnectionString(std::string_view file_content);
+
+// The connection string that the data link file `path` holds, by DataLinkConnectionString. Raises
+// err::kDatabaseError, source "clipcat", when the file cannot be read or holds no connection
+// string.
 std::string ReadDataLinkFile(const std::string& path);
 
 }  // namespace clipcat

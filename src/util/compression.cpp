@@ -2,6 +2,8 @@
 
 #include <zstd.h>
 
+#include <algorithm>
+
 #include "util/errors.h"
 
 namespace clipcat {
@@ -12,6 +14,8 @@ constexpr uint8_t kCodecZstd = 1;
 constexpr size_t kHeaderBytes = 5;
 // Fast and near the ratio of the higher levels on short texts; clipping writes are interactive.
 constexpr int kLevel = 3;
+// The first output buffer of a read when the declared size is larger.
+constexpr size_t kFirstOutputBytes = size_t{64} << 10;
 
 [[noreturn]] void Corrupt(const std::string& why) {
   throw AutomationError(err::kDataCorrupt, kComponentSource, "The stored data is damaged: " + why);
@@ -81,11 +85,29 @@ std::string Compression::DecompressString(std::string_view frame) {
     Corrupt("unreadable payload");
   }
   if (size > kMaxContentBytes) Corrupt("content too large");
-  std::string text(static_cast<size_t>(size), '\0');
-  const size_t produced = ZSTD_decompressDCtx(contexts().Decompressor(), text.data(), text.size(),
-                                              payload.data(), payload.size());
-  if (ZSTD_isError(produced)) Corrupt(ZSTD_getErrorName(produced));
-  if (produced != text.size()) Corrupt("truncated payload");
+  // The output grows as the payload yields content, so that a few damaged bytes declaring a huge
+  // size cost no more memory than the content they really hold.
+  const size_t declared = static_cast<size_t>(size);
+  std::string text(std::min(declared, std::max(payload.size() * 8, kFirstOutputBytes)), '\0');
+  ZSTD_DCtx* const decompressor = contexts().Decompressor();
+  ZSTD_DCtx_reset(decompressor, ZSTD_reset_session_only);
+  ZSTD_inBuffer in{payload.data(), payload.size(), 0};
+  ZSTD_outBuffer out{text.data(), text.size(), 0};
+  while (true) {
+    const size_t consumed = in.pos;
+    const size_t produced = out.pos;
+    const size_t more = ZSTD_decompressStream(decompressor, &out, &in);
+    if (ZSTD_isError(more)) Corrupt(ZSTD_getErrorName(more));
+    if (more == 0) break;  // the frame is complete and its checksum verified
+    if (out.pos == out.size && text.size() < declared) {
+      text.resize(std::min(declared, text.size() * 2));
+      out = {text.data(), text.size(), out.pos};
+    } else if (in.pos == consumed && out.pos == produced) {
+      Corrupt("truncated payload");
+    }
+  }
+  if (out.pos != declared) Corrupt("truncated payload");
+  if (in.pos != in.size) Corrupt("bytes after the payload");
   return text;
 }
 

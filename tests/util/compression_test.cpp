@@ -41,6 +41,17 @@ TEST(Compression, FrameIsCompressedSizePlusHeader) {
   EXPECT_EQ(compression.DecompressString(frame), rtf);
 }
 
+TEST(Compression, ContentFarLargerThanItsFrameReadsWhole) {
+  Compression compression;
+  const std::string text(12 << 20, 'a');  // a few hundred bytes of frame
+  const std::string frame = compression.Compress(text);
+  ASSERT_LT(frame.size(), size_t{4096});
+  EXPECT_EQ(compression.DecompressString(frame), text);
+  // Trailing bytes after a whole frame are damage too.
+  EXPECT_EQ(ErrorOf([&] { compression.DecompressString(frame + "x"); }).number(),
+            err::kDataCorrupt);
+}
+
 TEST(Compression, DamagedFramesRaiseInsteadOfAnsweringGarbage) {
   Compression compression;
   const std::string text = "The quick brown fox jumps over the lazy dog, again and again.";
