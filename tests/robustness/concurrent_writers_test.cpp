@@ -1,13 +1,15 @@
-// Several processes writing one SQLite catalog at once through the write service: nothing any of
-// them wrote is lost or mixed up, keys never collide, and no call fails because another process
-// held a lock.
+// Several processes writing one catalog (a SQLite file, a PostgreSQL database) at once through the
+// write service: nothing any of them wrote is lost or mixed up, keys never collide, and no call
+// fails because another process held a lock.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <fstream>
+#include <functional>
 #include <map>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <string>
@@ -18,6 +20,7 @@
 #include "service/clipping_data_write.h"
 #include "service/connection_handler.h"
 #include "store/catalog_schema.h"
+#include "support/postgres_test_server.h"
 #include "util/errors.h"
 
 namespace clipcat::robustness {
@@ -66,7 +69,7 @@ std::string WriterCategoryName(int writer) { return "Writer " + std::to_string(w
 const char* const kSharedCategoryNames[] = {"Red", "Green", "Blue"};
 
 struct WriterSetup {
-  std::string path;
+  std::shared_ptr<ConnectionDetails> details;
   std::string results_dir;
   std::vector<std::string> shared_category_ids;
   int start_fd = -1;  // read end of the start signal: end of file means "go"
@@ -81,7 +84,7 @@ int RunWriter(const WriterSetup& setup, int writer) {
   char go = 0;
   while (read(setup.start_fd, &go, 1) > 0) {
   }
-  const auto details = FileDetails(setup.path);
+  const auto& details = setup.details;
   int errors = 0;
   const auto attempt = [&](const std::string& what, auto&& call) {
     try {
@@ -187,13 +190,12 @@ void ReadResults(const std::string& file, WriterResults& results) {
   }
 }
 
-TEST(ConcurrentWriters, FourProcessesOnOneFileCatalogLoseNothing) {
-  ScratchDir dir;
-  WriterSetup setup;
-  setup.path = dir.File("catalog.db");
-  setup.results_dir = dir.File("");
-  CreateCatalog(setup.path, "Personal");
-  const auto details = FileDetails(setup.path);
+// Runs the writers on the catalog of `setup.details` (made, with its root folder, by the caller)
+// and checks through `raw` what they left there.
+void RunWritersAndCheck(WriterSetup& setup, const std::string& results_dir,
+                        const std::function<std::unique_ptr<RawSql>()>& open_raw) {
+  setup.results_dir = results_dir;
+  const auto& details = setup.details;
   {
     ClippingDataWrite write;
     for (const char* name : kSharedCategoryNames) {
@@ -223,7 +225,7 @@ TEST(ConcurrentWriters, FourProcessesOnOneFileCatalogLoseNothing) {
 
   WriterResults results;
   for (int writer = 0; writer < kWriters; ++writer) {
-    ReadResults(dir.File("writer-" + std::to_string(writer) + ".txt"), results);
+    ReadResults(results_dir + "/writer-" + std::to_string(writer) + ".txt", results);
   }
   for (const std::string& error : results.errors) ADD_FAILURE() << error;
 
@@ -239,8 +241,8 @@ TEST(ConcurrentWriters, FourProcessesOnOneFileCatalogLoseNothing) {
     EXPECT_EQ(results.contests_won[contest], 1) << "contested-" << contest;
   }
 
-  RawCatalog raw(setup.path);
-  EXPECT_EQ(raw.Scalar("PRAGMA integrity_check"), "ok");
+  const std::unique_ptr<RawSql> opened = open_raw();
+  RawSql& raw = *opened;
   for (const char* generator :
        {"FolderIDGenerator", "GroupClippingIDGenerator", "ExternalCatalogIDGenerator"}) {
     EXPECT_EQ(raw.Count(std::string("SELECT count(*) FROM ") + generator), 0) << generator;
@@ -320,6 +322,28 @@ TEST(ConcurrentWriters, FourProcessesOnOneFileCatalogLoseNothing) {
       "[ measured ] %d writers x %d clippings (2 items, 2-3 categories each, 1 in 10 "
       "deleted) in %.2f s\n",
       kWriters, kClippingsPerWriter, seconds);
+}
+
+TEST(ConcurrentWriters, FourProcessesOnOneFileCatalogLoseNothing) {
+  ScratchDir dir;
+  WriterSetup setup;
+  const std::string path = dir.File("catalog.db");
+  CreateCatalog(path, "Personal");
+  setup.details = FileDetails(path);
+  RunWritersAndCheck(setup, dir.File(""), [&] { return std::make_unique<RawCatalog>(path); });
+  EXPECT_EQ(RawCatalog(path).Scalar("PRAGMA integrity_check"), "ok");
+}
+
+TEST(ConcurrentWriters, FourProcessesOnOneServerCatalogLoseNothing) {
+  CLIPCAT_POSTGRES_SERVER_OR_SKIP(server);
+  ScratchDir dir;
+  WriterSetup setup;
+  const std::string database = server->CreateDatabase();
+  CreateServerCatalog(server->ConnectionString(database), "Team");
+  setup.details = ServerDetails(server->ConnectionString(database));
+  RunWritersAndCheck(setup, dir.File(""), [&] {
+    return std::make_unique<RawServerCatalog>(server->Conninfo(database));
+  });
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "robustness/robustness_support.h"
 
+#include <libpq-fe.h>
 #include <poll.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
@@ -17,8 +18,9 @@
 namespace clipcat::robustness {
 namespace {
 
-// The data source type of a file catalog in connection details.
+// The data source types of file and server catalogs in connection details.
 constexpr int32_t kFileCatalog = 1;
+constexpr int32_t kServerDataSource = 2;
 
 [[noreturn]] void Fail(sqlite3* db, const std::string& what) {
   throw std::runtime_error(what + ": " + (db != nullptr ? sqlite3_errmsg(db) : "no connection"));
@@ -133,9 +135,47 @@ std::vector<std::vector<std::string>> RawCatalog::Rows(const std::string& sql) {
   return rows;
 }
 
-std::string RawCatalog::Scalar(const std::string& sql) {
+std::string RawSql::Scalar(const std::string& sql) {
   const auto rows = Rows(sql);
   return rows.empty() || rows[0].empty() ? std::string() : rows[0][0];
+}
+
+RawServerCatalog::RawServerCatalog(const std::string& conninfo)
+    : conn_(PQconnectdb(conninfo.c_str())) {
+  if (PQstatus(conn_) != CONNECTION_OK) {
+    const std::string message = conn_ != nullptr ? PQerrorMessage(conn_) : "out of memory";
+    PQfinish(conn_);
+    throw std::runtime_error("connect " + conninfo + ": " + message);
+  }
+}
+
+RawServerCatalog::~RawServerCatalog() { PQfinish(conn_); }
+
+std::vector<std::vector<std::string>> RawServerCatalog::Rows(const std::string& sql) {
+  PGresult* result = PQexec(conn_, sql.c_str());
+  const ExecStatusType status = PQresultStatus(result);
+  if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK) {
+    const std::string message = PQresultErrorMessage(result);
+    PQclear(result);
+    throw std::runtime_error(sql + ": " + message);
+  }
+  std::vector<std::vector<std::string>> rows;
+  for (int r = 0; r < PQntuples(result); ++r) {
+    std::vector<std::string> row;
+    for (int c = 0; c < PQnfields(result); ++c) {
+      row.push_back(PQgetisnull(result, r, c) ? "<null>" : PQgetvalue(result, r, c));
+    }
+    rows.push_back(std::move(row));
+  }
+  PQclear(result);
+  return rows;
+}
+
+std::shared_ptr<ConnectionDetails> ServerDetails(const std::string& connection_string) {
+  auto details = ConnectionDetails::Create();
+  details->SetConnectionString(connection_string);
+  details->SetDataSourceType(kServerDataSource);
+  return details;
 }
 
 bool RawCatalog::WriteLockIsFree() {

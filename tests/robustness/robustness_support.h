@@ -1,6 +1,7 @@
-// Support for the robustness tests: scratch directories, raw SQLite access to catalog files that
-// does not go through clipcat (so that what a test checks does not rest on the code under test),
-// dumps of every table, and child processes that a test starts, kills and reaps. Single-threaded.
+// Support for the robustness tests: scratch directories, raw SQL access to catalogs (SQLite files
+// and PostgreSQL databases) that does not go through clipcat (so that what a test checks does not
+// rest on the code under test), dumps of every table, and child processes that a test starts, kills
+// and reaps. Single-threaded.
 #pragma once
 
 #include <sys/types.h>
@@ -17,6 +18,7 @@
 #include "entities/connection_details.h"
 
 struct sqlite3;
+struct pg_conn;
 
 namespace clipcat::robustness {
 
@@ -39,21 +41,28 @@ class ScratchDir {
 // Connection details of the file catalog at `path`, as a client builds them.
 std::shared_ptr<ConnectionDetails> FileDetails(const std::string& path);
 
-// One SQLite connection to a catalog file, opened read-write so that a connection that finds a
-// crashed writer's log recovers it. Waits up to 10 seconds for locks. Raises std::runtime_error
-// with the engine's message on any failure.
-class RawCatalog {
+// SQL run on a catalog past clipcat. Raises std::runtime_error with the engine's message on any
+// failure.
+class RawSql {
  public:
-  explicit RawCatalog(const std::string& path);
-  ~RawCatalog();
-  RawCatalog(const RawCatalog&) = delete;
-  RawCatalog& operator=(const RawCatalog&) = delete;
-
-  // Every row of `sql`, each value as text; Null reads as "<null>" and a blob as its bytes.
-  std::vector<std::vector<std::string>> Rows(const std::string& sql);
+  virtual ~RawSql() = default;
+  // Every row of `sql`, each value as text; Null reads as "<null>".
+  virtual std::vector<std::vector<std::string>> Rows(const std::string& sql) = 0;
   // The first value of the first row, "" when there is none.
   std::string Scalar(const std::string& sql);
   int64_t Count(const std::string& sql) { return std::stoll(Scalar(sql)); }
+};
+
+// One SQLite connection to a catalog file, opened read-write so that a connection that finds a
+// crashed writer's log recovers it. Waits up to 10 seconds for locks. A blob reads as its bytes.
+class RawCatalog : public RawSql {
+ public:
+  explicit RawCatalog(const std::string& path);
+  ~RawCatalog() override;
+  RawCatalog(const RawCatalog&) = delete;
+  RawCatalog& operator=(const RawCatalog&) = delete;
+
+  std::vector<std::vector<std::string>> Rows(const std::string& sql) override;
 
   // True when the write lock can be taken at once, without waiting: no other connection holds a
   // write transaction open. The lock is released again before returning.
@@ -62,6 +71,23 @@ class RawCatalog {
  private:
   sqlite3* db_ = nullptr;
 };
+
+// One libpq connection to a catalog on a PostgreSQL server, by a libpq connection string.
+class RawServerCatalog : public RawSql {
+ public:
+  explicit RawServerCatalog(const std::string& conninfo);
+  ~RawServerCatalog() override;
+  RawServerCatalog(const RawServerCatalog&) = delete;
+  RawServerCatalog& operator=(const RawServerCatalog&) = delete;
+
+  std::vector<std::vector<std::string>> Rows(const std::string& sql) override;
+
+ private:
+  pg_conn* conn_ = nullptr;
+};
+
+// Connection details of the catalog on a PostgreSQL server that `connection_string` names.
+std::shared_ptr<ConnectionDetails> ServerDetails(const std::string& connection_string);
 
 // The contents of one table: its column names and its rows in a canonical (sorted) order. Each
 // value is a kind letter and its text: "n" Null, "i:42", "r:1.5", "t:text", "b:bytes", and

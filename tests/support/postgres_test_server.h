@@ -76,9 +76,7 @@ class PostgresTestServer {
 
   // Runs `sql` as the superuser in `database`. Answers the server's error, "" on success.
   std::string Admin(const std::string& sql, const std::string& database = "postgres") const {
-    const std::string conninfo = "host=" + dir_ + " port=" + std::to_string(port_) +
-                                 " dbname=" + database + " user=postgres";
-    PGconn* conn = PQconnectdb(conninfo.c_str());
+    PGconn* conn = PQconnectdb(Conninfo(database).c_str());
     std::string error;
     if (PQstatus(conn) != CONNECTION_OK) {
       error = PQerrorMessage(conn);
@@ -90,6 +88,12 @@ class PostgresTestServer {
     }
     PQfinish(conn);
     return error;
+  }
+
+  // The libpq connection string of `database` for the superuser.
+  std::string Conninfo(const std::string& database) const {
+    return "host=" + dir_ + " port=" + std::to_string(port_) + " dbname=" + database +
+           " user=postgres";
   }
 
   // "Provider=PostgreSQL;Host=<socket dir>;Port=<port>;Database=<database>;User ID=postgres".
