@@ -20,21 +20,6 @@ namespace {
 constexpr const char* kCategoryGroup = "1";
 constexpr const char* kCategoryStatusActive = "1";
 
-bool IsEmpty(const Recordset& rs) { return rs.Bof() && rs.Eof(); }
-
-// The category of the first row of `rs` through `read`, or nullptr when there is none. Closes
-// `rs`.
-template <typename Read>
-std::shared_ptr<Category> FirstCategory(Recordset& rs, Read&& read) {
-  std::shared_ptr<Category> category;
-  if (!IsEmpty(rs)) {
-    rs.MoveFirst();
-    category = read(rs);
-  }
-  rs.Close();
-  return category;
-}
-
 [[noreturn]] void RaiseCategoryNameNotUnique(const std::string& name) {
   RaiseError(err::kCategoryNameNotUnique, kDataServicesSource,
              FormatResourceMessage(kMessageNameNotUnique, {name}));
@@ -228,7 +213,7 @@ std::shared_ptr<Category> DataAccess::GetCategory(const std::string& sCategoryID
   Recordset rs = Connection().GetRecordsetRO(
       "Select * From GroupClipping Where lGroupClippingId=" +
       SqlNumber(Variant(GetLocalItemID(sCategoryID, external_catalog_id_))));
-  return FirstCategory(rs, [this](const Recordset& row) { return ReadCategoryRow(row); });
+  return FirstRow(rs, [this](const Recordset& row) { return ReadCategoryRow(row); });
 }
 
 std::shared_ptr<Category> DataAccess::GetCategoryByName(const std::string& sCategoryName) {
@@ -238,7 +223,7 @@ std::shared_ptr<Category> DataAccess::GetCategoryByName(const std::string& sCate
   Recordset rs = Connection().GetRecordsetRO(
       "Select * From GroupClipping Where sName=" + SqlText(Variant(sCategoryName)) + " " +
       "AND sGroupCategoryId=" + kCategoryGroup);
-  return FirstCategory(rs, [this](const Recordset& row) { return ReadCategoryRow(row); });
+  return FirstRow(rs, [this](const Recordset& row) { return ReadCategoryRow(row); });
 }
 
 std::shared_ptr<Category> DataAccess::ReadCategoryRow(const Recordset& rs) {

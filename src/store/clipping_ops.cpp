@@ -49,18 +49,6 @@ int32_t ClippingKeyNumber(const std::string& key) {
              FormatResourceMessage(kMessageNameNotUnique, {name}));
 }
 
-// The clipping of the first row of `rs` through `read`, or nullptr when there is none. Closes `rs`.
-template <typename Read>
-std::shared_ptr<Clipping> FirstClipping(Recordset& rs, Read&& read) {
-  std::shared_ptr<Clipping> clipping;
-  if (!(rs.Bof() && rs.Eof())) {
-    rs.MoveFirst();
-    clipping = read(rs);
-  }
-  rs.Close();
-  return clipping;
-}
-
 // Runs `body` in a transaction that is always rolled back; true when `body` raised nothing.
 template <typename Body>
 bool Trial(DBConnection& connection, Body&& body) {
@@ -104,7 +92,7 @@ std::shared_ptr<Clipping> DataAccess::GetClipping(const std::string& sClippingID
   const std::string key = GetLocalItemID(sClippingID, ExternalCatalogID());
   Recordset rs = Connection().GetRecordsetRO("SELECT * FROM Clipping WHERE lClippingID=" +
                                              SqlNumber(Variant(key)));
-  return FirstClipping(rs, [&](const Recordset& row) { return ReadClippingRow(row, bGetData); });
+  return FirstRow(rs, [&](const Recordset& row) { return ReadClippingRow(row, bGetData); });
 }
 
 std::shared_ptr<Clipping> DataAccess::FindClippingWithGUID(const std::string& sClippingGUID,
@@ -112,7 +100,7 @@ std::shared_ptr<Clipping> DataAccess::FindClippingWithGUID(const std::string& sC
   EnsureCatalogOpen();
   Recordset rs = Connection().GetRecordsetRO("SELECT * FROM Clipping WHERE sGUID=" +
                                              SqlText(Variant(sClippingGUID)));
-  return FirstClipping(rs, [&](const Recordset& row) { return ReadClippingRow(row, bGetData); });
+  return FirstRow(rs, [&](const Recordset& row) { return ReadClippingRow(row, bGetData); });
 }
 
 std::shared_ptr<Clipping> DataAccess::GetClippingByName(const std::string& sClippingName,
@@ -124,7 +112,7 @@ std::shared_ptr<Clipping> DataAccess::GetClippingByName(const std::string& sClip
       "Select * From Clipping Where sName=" + SqlText(Variant(sClippingName)) + " " +
       "AND lFolderID=" + SqlNumber(Variant(folder_key)) + " " + "AND iClippingStatus <> " +
       kDeletedClippingStatus);
-  return FirstClipping(rs, [&](const Recordset& row) { return ReadClippingRow(row, bGetData); });
+  return FirstRow(rs, [&](const Recordset& row) { return ReadClippingRow(row, bGetData); });
 }
 
 bool DataAccess::ClippingNameExists(const std::string& sClippingName,

@@ -55,18 +55,6 @@ bool IsTopKey(const std::string& key) { return ToDecimalOr(Variant(key), -1) == 
              FormatResourceMessage(kMessageNameNotUnique, {name}));
 }
 
-// The first row of `rs` through `read`, or nullptr when there is none. Closes `rs`.
-template <typename Read>
-std::shared_ptr<Folder> FirstFolder(Recordset& rs, Read&& read) {
-  std::shared_ptr<Folder> folder;
-  if (!(rs.Bof() && rs.Eof())) {
-    rs.MoveFirst();
-    folder = read(rs);
-  }
-  rs.Close();
-  return folder;
-}
-
 // The properties that adding or updating a folder writes into the caller's object, so that a
 // failed or trial write can give the caller its object back as it was.
 class FolderSnapshot {
@@ -168,7 +156,7 @@ std::shared_ptr<Folder> DataAccess::GetPersonalCatalogRootFolder() {
   EnsureCatalogOpen();
   Recordset rs = Connection().GetRecordsetRO(
       "SELECT * From Folder Where lExternalCatalogId=0 AND lParentId=0");
-  return FirstFolder(rs, [this](const Recordset& row) { return ReadFolderRow(row); });
+  return FirstRow(rs, [this](const Recordset& row) { return ReadFolderRow(row); });
 }
 
 bool DataAccess::HaveFoldersChanged(const Date& tDateTimeFoldersChecked) {
@@ -197,7 +185,7 @@ std::shared_ptr<Folder> DataAccess::GetFolderByName(const std::string& sFolderNa
   Recordset rs = Connection().GetRecordsetRO(
       FolderNameQuery("Select * From Folder WHERE sName=", sFolderName,
                       GetLocalItemID(sParentFolderID, external_catalog_id_)));
-  return FirstFolder(rs, [this](const Recordset& row) { return ReadFolderRow(row); });
+  return FirstRow(rs, [this](const Recordset& row) { return ReadFolderRow(row); });
 }
 
 bool DataAccess::FolderNameIsUnique(const std::string& sFolderName,
@@ -293,7 +281,7 @@ std::shared_ptr<Folder> DataAccess::GetFolder(const std::string& sFolderId) {
   Recordset rs = Connection().GetRecordsetRO(
       "SELECT * From Folder WHERE lFolderId=" +
       SqlNumber(Variant(GetLocalItemID(sFolderId, external_catalog_id_))));
-  return FirstFolder(rs, [this](const Recordset& row) { return ReadFolderRow(row); });
+  return FirstRow(rs, [this](const Recordset& row) { return ReadFolderRow(row); });
 }
 
 void DataAccess::UpdateParentFolder(const std::string& sFolderId, bool bIsLeaf) {

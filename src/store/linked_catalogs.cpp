@@ -11,12 +11,6 @@
 #include "util/values.h"
 
 namespace clipcat {
-namespace {
-
-// True when the recordset holds no row.
-bool IsEmpty(const Recordset& rs) { return rs.Bof() && rs.Eof(); }
-
-}  // namespace
 
 std::shared_ptr<ExternalCatalog> DataAccess::ReadExternalCatalogRow(const Recordset& rs) {
   auto catalog = ExternalCatalog::Create();

@@ -5,28 +5,11 @@
 #include <optional>
 #include <vector>
 
-#include "store/sql_tokenizer.h"
+#include "store/sql_statement_view.h"
 #include "util/text.h"
 
 namespace clipcat {
 namespace {
-
-bool IsComparison(const SqlToken& token) {
-  if (token.kind != SqlTokenKind::kOperator) return false;
-  static constexpr std::string_view kOperators[] = {"=", "==", "<>", "!=", "<", "<=", ">", ">="};
-  for (std::string_view op : kOperators) {
-    if (token.text == op) return true;
-  }
-  return false;
-}
-
-bool IsWord(const SqlToken& token, std::string_view word) {
-  return token.kind == SqlTokenKind::kIdentifier && EqualsIgnoreCase(token.text, word);
-}
-
-bool IsName(const SqlToken& token) {
-  return token.kind == SqlTokenKind::kIdentifier || token.kind == SqlTokenKind::kQuotedIdentifier;
-}
 
 bool IsSign(const SqlToken& token) {
   return token.kind == SqlTokenKind::kOperator && (token.text == "-" || token.text == "+");
@@ -56,11 +39,10 @@ bool EndsOperand(const SqlToken& token) {
 class Translator {
  public:
   Translator(std::string_view sql, const PostgresColumnTypes& types)
-      : text_(TranslateSqlForSqlite(sql, types.dates)), tokens_(TokenizeSql(text_)), types_(types) {
-    for (size_t i = 0; i < tokens_.size(); ++i) {
-      if (!IsInsignificant(tokens_[i])) significant_.push_back(i);
-    }
-  }
+      : text_(TranslateSqlForSqlite(sql, types.dates)),
+        view_(text_),
+        tokens_(view_.tokens()),
+        types_(types) {}
 
   std::string Run() {
     MarkInsertValues();
@@ -77,19 +59,12 @@ class Translator {
   }
 
  private:
-  const SqlToken& Sig(size_t k) const { return tokens_[significant_[k]]; }
-  size_t Count() const { return significant_.size(); }
+  const SqlToken& Sig(size_t k) const { return view_.Sig(k); }
+  size_t Count() const { return view_.Count(); }
+  size_t LastNamePart(size_t k) const { return view_.LastNamePart(k); }
 
   bool IsBooleanColumn(const SqlToken& token) const {
     return IsName(token) && types_.booleans.count(ToLowerAscii(IdentifierName(token))) != 0;
-  }
-
-  // The last part of a qualified name ("Folder.bIsLeaf") that starts at `k`.
-  size_t LastNamePart(size_t k) const {
-    while (k + 2 < Count() && IsName(Sig(k)) && Sig(k + 1).text == "." && IsName(Sig(k + 2))) {
-      k += 2;
-    }
-    return k;
   }
 
   // When a signed or unsigned number literal starts at `k`, the index of its number token.
@@ -107,52 +82,16 @@ class Translator {
     char* end = nullptr;
     const double value = std::strtod(digits.c_str(), &end);
     if (end == digits.c_str() || *end != '\0') return;  // not a number PostgreSQL would read
-    for (size_t k = first; k < number; ++k) replacements_[significant_[k]] = "";
-    replacements_[significant_[number]] = value != 0 ? "TRUE" : "FALSE";
+    for (size_t k = first; k < number; ++k) replacements_[view_.TokenIndex(k)] = "";
+    replacements_[view_.TokenIndex(number)] = value != 0 ? "TRUE" : "FALSE";
   }
 
-  // INSERT INTO name [. name] ( c1, c2 ... ) VALUES ( v1, v2 ... ) [, ( ... ) ...]
+  // A boolean column's value in an INSERT that is one number literal and nothing else.
   void MarkInsertValues() {
-    const size_t n = Count();
-    if (n < 2 || !IsWord(Sig(0), "insert")) return;
-    size_t k = 1;
-    while (k < n && !IsWord(Sig(k), "into")) ++k;
-    if (++k >= n || !IsName(Sig(k))) return;
-    ++k;
-    while (k + 1 < n && Sig(k).text == "." && IsName(Sig(k + 1))) k += 2;
-    if (k >= n || Sig(k).text != "(") return;
-    std::vector<bool> column_is_boolean;
-    for (++k; k < n && Sig(k).text != ")"; ++k) {
-      if (Sig(k).text == ",") continue;
-      if (!IsName(Sig(k))) return;
-      column_is_boolean.push_back(IsBooleanColumn(Sig(k)));
-    }
-    if (++k >= n || !IsWord(Sig(k), "values")) return;
-    ++k;
-    while (k < n && Sig(k).text == "(") {
-      size_t position = 0;
-      int depth = 0;
-      size_t value_start = k + 1;
-      for (++k; k < n; ++k) {
-        const std::string_view t = Sig(k).text;
-        if (t == "(") {
-          ++depth;
-        } else if (t == ")" && depth > 0) {
-          --depth;
-        } else if ((t == "," || t == ")") && depth == 0) {
-          // A value that is one number literal and nothing else.
-          const auto number = NumberAt(value_start);
-          if (number && *number + 1 == k && position < column_is_boolean.size() &&
-              column_is_boolean[position]) {
-            MarkBoolean(value_start, *number);
-          }
-          ++position;
-          value_start = k + 1;
-          if (t == ")") break;
-        }
-      }
-      if (++k < n && Sig(k).text == ",") ++k;
-    }
+    view_.ForEachInsertValue([this](const SqlToken& column, size_t first, size_t end) {
+      const auto number = NumberAt(first);
+      if (number && *number + 1 == end && IsBooleanColumn(column)) MarkBoolean(first, *number);
+    });
   }
 
   // column = literal, literal = column; UPDATE's SET assignments are of the first form.
@@ -187,13 +126,13 @@ class Translator {
       if (!IsWord(Sig(k), "like") && !IsWord(Sig(k), "ilike")) continue;
       if (Sig(k + 1).kind != SqlTokenKind::kString) continue;
       if (k + 2 < n && (IsWord(Sig(k + 2), "escape") || !EndsOperand(Sig(k + 2)))) continue;
-      additions_[significant_[k + 1]] = " ESCAPE ''";
+      additions_[view_.TokenIndex(k + 1)] = " ESCAPE ''";
     }
   }
 
   std::string text_;  // the statement with its date literals rewritten; tokens_ view into it
-  std::vector<SqlToken> tokens_;
-  std::vector<size_t> significant_;  // indexes into tokens_ of the tokens that carry meaning
+  SqlStatementView view_;
+  const std::vector<SqlToken>& tokens_;  // every token, spaces and comments included
   const PostgresColumnTypes& types_;
   std::map<size_t, std::string> replacements_;  // token index -> text written instead
   std::map<size_t, std::string> additions_;     // token index -> text written after it

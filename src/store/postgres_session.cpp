@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "store/postgres_schema.h"
-#include "store/sql_tokenizer.h"
+#include "store/sql_statement_view.h"
 #include "util/date.h"
 #include "util/errors.h"
 #include "util/text.h"
@@ -35,16 +35,6 @@ void RequireOneStatement(std::string_view sql) {
     seen_statement = true;
   }
   if (!seen_statement) RaiseEngineText("The statement text is empty.");
-}
-
-// True when the statement may change the schema, so that the column types must be read again.
-bool ChangesSchema(std::string_view sql) {
-  for (const SqlToken& token : TokenizeSql(sql)) {
-    if (IsInsignificant(token)) continue;
-    return EqualsIgnoreCase(token.text, "create") || EqualsIgnoreCase(token.text, "alter") ||
-           EqualsIgnoreCase(token.text, "drop");
-  }
-  return false;
 }
 
 template <typename Number>
@@ -238,7 +228,7 @@ PostgresResult PostgresSession::RunStoreStatement(std::string_view sql) {
   Conn();
   RequireOneStatement(sql);
   PostgresResult result = RunGuarded(TranslateSqlForPostgres(sql, column_types_));
-  if (ChangesSchema(sql)) LoadColumnTypes();
+  if (MayChangeSchema(sql)) LoadColumnTypes();
   return result;
 }
 

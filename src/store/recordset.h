@@ -81,4 +81,20 @@ class Recordset {
   int64_t position_ = 0;
 };
 
+// True when `rs` has no rows.
+inline bool IsEmpty(const Recordset& rs) { return rs.Bof() && rs.Eof(); }
+
+// What `read` makes of the first row of `rs`, or an empty result (a null pointer) when there is
+// no row. Closes `rs`.
+template <typename Read>
+auto FirstRow(Recordset& rs, Read&& read) -> decltype(read(rs)) {
+  decltype(read(rs)) first{};
+  if (!IsEmpty(rs)) {
+    rs.MoveFirst();
+    first = read(rs);
+  }
+  rs.Close();
+  return first;
+}
+
 }  // namespace clipcat

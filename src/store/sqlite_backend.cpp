@@ -1,6 +1,6 @@
 #include "store/sqlite_backend.h"
 
-#include "store/sql_tokenizer.h"
+#include "store/sql_statement_view.h"
 #include "store/sqlite_cursor.h"
 #include "store/sqlite_session.h"
 #include "util/errors.h"
@@ -8,16 +8,6 @@
 
 namespace clipcat {
 namespace {
-
-// True when the statement may change the schema, so that the date columns must be read again.
-bool ChangesSchema(std::string_view sql) {
-  for (const SqlToken& token : TokenizeSql(sql)) {
-    if (IsInsignificant(token)) continue;
-    return EqualsIgnoreCase(token.text, "create") || EqualsIgnoreCase(token.text, "alter") ||
-           EqualsIgnoreCase(token.text, "drop");
-  }
-  return false;
-}
 
 std::string SavepointName(int level) { return "clipcat_transaction_" + std::to_string(level); }
 
@@ -44,7 +34,7 @@ void SqliteBackend::Execute(std::string_view sql) {
     SqliteStatement statement(session, sql);
     statement.Run();
   }
-  if (ChangesSchema(sql)) session.LoadDateColumns();
+  if (MayChangeSchema(sql)) session.LoadDateColumns();
 }
 
 RowSet SqliteBackend::Query(std::string_view sql) {

@@ -4,7 +4,7 @@
 #include <set>
 #include <vector>
 
-#include "store/sql_tokenizer.h"
+#include "store/sql_statement_view.h"
 #include "util/date.h"
 #include "util/date_text.h"
 #include "util/text.h"
@@ -12,31 +12,10 @@
 namespace clipcat {
 namespace {
 
-bool IsComparison(const SqlToken& token) {
-  if (token.kind != SqlTokenKind::kOperator) return false;
-  static constexpr std::string_view kOperators[] = {"=", "==", "<>", "!=", "<", "<=", ">", ">="};
-  for (std::string_view op : kOperators) {
-    if (token.text == op) return true;
-  }
-  return false;
-}
-
-bool IsWord(const SqlToken& token, std::string_view word) {
-  return token.kind == SqlTokenKind::kIdentifier && EqualsIgnoreCase(token.text, word);
-}
-
-bool IsName(const SqlToken& token) {
-  return token.kind == SqlTokenKind::kIdentifier || token.kind == SqlTokenKind::kQuotedIdentifier;
-}
-
 class Translator {
  public:
   Translator(std::string_view sql, const DateColumnSet& date_columns)
-      : tokens_(TokenizeSql(sql)), date_columns_(date_columns) {
-    for (size_t i = 0; i < tokens_.size(); ++i) {
-      if (!IsInsignificant(tokens_[i])) significant_.push_back(i);
-    }
-  }
+      : view_(sql), tokens_(view_.tokens()), date_columns_(date_columns) {}
 
   std::string Run() {
     MarkInsertValues();
@@ -62,69 +41,25 @@ class Translator {
   }
 
  private:
-  const SqlToken& Sig(size_t k) const { return tokens_[significant_[k]]; }
+  const SqlToken& Sig(size_t k) const { return view_.Sig(k); }
+  size_t Count() const { return view_.Count(); }
+  size_t LastNamePart(size_t k) const { return view_.LastNamePart(k); }
 
   bool IsDateColumn(const SqlToken& token) const {
     return IsName(token) && date_columns_.count(ToLowerAscii(IdentifierName(token))) != 0;
   }
 
-  // The last part of a qualified name ("GroupClipping.tUpdated") that starts at `k`.
-  size_t LastNamePart(size_t k) const {
-    while (k + 2 < significant_.size() && IsName(Sig(k)) && Sig(k + 1).text == "." &&
-           IsName(Sig(k + 2))) {
-      k += 2;
-    }
-    return k;
-  }
-
   void MarkIfString(size_t k) {
-    if (k < significant_.size() && Sig(k).kind == SqlTokenKind::kString) {
-      date_literals_.insert(significant_[k]);
+    if (k < Count() && Sig(k).kind == SqlTokenKind::kString) {
+      date_literals_.insert(view_.TokenIndex(k));
     }
   }
 
-  // INSERT INTO name [. name] ( c1, c2 ... ) VALUES ( v1, v2 ... ) [, ( ... ) ...]
+  // A date column's value in an INSERT that is one string literal and nothing else.
   void MarkInsertValues() {
-    const size_t n = significant_.size();
-    size_t k = 0;
-    if (n < 2 || !(IsWord(Sig(0), "insert") || IsWord(Sig(0), "replace"))) return;
-    ++k;
-    while (k < n && !IsWord(Sig(k), "into")) ++k;
-    if (++k >= n || !IsName(Sig(k))) return;
-    ++k;
-    while (k + 1 < n && Sig(k).text == "." && IsName(Sig(k + 1))) k += 2;
-    if (k >= n || Sig(k).text != "(") return;
-    std::vector<bool> column_is_date;
-    for (++k; k < n && Sig(k).text != ")"; ++k) {
-      if (Sig(k).text == ",") continue;
-      if (!IsName(Sig(k))) return;
-      column_is_date.push_back(IsDateColumn(Sig(k)));
-    }
-    if (++k >= n || !IsWord(Sig(k), "values")) return;
-    ++k;
-    while (k < n && Sig(k).text == "(") {
-      size_t position = 0;
-      int depth = 0;
-      size_t value_start = k + 1;
-      for (++k; k < n; ++k) {
-        const std::string_view t = Sig(k).text;
-        if (t == "(") {
-          ++depth;
-        } else if (t == ")" && depth > 0) {
-          --depth;
-        } else if ((t == "," || t == ")") && depth == 0) {
-          // A value that is one literal and nothing else.
-          if (k == value_start + 1 && position < column_is_date.size() &&
-              column_is_date[position]) {
-            MarkIfString(value_start);
-          }
-          ++position;
-          value_start = k + 1;
-          if (t == ")") break;
-        }
-      }
-      if (++k < n && Sig(k).text == ",") ++k;
-    }
+    view_.ForEachInsertValue([this](const SqlToken& column, size_t first, size_t end) {
+      if (end == first + 1 && IsDateColumn(column)) MarkIfString(first);
+    });
   }
 
   void MarkComparisonsAndCalls() {
@@ -133,7 +68,7 @@ class Translator {
       size_t argument;
     };
     std::vector<Group> groups;
-    const size_t n = significant_.size();
+    const size_t n = Count();
     for (size_t k = 0; k < n; ++k) {
       const SqlToken& token = Sig(k);
       if (token.text == "(") {
@@ -162,13 +97,13 @@ class Translator {
   // The tokens of one side of an equality that names a column: "name" or "table.name", from `k`.
   // Answers the index after it, or `k` when there is none.
   size_t ColumnEnd(size_t k) const {
-    if (k >= significant_.size() || !IsName(Sig(k))) return k;
+    if (k >= Count() || !IsName(Sig(k))) return k;
     return LastNamePart(k) + 1;
   }
 
   // A number literal, optionally negative, or Null, from `k`: answers the index after it, or `k`.
   size_t LiteralEnd(size_t k) const {
-    const size_t n = significant_.size();
+    const size_t n = Count();
     if (k < n && IsWord(Sig(k), "null")) return k + 1;
     if (k < n && Sig(k).text == "-") ++k;
     return k < n && Sig(k).kind == SqlTokenKind::kNumber ? k + 1 : k;
@@ -186,7 +121,7 @@ class Translator {
   // Folder subtrees give such chains of any length, and SQLite refuses an expression deeper than
   // 1,000 terms; the list means the same and has no depth.
   void MarkEqualityChains() {
-    const size_t n = significant_.size();
+    const size_t n = Count();
     for (size_t k = 0; k + 1 < n; ++k) {
       if (!(Sig(k).text == "(" || IsWord(Sig(k), "where"))) continue;
       const size_t start = k + 1;
@@ -212,7 +147,7 @@ class Translator {
         if (bounded && values.size() > 1) {
           std::string list = column + " IN (";
           for (size_t v = 0; v < values.size(); ++v) list += (v == 0 ? "" : ",") + values[v];
-          in_lists_[significant_[start]] = {significant_[at - 1], list + ")"};
+          in_lists_[view_.TokenIndex(start)] = {view_.TokenIndex(at - 1), list + ")"};
         }
         break;
       }
@@ -224,11 +159,11 @@ class Translator {
     std::string text;  // what replaces the chain
   };
 
-  std::vector<SqlToken> tokens_;
-  std::vector<size_t> significant_;    // indexes into tokens_ of the tokens that carry meaning
+  SqlStatementView view_;
+  const std::vector<SqlToken>& tokens_;  // every token, spaces and comments included
+  const DateColumnSet& date_columns_;
   std::set<size_t> date_literals_;     // indexes into tokens_ of literals in a date position
   std::map<size_t, InList> in_lists_;  // by index into tokens_ of an equality chain's first token
-  const DateColumnSet& date_columns_;
 };
 
 }  // namespace
