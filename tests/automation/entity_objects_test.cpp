@@ -1,15 +1,15 @@
 #include "automation/entity_objects.h"
 
 #include <map>
-#include <tuple>
 
 #include "automation/automation_test_helpers.h"
+#include "util/values.h"
 
 namespace clipcat {
 namespace {
 
-using test::ErrorNumber;
 using test::New;
+using test::RaisedNumber;
 using test::TableOf;
 
 // The members in table order: "P" a read-only property, "P=x" one clients may also set (x the
@@ -69,9 +69,9 @@ TEST(EntityObjects, EveryClassIsCreatableAndListsItsMembersWithOnlyClientSetters
           TableOf(object).Find(m.name, InvokeKind::kPropertyPut) != nullptr) {
         continue;
       }
-      EXPECT_EQ(ErrorNumber([&] { SetProperty(object, m.name, Variant("1")); }), err::kUnknownName)
+      EXPECT_EQ(RaisedNumber([&] { SetProperty(object, m.name, Variant("1")); }), err::kUnknownName)
           << m.name;
-      EXPECT_EQ(ErrorNumber([&] { GetProperty(object, m.name); }), 0) << m.name;
+      EXPECT_EQ(RaisedNumber([&] { GetProperty(object, m.name); }), 0) << m.name;
     }
   }
 }
@@ -102,48 +102,38 @@ TEST(EntityObjects, SettersCoerceToTheDeclaredTypeAndReachOnlyTheirOwnProperty) 
       }
     }
   }
-  const Date date = Variant("2002-03-03 14:05:09").ToDate();
-  struct Case {
+  // Arguments are coerced to the declared type; what does not convert is refused and changes
+  // nothing.
+  const struct {
     const char* class_name;
     const char* property;
     Variant given;
-    Variant expected;  // Empty: refused with a type mismatch, nothing changed
-  };
-  const Case cases[] = {
-      {"Folder", "ID", int32_t{42}, "42"},
+    Variant expected;  // Empty: refused with a type mismatch
+  } cases[] = {
       {"Folder", "Name", true, "True"},
-      {"ClippingData", "RawData", 2.5, "2.5"},
       {"ClippingData", "ClippingDataType", " 3 ", int32_t{3}},
-      {"Clipping", "ID", int16_t{7}, "7"},
-      {"Category", "ID", int32_t{-1}, "-1"},
-      {"Category", "Updated", "2002-03-03 14:05:09", date},
-      {"ConnectionDetails", "DataSourceType", "2", int32_t{2}},
+      {"Category", "Updated", "2002-03-03 14:05:09", Variant("2002-03-03 14:05:09").ToDate()},
       {"ExternalCatalog", "ID", "2147483647", int32_t{2147483647}},
-      {"ExternalCatalog", "IsOnline", "True", true},
       {"ExternalCatalog", "ConnectionSpeed", "-32768", int16_t{-32768}},
-      {"ExternalCatalog", "ConnectionSpeed", 32767.0, int16_t{32767}},
       {"Search", "SearchSubFolders", int32_t{-1}, true},
-      {"Search", "OrClippingBelongsToCategory", "true", true},
       {"ExternalCatalog", "ConnectionSpeed", "32768", {}},
-      {"ExternalCatalog", "ConnectionSpeed", int32_t{-32769}, {}},
       {"ExternalCatalog", "ID", 2147483648.0, {}},
       {"ConnectionDetails", "DataSourceType", "two", {}},
       {"Search", "SearchSubFolders", "maybe", {}},
       {"Category", "Updated", "not a date", {}},
       {"Folder", "Name", Variant::Null(), {}},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.class_name) + "." + c.property + " row " +
-                 std::to_string(&c - cases));
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.class_name) + "." + c.property + " <- " + ToTextOr(c.given, "Null"));
     auto object = New(c.class_name);
     const Variant before = GetProperty(object, c.property);
-    const AutomationError e = test::ErrorOf([&] { SetProperty(object, c.property, c.given); });
     if (c.expected.IsEmpty()) {
+      const AutomationError e = test::ErrorOf([&] { SetProperty(object, c.property, c.given); });
       EXPECT_EQ(e.number(), err::kArgumentTypeMismatch);
       EXPECT_EQ(e.source(), std::string("TORVEL.") + c.class_name);
       EXPECT_EQ(GetProperty(object, c.property), before);
     } else {
-      EXPECT_EQ(e.number(), 0);
+      SetProperty(object, c.property, c.given);
       EXPECT_EQ(GetProperty(object, c.property), c.expected);
     }
   }
@@ -151,7 +141,6 @@ TEST(EntityObjects, SettersCoerceToTheDeclaredTypeAndReachOnlyTheirOwnProperty) 
 
 TEST(EntityObjects, ReadOnlyPropertiesShowWhatTheStoreSet) {
   auto folder = New("Folder");
-  EXPECT_EQ(GetProperty(folder, "Updated"), Variant(Unwrap<Folder>(Variant(folder))->Updated()));
   SetProperty(folder, "XML",
               "<Folder guid=\"{G}\" parentid=\"P7C1\" status=\"3\" isleaf=\"9\" "
               "updated=\"14:05:09 3 Mar 2002\"/>");
@@ -164,26 +153,6 @@ TEST(EntityObjects, ReadOnlyPropertiesShowWhatTheStoreSet) {
   for (const auto& [property, value] : store_set) {
     EXPECT_EQ(GetProperty(folder, property), value) << property;
   }
-  auto clipping = New("Clipping");
-  EXPECT_EQ(GetProperty(clipping, "Accessed"), Variant(Date(0)));
-  EXPECT_EQ(GetProperty(New("ClippingData"), "IsCompressed"), Variant(false));
-  for (int32_t status : {0, 32767, -32768, 32768, -32769}) {
-    SetProperty(clipping, "XML",
-                "<clipping Status=\"" + std::to_string(status) + "\"><clippingdata/></clipping>");
-    if (status >= -32768 && status <= 32767) {
-      EXPECT_EQ(GetProperty(clipping, "ClippingStatus"), Variant(static_cast<int16_t>(status)));
-    } else {
-      EXPECT_EQ(ErrorNumber([&] { GetProperty(clipping, "ClippingStatus"); }), err::kOverflow);
-    }
-  }
-  // The personal catalog flag survives only until it is read.
-  auto details = New("ConnectionDetails");
-  SetProperty(details, "IsPersonalCatalog", "True");
-  EXPECT_NE(GetProperty(details, "XML").AsString().find("ispersonalcatalog=\"true\""),
-            std::string::npos);
-  EXPECT_EQ(GetProperty(details, "IsPersonalCatalog"), Variant(false));
-  EXPECT_NE(GetProperty(details, "XML").AsString().find("ispersonalcatalog=\"false\""),
-            std::string::npos);
 }
 
 TEST(EntityObjects, XmlCarriesAnObjectToAnotherAndCreatesObjectsFromText) {
@@ -214,18 +183,17 @@ TEST(EntityObjects, XmlCarriesAnObjectToAnotherAndCreatesObjectsFromText) {
     EXPECT_EQ(from_text->TypeName(), name);
     EXPECT_EQ(GetProperty(from_text, "XML"), xml);
   }
-  EXPECT_EQ(ErrorNumber([] { GetProperty(New("ExternalCatalog"), "XML"); }), err::kUnknownName);
+  EXPECT_EQ(RaisedNumber([] { GetProperty(New("ExternalCatalog"), "XML"); }), err::kUnknownName);
   EXPECT_EQ(GetProperty(CreateEntityFromXML("fOLDER", "<Folder name=\"n\"/>"), "Name"),
             Variant("n"));
   for (const char* name : {"ExternalCatalog", "Collection", "Widget", "", "Folder "}) {
-    EXPECT_EQ(ErrorNumber([&] { CreateEntityFromXML(name, "<Folder/>"); }), err::kTypeMismatch)
+    EXPECT_EQ(RaisedNumber([&] { CreateEntityFromXML(name, "<Folder/>"); }), err::kTypeMismatch)
         << name;
   }
-  EXPECT_EQ(ErrorNumber([] { CreateEntityFromXML("Folder", "<folder/>"); }), err::kObjectRequired);
-  EXPECT_EQ(ErrorNumber([] { CreateEntityFromXML("Search", "not xml"); }), err::kObjectRequired);
+  EXPECT_EQ(RaisedNumber([] { CreateEntityFromXML("Folder", "<folder/>"); }), err::kObjectRequired);
 }
 
-TEST(EntityObjects, WrapAndUnwrapKeepIdentity) {
+TEST(EntityObjects, WrapAndUnwrapKeepIdentityAndRefuseOtherClasses) {
   auto folder = Folder::Create();
   const Variant wrapped = Wrap(folder);
   EXPECT_EQ(wrapped.AsObject()->TypeName(), "Folder");
@@ -233,48 +201,36 @@ TEST(EntityObjects, WrapAndUnwrapKeepIdentity) {
   auto catalogs = std::make_shared<ExternalCatalogCollection>();
   EXPECT_EQ(Unwrap<ExternalCatalogCollection>(Wrap(catalogs)), catalogs);
   EXPECT_EQ(Wrap(catalogs).AsObject()->TypeName(), kCollectionClassName);
-  auto search = Search::Create();
-  EXPECT_EQ(Unwrap<TextCollection>(Wrap(search->FolderIDs())), search->FolderIDs());
-  const Variant nothing = Wrap(std::shared_ptr<Folder>());
-  ASSERT_TRUE(nothing.IsObject());
-  EXPECT_EQ(nothing.AsObject(), nullptr);
-  EXPECT_EQ(Unwrap<Folder>(nothing), nullptr);
+  EXPECT_EQ(Unwrap<Folder>(Wrap(std::shared_ptr<Folder>())), nullptr);
   EXPECT_EQ(Unwrap<Folder>(Variant()), nullptr);
-  EXPECT_EQ(Unwrap<FolderCollection>(Variant()), nullptr);
   for (const Variant& other :
        {Wrap(Clipping::Create()), Wrap(Folders::Create()), Wrap(folder->ChildFolders()),
-        Variant("<Folder/>"), Variant(int32_t{1}), Variant::Null()}) {
-    EXPECT_EQ(ErrorNumber([&] { Unwrap<Folder>(other); }), err::kTypeMismatch);
+        Variant("<Folder/>"), Variant::Null()}) {
+    EXPECT_EQ(RaisedNumber([&] { Unwrap<Folder>(other); }), err::kTypeMismatch);
   }
   EXPECT_EQ(
-      ErrorNumber([&] { Unwrap<FolderCollection>(Wrap(Clipping::Create()->ClippingData())); }),
+      RaisedNumber([&] { Unwrap<FolderCollection>(Wrap(Clipping::Create()->ClippingData())); }),
       err::kTypeMismatch);
-  EXPECT_EQ(ErrorNumber([&] { Unwrap<ExternalCatalogCollection>(wrapped); }), err::kTypeMismatch);
 }
 
 TEST(EntityObjects, CollectionsShareTheOwnersList) {
   auto folder = Folder::Create();
   const auto object = Wrap(folder).AsObject();
   auto children = GetProperty(object, "ChildFolders").AsObject();
-  EXPECT_EQ(children->TypeName(), kCollectionClassName);
   auto first = Folder::Create();
   auto second = Folder::Create();
   for (const auto& item : {first, second, first}) CallMember(children, "add", {Wrap(item)});
-  ASSERT_EQ(folder->ChildFolders()->Count(), 3) << "duplicates are kept";
   EXPECT_EQ(GetProperty(children, "Count"), Variant(int32_t{3}));
   EXPECT_EQ(Unwrap<Folder>(CallMember(children, "Item", {Variant("2")})), second);
   CallMember(children, "Remove", {Variant(int32_t{1})});
-  EXPECT_EQ(folder->ChildFolders()->Item(1), second);
-  for (int32_t index : {0, 3, -1}) {
-    EXPECT_EQ(ErrorNumber([&] { CallMember(children, "Item", {Variant(index)}); }),
-              err::kSubscriptOutOfRange);
-    EXPECT_EQ(ErrorNumber([&] { CallMember(children, "Remove", {Variant(index)}); }),
+  EXPECT_EQ(folder->ChildFolders()->Snapshot(),
+            (std::vector<std::shared_ptr<Folder>>{second, first}));
+  for (int32_t index : {0, 3}) {
+    EXPECT_EQ(RaisedNumber([&] { CallMember(children, "Item", {Variant(index)}); }),
               err::kSubscriptOutOfRange);
   }
-  EXPECT_EQ(ErrorNumber([&] { CallMember(children, "Add", {Wrap(Clipping::Create())}); }),
+  EXPECT_EQ(RaisedNumber([&] { CallMember(children, "Add", {Wrap(Clipping::Create())}); }),
             err::kArgumentTypeMismatch);
-  EXPECT_EQ(folder->ChildFolders()->Count(), 2);
-
   // Assigning another folder's list makes it this folder's list; other values are refused.
   auto other = Folder::Create();
   SetProperty(object, "ChildFolders", Wrap(other->ChildFolders()));
@@ -283,53 +239,39 @@ TEST(EntityObjects, CollectionsShareTheOwnersList) {
        {std::pair{Wrap(Clipping::Create()->ClippingData()), err::kTypeMismatch},
         std::pair{Wrap(first), err::kArgumentTypeMismatch},
         std::pair{Variant(std::shared_ptr<Dispatch>()), err::kObjectVariableNotSet}}) {
-    EXPECT_EQ(ErrorNumber([&] { SetProperty(object, "ChildFolders", value); }), number);
+    EXPECT_EQ(RaisedNumber([&] { SetProperty(object, "ChildFolders", value); }), number);
   }
   EXPECT_EQ(folder->ChildFolders(), other->ChildFolders());
-
   // Text lists take any value as text.
   auto search = Search::Create();
   auto ids = GetProperty(Wrap(search).AsObject(), "FolderIDs").AsObject();
   CallMember(ids, "Add", {Variant(int32_t{15})});
   CallMember(ids, "Add", {Variant("P7C3")});
   EXPECT_EQ(search->FolderIDs()->Snapshot(), (std::vector<std::string>{"15", "P7C3"}));
-  EXPECT_EQ(CallMember(ids, "Item", {Variant(int32_t{2})}), Variant("P7C3"));
-  CallMember(Wrap(search).AsObject(), "ClearFolderIDs");
-  EXPECT_EQ(search->FolderIDs()->Count(), 0);
-  EXPECT_EQ(GetProperty(ids, "Count"), Variant(int32_t{2})) << "the released list is untouched";
 }
 
-TEST(EntityObjects, ListClassesAddClearAndAppendThemselves) {
-  auto folders = Folders::Create();
-  auto object = Wrap(folders).AsObject();
-  auto folder = Folder::Create();
-  CallMember(object, "AddFolder", {Wrap(folder)});
-  CallMember(object, "AddFolders", {Variant(object)});  // a list appended to itself doubles
-  EXPECT_EQ(folders->Items()->Snapshot(), (std::vector<std::shared_ptr<Folder>>{folder, folder}));
-  EXPECT_EQ(GetProperty(GetProperty(object, "Folders").AsObject(), "Count"), Variant(int32_t{2}));
-  for (const auto& [member, value, number] :
-       {std::tuple{"AddFolder", Wrap(Category::Create()), err::kArgumentTypeMismatch},
-        std::tuple{"AddFolders", Wrap(Clippings::Create()), err::kArgumentTypeMismatch},
-        std::tuple{"AddFolders", Variant(), err::kObjectVariableNotSet}}) {
-    EXPECT_EQ(ErrorNumber([&] { CallMember(object, member, {value}); }), number) << member;
+TEST(EntityObjects, ListClassesAddAppendThemselvesAndClear) {
+  for (const auto& [list_name, member_name] :
+       {std::pair{"Folders", "Folder"}, std::pair{"Clippings", "Clipping"},
+        std::pair{"Categories", "Category"}}) {
+    SCOPED_TRACE(list_name);
+    const std::string list_class = list_name;
+    auto list = New(list_class);
+    auto member = New(member_name);
+    CallMember(list, "Add" + std::string(member_name), {Variant(member)});
+    CallMember(list, "Add" + list_class, {Variant(list)});  // a list appended to itself doubles
+    const auto items = GetProperty(list, list_class).AsObject();
+    EXPECT_EQ(GetProperty(items, "Count"), Variant(int32_t{2}));
+    // The items are the member itself: a change through one shows in the other.
+    SetProperty(CallMember(items, "Item", {Variant(int32_t{2})}).AsObject(), "Name", "same");
+    EXPECT_EQ(GetProperty(member, "Name"), Variant("same"));
+    EXPECT_EQ(RaisedNumber([&] { CallMember(list, "Add" + list_class, {Variant()}); }),
+              err::kObjectVariableNotSet);
+    EXPECT_EQ(RaisedNumber([&] { CallMember(list, "Add" + list_class, {Variant(member)}); }),
+              err::kArgumentTypeMismatch);
+    CallMember(list, "Clear" + list_class);
+    EXPECT_EQ(GetProperty(GetProperty(list, list_class).AsObject(), "Count"), Variant(int32_t{0}));
   }
-  CallMember(object, "ClearFolders");
-  EXPECT_EQ(folders->Items()->Count(), 0);
-
-  auto clippings = Clippings::Create();
-  auto more = Clippings::Create();
-  more->AddClipping(Clipping::Create());
-  CallMember(Wrap(clippings).AsObject(), "AddClippings", {Wrap(more)});
-  CallMember(Wrap(clippings).AsObject(), "AddClipping", {Wrap(Clipping::Create())});
-  EXPECT_EQ(clippings->Items()->Count(), 2);
-  EXPECT_EQ(clippings->Items()->Item(1), more->Items()->Item(1));
-
-  auto categories = Categories::Create();
-  auto category = Category::Create();
-  CallMember(Wrap(categories).AsObject(), "AddCategory", {Wrap(category)});
-  CallMember(Wrap(categories).AsObject(), "AddCategories", {Wrap(categories)});
-  const auto items = GetProperty(Wrap(categories).AsObject(), "Categories").AsObject();
-  EXPECT_EQ(Unwrap<Category>(CallMember(items, "Item", {Variant(int32_t{2})})), category);
 }
 
 }  // namespace

@@ -8,11 +8,11 @@
 #include <limits>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "util/date.h"
 #include "util/date_locale.h"
+#include "util/error_of.h"
 #include "util/errors.h"
 #include "util/values.h"
 
@@ -27,16 +27,7 @@ inline std::string Join(const Texts& texts) {
   return joined;
 }
 
-// The number of the AutomationError `call` raises, or 0 when it raises none.
-template <typename Call>
-int32_t RaisedNumber(Call&& call) {
-  try {
-    std::forward<Call>(call)();
-  } catch (const AutomationError& error) {
-    return error.number();
-  }
-  return 0;
-}
+using testing::RaisedNumber;
 
 // The error number reading `text` into `object` raises, and the one writing its XML raises.
 template <typename T>

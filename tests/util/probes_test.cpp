@@ -122,15 +122,6 @@ TEST(ServerFromDsn, FindsTheHostOfTheNamedDataSource) {
             err::kInvalidProcedureCall);
 }
 
-TEST(ServerFromDsn, ReadsOdbciniBeforeTheUserFile) {
-  TempDir dir;
-  ScopedEnv odbcini("ODBCINI", dir.Write("first.ini", "[sales]\nServer=first\n"));
-  ScopedEnv home("HOME", dir.path());
-  dir.Write(".odbc.ini", "[sales]\nServer=second\n[user]\nServer=user.host\n");
-  EXPECT_EQ(ServerFromDsn("DSN=sales"), "\\\\FIRST");
-  EXPECT_EQ(ServerFromDsn("DSN=user"), "\\\\USER.HOST");
-}
-
 TEST(IsCatalogUnavailable, DecidesFilesByTheirFileAndDataSourcesByTheirHost) {
   TempDir dir;
   const std::string file = dir.Write("cat.db", "x");

@@ -53,39 +53,23 @@ TEST_F(ValuesTest, SqlDateNormalisesAndQuotes) {
   EXPECT_EQ(RaisedNumber([] { SqlDate(Variant::Null()); }), err::kInvalidUseOfNull);
 }
 
-TEST_F(ValuesTest, NormaliseDateTextStepsRunInOrder) {
+TEST_F(ValuesTest, NormaliseDateTextStepsRunInOrderUnderTheLocalesDayOrder) {
   EXPECT_EQ(NormaliseDateText("Wednesday, 3 April 2002"), "2002-04-03 00:00:00");
   EXPECT_EQ(NormaliseDateText("Wed 3 Apr 2002 9:15 a.m"), "2002-04-03 09:15:00");
   EXPECT_EQ(NormaliseDateText("3.4.2002 11:59:59 P.M."), "2002-04-03 23:59:59");
   EXPECT_EQ(NormaliseDateText("MONDAY 1/1/2001"), "2001-01-01 00:00:00");
   EXPECT_EQ(NormaliseDateText("tomorrow"), "");
-}
-
-TEST_F(ValuesTest, NormaliseDateTextFollowsTheLocaleOrder) {
   ScopedDateLocale month_first(DateLocale::English(DateOrder::kMonthDayYear));
   EXPECT_EQ(NormaliseDateText("Thursday, 3.4.2002 2:05:09 p.m."), "2002-03-04 14:05:09");
   EXPECT_EQ(SqlDate("4/13/2002"), "'00:00:00 13 Apr 2002'");
 }
 
-TEST_F(ValuesTest, FormatCatalogDateAndToDateOrRoundTrip) {
-  EXPECT_EQ(FormatCatalogDate(Date()), "00:00:00 30 Dec 1899");
-  const Date date = *Date::FromParts({2002, 3, 3, 14, 5, 9});
-  EXPECT_EQ(FormatCatalogDate(date), "14:05:09 3 Mar 2002");
-  EXPECT_EQ(ToDateOr(FormatCatalogDate(date), Date()), date);
-  EXPECT_EQ(ToDateOr(date, Date()), date);
-  const Date fallback(12345.0);
-  EXPECT_EQ(ToDateOr("not a date", fallback), fallback);
-  EXPECT_EQ(ToDateOr(Variant::Null(), fallback), fallback);
-  EXPECT_EQ(FormatCatalogDate(Date(1e9)), "");
-  // Text written under one day order reads back under the other: the month is a name.
-  const std::string text = FormatCatalogDate(*Date::FromParts({2002, 4, 3, 0, 0, 0}));
-  ScopedDateLocale month_first(DateLocale::English(DateOrder::kMonthDayYear));
-  EXPECT_EQ(ToDateOr(text, Date()), *Date::FromParts({2002, 4, 3, 0, 0, 0}));
-}
-
 TEST_F(ValuesTest, ToDateOrReadsTheCatalogFormAndItsLooseVariantsAlike) {
-  // Dates across the whole range read back from their catalog text,
-  // whether the text is in the exact form or loosened so that it takes the general reader.
+  EXPECT_EQ(FormatCatalogDate(Date()), "00:00:00 30 Dec 1899");
+  EXPECT_EQ(FormatCatalogDate(*Date::FromParts({2002, 3, 3, 14, 5, 9})), "14:05:09 3 Mar 2002");
+  EXPECT_EQ(FormatCatalogDate(Date(1e9)), "");
+  // Dates across the whole range read back from their catalog text, whether the text is in the
+  // exact form or loosened so that it takes the general reader.
   for (double serial = -657434.0; serial < 2958465.0; serial += 7919.123456) {
     const Date date(serial);
     const Date expected = *Date::FromParts(date.Parts());
@@ -96,9 +80,15 @@ TEST_F(ValuesTest, ToDateOrReadsTheCatalogFormAndItsLooseVariantsAlike) {
   }
   EXPECT_EQ(ToDateOr("14:05:09  3 apr 2002", Date()), *Date::FromParts({2002, 4, 3, 14, 5, 9}));
   EXPECT_EQ(ToDateOr("14:5:9 3 Apr 2002", Date()), *Date::FromParts({2002, 4, 3, 14, 5, 9}));
-  EXPECT_EQ(ToDateOr("14:05:09 31 Apr 2002", Date(5.0)), Date(5.0));
-  EXPECT_EQ(ToDateOr("14:05:09 3 Apx 2002", Date(5.0)), Date(5.0));
-  EXPECT_EQ(ToDateOr(Date(2958465.999999), Date(5.0)), Date(5.0));  // rounds past 9999
+  for (const Variant& bad :
+       {Variant("14:05:09 31 Apr 2002"), Variant("14:05:09 3 Apx 2002"), Variant("not a date"),
+        Variant::Null(), Variant(Date(2958465.999999))}) {  // the last rounds past 9999
+    EXPECT_EQ(ToDateOr(bad, Date(5.0)), Date(5.0));
+  }
+  // Text written under one day order reads back under the other: the month is a name.
+  const std::string text = FormatCatalogDate(*Date::FromParts({2002, 4, 3, 0, 0, 0}));
+  ScopedDateLocale month_first(DateLocale::English(DateOrder::kMonthDayYear));
+  EXPECT_EQ(ToDateOr(text, Date()), *Date::FromParts({2002, 4, 3, 0, 0, 0}));
 }
 
 TEST_F(ValuesTest, ToLongOrRoundsHalvesToEvenAndFallsBackOnOverflow) {
@@ -122,17 +112,15 @@ TEST_F(ValuesTest, ToLongOrRoundsHalvesToEvenAndFallsBackOnOverflow) {
 }
 
 TEST_F(ValuesTest, ToBooleanOrAcceptsYesNoNumbersAndWords) {
-  EXPECT_TRUE(ToBooleanOr("Yes", false));
-  EXPECT_FALSE(ToBooleanOr("No", true));
-  EXPECT_TRUE(ToBooleanOr("yes", true));  // not "Yes": conversion fails, fallback answered
+  for (const Variant& t : {Variant("Yes"), Variant("-1"), Variant("2.5"), Variant(" tRuE "),
+                           Variant("TRUE"), Variant(int32_t{3})}) {
+    EXPECT_TRUE(ToBooleanOr(t, false)) << t.ToText();
+  }
+  for (const char* f : {"No", "0", "False", "false"}) EXPECT_FALSE(ToBooleanOr(f, true)) << f;
+  // Not "Yes", and Null: the conversion fails and the fallback is answered.
+  EXPECT_TRUE(ToBooleanOr("yes", true));
   EXPECT_FALSE(ToBooleanOr("yes", false));
-  EXPECT_TRUE(ToBooleanOr("-1", false));
-  EXPECT_FALSE(ToBooleanOr("0", true));
-  EXPECT_TRUE(ToBooleanOr("2.5", false));
-  for (const char* t : {"True", "true", "TRUE", " tRuE "}) EXPECT_TRUE(ToBooleanOr(t, false)) << t;
-  for (const char* f : {"False", "false", "FALSE"}) EXPECT_FALSE(ToBooleanOr(f, true)) << f;
   EXPECT_TRUE(ToBooleanOr(Variant::Null(), true));
-  EXPECT_TRUE(ToBooleanOr(int32_t{3}, false));
 }
 
 TEST_F(ValuesTest, ToTextOrAndToDecimalOr) {
