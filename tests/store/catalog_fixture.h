@@ -1,7 +1,6 @@
 // The fixtures the store operation tests share: a fresh catalog, the data access object under
 // test on it, and a connection of the test's own, which sees only what the store committed and
-// writes rows the way other programs sharing the catalog would; and the request objects tests
-// hand the store. Used by one thread, like the objects it holds.
+// writes rows the way other programs sharing the catalog would. Used by one thread.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -23,21 +22,18 @@
 
 namespace clipcat::testing {
 
-// A new data access object of the kind numbered `kind`: 0 DataAccessSQL, 1 DataAccessMDB. The
-// two must behave alike, so tests that take the kind as their parameter run on each.
+// A new data access object of kind `kind`: 0 DataAccessSQL, 1 DataAccessMDB. The two must
+// behave alike, so tests that take the kind as their parameter run on each.
 inline std::shared_ptr<DataAccess> MakeDataAccess(size_t kind) {
   if (kind == 0) return DataAccessSQL::Create();
   return DataAccessMDB::Create();
 }
 
-// Names the instances of a test by kind:
-//   INSTANTIATE_TEST_SUITE_P(BothKinds, Suite, ::testing::Values(0, 1), KindName);
 inline std::string KindName(const ::testing::TestParamInfo<size_t>& info) {
   return info.param == 0 ? "SQL" : "MDB";
 }
 
-// A new clipping named `name` and described by `description`, with one content item of type
-// `type` holding `content`.
+// A new clipping with one content item of type `type` holding `content`.
 inline std::shared_ptr<Clipping> NewClipping(const std::string& name,
                                              const std::string& content = "content",
                                              const std::string& description = "",
@@ -52,22 +48,19 @@ inline std::shared_ptr<Clipping> NewClipping(const std::string& name,
   return clipping;
 }
 
-// A new clipping with nothing but the id `id`, as a list filter or a request names one.
-inline std::shared_ptr<Clipping> ClippingWithId(const std::string& id) {
-  auto clipping = Clipping::Create();
-  clipping->SetID(id);
-  return clipping;
-}
-
 // A new list of new clippings with nothing but the ids `ids`, in order.
 inline std::shared_ptr<Clippings> ClippingsWithIds(const std::vector<std::string>& ids) {
   auto clippings = Clippings::Create();
-  for (const std::string& id : ids) clippings->AddClipping(ClippingWithId(id));
+  for (const std::string& id : ids) {
+    auto clipping = Clipping::Create();
+    clipping->SetID(id);
+    clippings->AddClipping(clipping);
+  }
   return clippings;
 }
 
-// A search for `text` in the folders `folders`, among the categories `categories`, the category
-// term in the OR form when `or_category`.
+// A search for `text` in `folders` among `categories`, the category term in the OR form when
+// `or_category`.
 inline std::shared_ptr<Search> NewSearch(const std::string& text,
                                          const std::vector<std::string>& folders = {},
                                          const std::vector<std::string>& categories = {},
@@ -80,8 +73,7 @@ inline std::shared_ptr<Search> NewSearch(const std::string& text,
   return search;
 }
 
-// `access_` on a fresh catalog (opened on its first use), and `db_`, the test's own connection
-// to the same catalog, open from the start.
+// `access_` on a fresh catalog (opened on its first use), and `db_`, the test's own connection.
 class CatalogFixture {
  protected:
   explicit CatalogFixture(std::shared_ptr<DataAccess> access) : access_(std::move(access)) {
@@ -91,8 +83,7 @@ class CatalogFixture {
 
   // The number of rows of "FROM `from_where`" that `db_` sees ("Folder WHERE iStatus=1").
   int32_t Count(const std::string& from_where) {
-    Recordset rs = db_.GetRecordsetRO("SELECT COUNT(*) AS n FROM " + from_where);
-    return rs.Value("n").ToLong();
+    return db_.GetRecordsetRO("SELECT COUNT(*) AS n FROM " + from_where).Value("n").ToLong();
   }
 
   // A folder row with nothing but its key, parent, name, status and external catalog.
@@ -120,7 +111,6 @@ class CatalogFixture {
   std::shared_ptr<DataAccess> access_;
 };
 
-// Tests of a file catalog's data access object.
 class CatalogTest : public ::testing::Test, protected CatalogFixture {
  protected:
   CatalogTest() : CatalogFixture(DataAccessMDB::Create()) {}
@@ -131,8 +121,8 @@ class BothKindsTest : public ::testing::TestWithParam<size_t>, protected Catalog
  protected:
   BothKindsTest() : CatalogFixture(MakeDataAccess(GetParam())) {}
 
-  // A further data access object of the test's kind on the catalog, standing for external
-  // catalog `catalog_id` (0: the catalog itself).
+  // A further object of the test's kind on the catalog, standing for external catalog
+  // `catalog_id` (0: the catalog itself).
   std::shared_ptr<DataAccess> Make(int32_t catalog_id = 0) {
     auto access = MakeDataAccess(GetParam());
     access->SetConnectionString(catalog_.connection_string());

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "catalog_fixture.h"
 #include "entities/category.h"
 #include "entities/clipping.h"
 #include "entities/folder.h"
@@ -19,15 +20,12 @@
 #include "store/catalog_schema.h"
 #include "store/data_access.h"
 #include "support/postgres_test_server.h"
-#include "temp_catalog.h"
 #include "util/date.h"
 #include "util/date_locale.h"
 #include "util/errors.h"
 
-namespace clipcat {
+namespace clipcat::testing {
 namespace {
-
-using ::clipcat::testing::TempCatalog;
 
 // Step label -> outcome, in the order the steps ran.
 class Log {
@@ -76,24 +74,12 @@ std::string ErrorText(Call&& call) {
 
 std::string YesNo(bool value) { return value ? "yes" : "no"; }
 
+// The names of a list joined by commas; sorted for listings whose order is the engine's own.
 template <typename List>
-std::vector<std::string> NameList(const std::shared_ptr<List>& list) {
+std::string Names(const std::shared_ptr<List>& list, bool sorted = false) {
   std::vector<std::string> names;
   for (const auto& item : *list->Items()) names.push_back(item->Name());
-  return names;
-}
-
-template <typename List>
-std::string Names(const std::shared_ptr<List>& list) {
-  std::string names;
-  for (const std::string& name : NameList(list)) names += (names.empty() ? "" : ",") + name;
-  return names;
-}
-
-// For listings whose order is the engine's own (no ORDER BY): compared as sets.
-std::string SortedNames(const std::shared_ptr<Clippings>& clippings) {
-  std::vector<std::string> names = NameList(clippings);
-  std::sort(names.begin(), names.end());
+  if (sorted) std::sort(names.begin(), names.end());
   std::string text;
   for (const std::string& name : names) text += (text.empty() ? "" : ",") + name;
   return text;
@@ -115,8 +101,8 @@ std::shared_ptr<Folder> AddFolder(DataAccess& access, const std::string& name,
   return access.AddFolder(folder, parent, true);
 }
 
-std::shared_ptr<Clipping> NewClipping(const std::string& name, const std::string& description,
-                                      const std::vector<std::pair<int32_t, std::string>>& items) {
+std::shared_ptr<Clipping> NewItems(const std::string& name, const std::string& description,
+                                   const std::vector<std::pair<int32_t, std::string>>& items) {
   auto clipping = Clipping::Create();
   clipping->SetName(name);
   clipping->SetDescription(description);
@@ -134,20 +120,6 @@ std::shared_ptr<Category> NewCategory(const std::string& name) {
   category->SetName(name);
   category->SetDescription("about " + name);
   return category;
-}
-
-std::shared_ptr<Search> NewSearch(const std::string& text, const std::vector<std::string>& folders,
-                                  const std::vector<std::string>& categories, bool or_category) {
-  auto search = Search::Create();
-  search->SetSearchText(text);
-  auto folder_ids = std::make_shared<TextCollection>();
-  for (const std::string& id : folders) folder_ids->Add(id);
-  search->SetFolderIDs(folder_ids);
-  auto category_names = std::make_shared<TextCollection>();
-  for (const std::string& name : categories) category_names->Add(name);
-  search->SetCategoryNames(category_names);
-  search->SetOrClippingBelongsToCategory(or_category);
-  return search;
 }
 
 const Date kLongAgo = *Date::FromParts({2000, 1, 1});
@@ -197,15 +169,15 @@ Log ClippingScenario(DataAccess& access) {
   const auto folder = AddFolder(access, "Clips", root->ID());
   std::string big;
   for (int i = 0; big.size() < 50000; ++i) big += "line " + std::to_string(i) + " \xC3\xA9\n";
-  const auto letter = NewClipping(
+  const auto letter = NewItems(
       "Letter", "to Ann",
       {{2, "Dear Ann, \xC3\xBCn\xC3\xAF \xF0\x9F\x98\x80 'quoted'"}, {1, "{\\rtf1 \\b bold\\b0}"}});
   access.AddClipping(letter, folder->ID());
-  const auto large = NewClipping("big", "", {{2, big}});
+  const auto large = NewItems("big", "", {{2, big}});
   access.AddClipping(large, folder->ID());
   log.Add("keys", folder->ID() + "," + letter->ID() + "," + large->ID());
   log.Add("same name in other case",
-          ErrorText([&] { access.AddClipping(NewClipping("LETTER", "", {}), folder->ID()); }));
+          ErrorText([&] { access.AddClipping(NewItems("LETTER", "", {}), folder->ID()); }));
   log.Add("letter", Masked(access.GetClipping(letter->ID(), true)->XML()));
   const auto read = access.GetClipping(large->ID(), true);
   log.Add("big content",
@@ -251,15 +223,15 @@ Log CategoryScenario(DataAccess& access) {
   const auto root = access.GetPersonalCatalogRootFolder();
   const auto docs = AddFolder(access, "Docs", root->ID());
   const auto other = AddFolder(access, "Other", root->ID());
-  const auto ann = NewClipping("Letter to Ann", "greeting", {{2, "Hi"}});
-  const auto bob = NewClipping("letter to Bob", "", {{2, "Hey"}});
-  const auto invoice = NewClipping("Invoice 50%", "paid", {{2, "Sum"}});
-  const auto path = NewClipping("path\\file", "", {});
-  const auto under = NewClipping("under_score", "x_y", {});
+  const auto ann = NewItems("Letter to Ann", "greeting", {{2, "Hi"}});
+  const auto bob = NewItems("letter to Bob", "", {{2, "Hey"}});
+  const auto invoice = NewItems("Invoice 50%", "paid", {{2, "Sum"}});
+  const auto path = NewItems("path\\file", "", {});
+  const auto under = NewItems("under_score", "x_y", {});
   for (const auto& clipping : {ann, bob, invoice, path, under}) {
     access.AddClipping(clipping, docs->ID());
   }
-  const auto elsewhere = NewClipping("Letter elsewhere", "", {});
+  const auto elsewhere = NewItems("Letter elsewhere", "", {});
   access.AddClipping(elsewhere, other->ID());
   const auto work = access.AddCategory(NewCategory("Work"), "");
   const auto home = access.AddCategory(NewCategory("home"), "");
@@ -276,24 +248,24 @@ Log CategoryScenario(DataAccess& access) {
   log.Add("work members", Names(access.GetClippingsFromCategory(work->ID(), false)));
   log.Add("without category", Names(access.GetClippingsWithoutCategory("", false)));
   for (const std::string text : {"LETTER", "50%", "\\", "_", "*", "", "x_Y", "%"}) {
-    log.Add("find " + text, SortedNames(access.FindClippings(NewSearch(text, {}, {}, false))));
+    log.Add("find " + text, Names(access.FindClippings(NewSearch(text)), true));
   }
   log.Add("find letter in docs",
-          SortedNames(access.FindClippings(NewSearch("letter", {docs->ID()}, {}, false))));
+          Names(access.FindClippings(NewSearch("letter", {docs->ID()})), true));
   struct SearchCase {
     std::string label;
     std::shared_ptr<Search> search;
   };
   const std::vector<SearchCase> searches = {
-      {"search letter*", NewSearch("letter*", {}, {}, false)},
-      {"search LETTER TO *", NewSearch("LETTER TO *", {}, {}, false)},
-      {"search letter* in wo*", NewSearch("letter*", {}, {"wo*"}, false)},
+      {"search letter*", NewSearch("letter*")},
+      {"search LETTER TO *", NewSearch("LETTER TO *")},
+      {"search letter* in wo*", NewSearch("letter*", {}, {"wo*"})},
       {"search invoice* or HOME", NewSearch("invoice*", {}, {"HOME"}, true)},
-      {"search * in other", NewSearch("*", {other->ID()}, {}, false)},
-      {"search 50%", NewSearch("invoice 50%", {}, {}, false)},
+      {"search * in other", NewSearch("*", {other->ID()})},
+      {"search 50%", NewSearch("invoice 50%")},
   };
   for (const SearchCase& c : searches) {
-    log.Add(c.label, SortedNames(access.SearchForClippings(c.search)));
+    log.Add(c.label, Names(access.SearchForClippings(c.search), true));
     log.Add(c.label + " xml", SortedXml(access.SearchForClippings(c.search)));
   }
   log.Add("changed lately", YesNo(access.HaveCategoriesChanged(kLongAgo)));
@@ -311,7 +283,7 @@ Log CategoryScenario(DataAccess& access) {
 
 // The same scenario on a fresh file catalog and a fresh server catalog, both with a root folder
 // named "Personal".
-std::pair<Log, Log> RunOnBothEngines(::clipcat::testing::PostgresTestServer& server,
+std::pair<Log, Log> RunOnBothEngines(PostgresTestServer& server,
                                      const std::function<Log(DataAccess&)>& scenario) {
   TempCatalog file;
   const std::string database = server.CreateDatabase();
@@ -332,7 +304,7 @@ class PostgresConformance : public ::testing::Test {
   }
 
   ScopedDateLocale locale_{DateLocale::English(DateOrder::kDayMonthYear)};
-  ::clipcat::testing::PostgresTestServer* server_ = nullptr;
+  PostgresTestServer* server_ = nullptr;
 };
 
 TEST_F(PostgresConformance, FoldersGiveTheSameResultsOnBothEngines) {
@@ -410,4 +382,4 @@ TEST_F(PostgresConformance, CategoriesAndSearchesGiveTheSameResultsOnBothEngines
 }
 
 }  // namespace
-}  // namespace clipcat
+}  // namespace clipcat::testing
