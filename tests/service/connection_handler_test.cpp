@@ -2,11 +2,7 @@
 // is destroyed, never shared between threads.
 #include "service/connection_handler.h"
 
-#include <gtest/gtest.h>
-
 #include <latch>
-#include <memory>
-#include <string>
 #include <thread>
 
 #include "service/service_fixture.h"
@@ -45,7 +41,7 @@ TEST_F(ConnectionHandler, DestroyingAnyServiceObjectDropsTheThreadsManager) {
       EXPECT_EQ(short_lived.GetPersonalCatalogRootFolder(personal_)->Name(), "Personal");
     } else {
       ClippingDataWrite short_lived;
-      short_lived.AddFolder(NewFolder("made by a short-lived writer"), "1", personal_);
+      short_lived.AddFolder(Named<Folder>("made by a short-lived writer"), "1", personal_);
     }
     // The fixture's own service objects are still alive; their next call gets a new manager,
     // built from that call's details.
@@ -84,16 +80,13 @@ TEST_F(ConnectionHandler, EachThreadHasAManagerOfItsOwn) {
   std::thread a(body, 0, path_a);
   std::thread b(body, 1, path_b);
   both_hold.wait();
-  EXPECT_NE(seen[0], nullptr);
-  EXPECT_NE(seen[1], nullptr);
   EXPECT_NE(seen[0], seen[1]);
   EXPECT_NE(seen[0], main_manager.get());
   EXPECT_NE(seen[1], main_manager.get());
   checked.count_down();
   a.join();
   b.join();
-  EXPECT_TRUE(same_on_second_call[0]);
-  EXPECT_TRUE(same_on_second_call[1]);
+  EXPECT_TRUE(same_on_second_call[0] && same_on_second_call[1]);
   EXPECT_EQ(root_names[0], "Thread A");
   EXPECT_EQ(root_names[1], "Thread B");
   // The threads' work left this thread's manager as it was.

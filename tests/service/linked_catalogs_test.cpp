@@ -1,14 +1,6 @@
 // Linked catalogs that cannot be reached: the read service shows their linked folders with status
 // 4 instead of failing, keeps serving the other catalogs, and picks the catalog up again once it
 // is back. The catalog's folder is moved away to take it offline.
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "service/clipping_data_read.h"
-#include "service/clipping_data_write.h"
 #include "service/service_fixture.h"
 
 namespace clipcat::service_test {
@@ -26,8 +18,7 @@ class LinkedCatalogs : public ServiceFixture {
 
 TEST_F(LinkedCatalogs, FolderListingsShowAnOfflineCatalogAsItsLinkedFolderWithStatusFour) {
   // Either catalog, or both, offline; GetFolders and GetLinkedFolders alike.
-  for (const std::vector<std::string>& away :
-       std::vector<std::vector<std::string>>{{"a"}, {"b"}, {"a", "b"}}) {
+  for (const Ids& away : std::vector<Ids>{{"a"}, {"b"}, {"a", "b"}}) {
     for (const auto& folder : away) TakeOffline(folder);
     const bool a_away = away.front() == "a";
     const bool b_away = away.back() == "b";
@@ -38,16 +29,13 @@ TEST_F(LinkedCatalogs, FolderListingsShowAnOfflineCatalogAsItsLinkedFolderWithSt
                       linked_only ? read_.GetLinkedFolders(personal_) : read_.GetFolders(personal_);
                 }),
                 0);
-      EXPECT_EQ(IdsOf(all),
-                (std::vector<std::string>{a_away ? l_.a.linked->ID() : l_.a.Root(),
-                                          b_away ? l_.b.linked->ID() : l_.b.Root(), "1"}));
-      EXPECT_EQ(NamesOf(all), (std::vector<std::string>{"Alpha", "Beta", "Personal"}));
+      EXPECT_EQ(IdsOf(all), (Ids{a_away ? l_.a.linked->ID() : l_.a.Root(),
+                                 b_away ? l_.b.linked->ID() : l_.b.Root(), "1"}));
+      EXPECT_EQ(NamesOf(all), (Ids{"Alpha", "Beta", "Personal"}));
       EXPECT_EQ(all->Items()->Item(1)->Status() == kStatusError, a_away);
       EXPECT_EQ(all->Items()->Item(2)->Status() == kStatusError, b_away);
       EXPECT_NE(all->Items()->Item(3)->Status(), kStatusError);
-      if (a_away) {
-        EXPECT_EQ(all->Items()->Item(1)->ChildFolders()->Count(), 0);
-      }
+      EXPECT_TRUE(!a_away || all->Items()->Item(1)->ChildFolders()->Count() == 0);
       if (!b_away && !linked_only) {
         EXPECT_EQ(all->Items()->Item(2)->ChildFolders()->Item(1)->ID(), l_.bee);
       }
@@ -74,6 +62,8 @@ TEST_F(LinkedCatalogs, GetFolderOfAnOfflineCatalogsRootAnswersTheLinkedFolder) {
             err::kCatalogCannotBeOpened);
   EXPECT_EQ(RaisedNumber([&] { read_.GetClipping(l_.top_note, personal_); }),
             err::kCatalogCannotBeOpened);
+  EXPECT_EQ(RaisedNumber([&] { read_.SearchForClippings(NewSearch("*", {l_.shared}), personal_); }),
+            err::kCatalogCannotBeOpened);
   EXPECT_EQ(read_.GetFolder(l_.b.Root(), personal_)->Name(), "Beta");
   EXPECT_FALSE(read_.ConnectionOK(personal_, l_.a.linked->ID(), true));
   EXPECT_FALSE(read_.CatalogsConnectionOK(l_.shared, personal_));
@@ -83,9 +73,6 @@ TEST_F(LinkedCatalogs, GetFolderOfAnOfflineCatalogsRootAnswersTheLinkedFolder) {
   std::shared_ptr<Clipping> found;
   EXPECT_EQ(RaisedNumber([&] { found = read_.FindClippingWithGUID(in_a, personal_); }), 0);
   EXPECT_EQ(found, nullptr);
-  // Searching it passes its error on.
-  EXPECT_EQ(RaisedNumber([&] { read_.SearchForClippings(NewSearch("*", {l_.shared}), personal_); }),
-            err::kCatalogCannotBeOpened);
 
   BringOnline("a");
   EXPECT_NE(read_.GetFolder(l_.a.Root(), personal_)->Status(), kStatusError);
@@ -95,37 +82,26 @@ TEST_F(LinkedCatalogs, GetFolderOfAnOfflineCatalogsRootAnswersTheLinkedFolder) {
 TEST_F(LinkedCatalogs, HistoryOfAnOfflineCatalogIsKeptButNotAnswered) {
   for (const auto& id : {l_.top_note, l_.bee_note, l_.dear})
     write_.UpdateClippingHistory(read_.GetClipping(id, personal_), personal_);
-  const auto b = OpenDirect(l_.b.path);
-  auto category = Category::Create();
-  category->SetName("Bees");
-  b->AddCategory(category, "1");
-  b->CloseCatalog();
   TakeOffline("a");
   std::shared_ptr<Clippings> history;
   ASSERT_EQ(RaisedNumber([&] { history = read_.GetClippingsHistroy(10, personal_); }), 0);
   EXPECT_EQ(Sorted(IdsOf(history)), Sorted({l_.bee_note, l_.dear}));
-  // Categories of the reachable catalogs are still asked.
-  bool changed = false;
-  EXPECT_EQ(RaisedNumber([&] { changed = read_.HaveCategoriesChanged(Date(36526.0), personal_); }),
-            0);
-  EXPECT_TRUE(changed);
   BringOnline("a");
   EXPECT_EQ(IdsOf(read_.GetClippingsHistroy(10, personal_)).size(), 3u);
 }
 
 TEST_F(LinkedCatalogs, WritesUnderAnOfflineLinkedFolderFailButItCanBeRemoved) {
   TakeOffline("a");
-  const auto folder = NewFolder("Nowhere");
+  const auto folder = Named<Folder>("Nowhere");
   EXPECT_EQ(RaisedNumber([&] { write_.AddFolder(folder, l_.a.linked->ID(), personal_); }),
             err::kCatalogCannotBeOpened);
   EXPECT_EQ(folder->ID(), "");
   const auto personal = OpenDirect(personal_path_);
-  for (const std::string& parent : {std::string("0"), std::string("1"), l_.a.linked->ID()})
+  for (const std::string& parent : {std::string("1"), l_.a.linked->ID()})
     EXPECT_FALSE(personal->FolderNameExists("Nowhere", parent)) << parent;
   personal->CloseCatalog();
-
   write_.DeleteLinkedFolder(l_.a.linked->ID(), personal_);
-  EXPECT_EQ(IdsOf(read_.GetLinkedFolders(personal_)), (std::vector<std::string>{l_.b.Root(), "1"}));
+  EXPECT_EQ(IdsOf(read_.GetLinkedFolders(personal_)), (Ids{l_.b.Root(), "1"}));
   for (int32_t held : HeldCatalogIDs()) EXPECT_NE(held, l_.a.id);
   EXPECT_EQ(read_.GetExternalCatalogs(personal_)->Count(), 1);
 }
