@@ -1,12 +1,15 @@
-// odbc.ini parsing, the standard file order and where a data source keeps its catalog.
+// odbc.ini parsing and where a data source keeps its catalog.
 #include "util/odbc_ini.h"
 
 #include <gtest/gtest.h>
 
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "util/error_of.h"
+#include "util/errors.h"
 #include "util/probes_internal.h"
 #include "util/temp_dir.h"
 
@@ -55,28 +58,13 @@ TEST(OdbcIniSection, ReadsOneSectionIgnoringCaseCommentsAndBlanks) {
   EXPECT_TRUE(OdbcIniSection("", "sales").empty());
 }
 
-TEST(DefaultOdbcIniPaths, PutsOdbciniThenTheUserFileThenTheSystemFile) {
-  {
-    ScopedEnv odbcini("ODBCINI", "/opt/app/odbc.ini");
-    ScopedEnv home("HOME", "/home/tester");
-    EXPECT_EQ(
-        DefaultOdbcIniPaths(),
-        (std::vector<std::string>{"/opt/app/odbc.ini", "/home/tester/.odbc.ini", "/etc/odbc.ini"}));
-  }
-  for (const char* unset : {static_cast<const char*>(nullptr), ""}) {
-    ScopedEnv odbcini("ODBCINI", unset);
-    ScopedEnv home("HOME", "/home/tester");
-    EXPECT_EQ(DefaultOdbcIniPaths(),
-              (std::vector<std::string>{"/home/tester/.odbc.ini", "/etc/odbc.ini"}));
-  }
-}
-
-TEST(DataSourceLocation, TakesTheFirstFileThatLocatesTheSource) {
+TEST(DataSourceLocation, TakesTheFirstFileThatLocatesTheSourceAndServerFromDsnItsHost) {
   TempDir dir;
   const std::string user = dir.Write("user.ini",
                                      "[pg]\nDriver=PostgreSQL\nDatabase=sales\nServername=db1\n"
                                      "[nothing]\nDriver=x\nDatabase=plainname\n"
-                                     "[sqlite]\nDatabase=/home/Me/Cat.db\nServer=ignored\n");
+                                     "[sqlite]\nDatabase=/home/Me/Cat.db\nServer=ignored\n"
+                                     "[bare]\nDBQ=\\\\fs9\n");
   const std::string system = dir.Write("system.ini",
                                        "[pg]\nServer=shadowed\n"
                                        "[nothing]\nServer=fallback\n"
@@ -84,34 +72,34 @@ TEST(DataSourceLocation, TakesTheFirstFileThatLocatesTheSource) {
                                        "[dir]\nDefaultDir=\\\\nas\\Dir\n"
                                        "[server]\nServer=Db2.corp\nDefaultDir=/ignored\n"
                                        "[localdir]\nDefaultDir=/data/Catalogs\n");
-  const std::string missing = dir.File("missing.ini");
-  const std::vector<std::string> paths = {missing, user, system};
-  struct Case {
-    const char* name;
-    const char* location;
-  };
-  const Case cases[] = {
-      {"pg", "\\\\DB1\\"},
-      {"nothing", "\\\\FALLBACK\\"},
-      {"sqlite", "/home/Me/Cat.db"},
-      {"unc", "\\\\FS9\\SHARE\\CAT.MDB"},
-      {"dir", "\\\\NAS\\DIR"},
-      {"server", "\\\\DB2.CORP\\"},
-      {"localdir", "/data/Catalogs"},
-      {"absent", ""},
-      {"pg;UID=x", ""},
-  };
-  for (const Case& c : cases) {
-    EXPECT_EQ(DataSourceLocation(c.name, paths), c.location) << c.name;
+  const std::vector<std::string> paths = {dir.File("missing.ini"), dir.path(), user, system};
+  const std::pair<const char*, const char*> cases[] = {{"pg", "\\\\DB1\\"},
+                                                       {"nothing", "\\\\FALLBACK\\"},
+                                                       {"sqlite", "/home/Me/Cat.db"},
+                                                       {"unc", "\\\\FS9\\SHARE\\CAT.MDB"},
+                                                       {"dir", "\\\\NAS\\DIR"},
+                                                       {"server", "\\\\DB2.CORP\\"},
+                                                       {"localdir", "/data/Catalogs"},
+                                                       {"absent", ""},
+                                                       {"pg;UID=x", ""}};
+  for (const auto& [name, location] : cases) {
+    EXPECT_EQ(DataSourceLocation(name, paths), location) << name;
   }
   EXPECT_EQ(DataSourceLocation("pg", {system, user}), "\\\\SHADOWED\\");
+  // The host of a data source in a connection string that is nothing but "DSN=" and its name.
+  const std::pair<const char*, const char*> servers[] = {
+      {"DSN=pg", "\\\\DB1"}, {"DSN=unc", "\\\\FS9"},
+      {"DSN=sqlite", ""},    {"DSN=pg;UID=me", ""},
+      {"dsn=pg", ""},        {"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=/tmp/cat.mdb", ""}};
+  for (const auto& [connection_string, server] : servers) {
+    EXPECT_EQ(ServerFromDsn(connection_string, paths), server) << connection_string;
+  }
+  EXPECT_EQ(RaisedNumber([&] { ServerFromDsn("DSN=bare", paths); }), err::kInvalidProcedureCall);
   // A server named by its socket directory is on this machine: the directory is the location,
   // and there is no host to probe.
   const std::string socket = dir.Write("socket.ini", "[local]\nServername=/run/postgresql\n");
   EXPECT_EQ(DataSourceLocation("local", {socket}), "/run/postgresql");
   EXPECT_EQ(ServerFromDsn("DSN=local", {socket}), "");
-  EXPECT_EQ(DataSourceLocation("pg", {missing}), "");
-  EXPECT_EQ(DataSourceLocation("pg", {dir.path()}), "");
 }
 
 }  // namespace

@@ -9,7 +9,6 @@
 
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "util/error_of.h"
 #include "util/errors.h"
@@ -23,7 +22,7 @@ namespace {
 // A TCP socket bound to a free port of a loopback address; listening only when asked to.
 class LoopbackPort {
  public:
-  LoopbackPort(const char* address, bool listening, int backlog = 16) {
+  LoopbackPort(const char* address, bool listening) {
     fd_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in bound{};
     bound.sin_family = AF_INET;
@@ -31,7 +30,7 @@ class LoopbackPort {
     socklen_t length = sizeof bound;
     if (fd_ < 0 || bind(fd_, reinterpret_cast<sockaddr*>(&bound), sizeof bound) != 0 ||
         getsockname(fd_, reinterpret_cast<sockaddr*>(&bound), &length) != 0 ||
-        (listening && listen(fd_, backlog) != 0)) {
+        (listening && listen(fd_, 16) != 0)) {
       ADD_FAILURE() << "cannot set up a port on " << address;
     }
     port_ = ntohs(bound.sin_port);
@@ -93,35 +92,6 @@ TEST(RemoteNameOfDrive, NamesTheHostOfTheMountHoldingThePath) {
   EXPECT_EQ(RemoteNameOfDrive("/mnt/nfs/x", "", "/"), "");
 }
 
-TEST(ServerFromDsn, FindsTheHostOfTheNamedDataSource) {
-  TempDir dir;
-  const std::string ini = dir.Write("odbc.ini",
-                                    "[sales]\nDriver=PostgreSQL\nServername=db1\n"
-                                    "[files]\nDBQ=\\\\fs9\\share\\cat.mdb\n"
-                                    "[bare]\nDBQ=\\\\fs9\n"
-                                    "[local]\nDatabase=/proc/catalogs/cat.db\n");
-  const std::vector<std::string> paths = {ini};
-  struct Case {
-    const char* connection_string;
-    const char* server;
-  };
-  const Case cases[] = {
-      {"DSN=sales", "\\\\DB1"},
-      {"DSN=files", "\\\\FS9"},
-      {"DSN=local", ""},
-      {"DSN=absent", ""},
-      {"DSN=sales;UID=me", ""},
-      {"dsn=sales", ""},
-      {"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=/tmp/cat.mdb", ""},
-  };
-  for (const Case& c : cases) {
-    EXPECT_EQ(ServerFromDsn(c.connection_string, paths), c.server) << c.connection_string;
-  }
-  // A UNC location without a share.
-  EXPECT_EQ(ErrorOf([&] { ServerFromDsn("DSN=bare", paths); }).number(),
-            err::kInvalidProcedureCall);
-}
-
 TEST(IsCatalogUnavailable, DecidesFilesByTheirFileAndDataSourcesByTheirHost) {
   TempDir dir;
   const std::string file = dir.Write("cat.db", "x");
@@ -170,27 +140,6 @@ TEST(ProbeHost, CountsAConnectionOrARefusalAsAnAnswer) {
   ProbeOptions none;
   none.ports = {};
   EXPECT_EQ(ProbeHost("127.0.0.2", none), kHostUnreachable);
-}
-
-TEST(ProbeHost, GivesUpOnAHostThatNeverAnswers) {
-  // A listener whose accept queue is full drops further connection requests silently, the way
-  // a dead host does.
-  const LoopbackPort full("127.0.0.2", true, 0);
-  std::vector<int> fillers;
-  for (int i = 0; i < 4; ++i) {
-    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    sockaddr_in target{};
-    target.sin_family = AF_INET;
-    target.sin_port = htons(full.port());
-    inet_pton(AF_INET, "127.0.0.2", &target.sin_addr);
-    connect(fd, reinterpret_cast<sockaddr*>(&target), sizeof target);
-    fillers.push_back(fd);
-  }
-  ProbeOptions options;
-  options.ports = {full.port()};
-  options.time_out = std::chrono::milliseconds(300);
-  EXPECT_EQ(ProbeHost("127.0.0.2", options), kHostUnreachable);
-  for (int fd : fillers) close(fd);
 }
 
 }  // namespace
