@@ -3,8 +3,8 @@
 // every clipping has exactly the data items it was written with, no key generator row or open
 // transaction is left behind, and the next writer opens the catalog and writes at once.
 //
-// Each clipping describes its own items in its description ("t=<token>;s=<size>:<type>,...") and
-// every item's content follows from the token, so that the catalog alone says what it must hold.
+// Each clipping's description holds a token from which its data items follow, so that the
+// catalog alone says what it must hold.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/mman.h>
@@ -17,14 +17,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <map>
 #include <new>
 #include <random>
 #include <set>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "robustness/robustness_support.h"
@@ -38,119 +36,34 @@ namespace clipcat::robustness {
 namespace {
 
 constexpr int kKills = 200;
-// Operations of the first writer, which is not killed.
-constexpr long kCalibrationOps = 60;
+constexpr long kCalibrationOps = 60;  // operations of the first writer, which is not killed
 constexpr uint64_t kDefaultSeed = 0x5eed'2002'0403ULL;
-constexpr int16_t kDeletedClippingStatus = 4;
 // Above this many clippings the writer deletes more than it adds, so that the catalog, and the
 // time each check takes, stay small.
 constexpr size_t kManyClippings = 60;
-const char* const kRootFolder = "1";
+const char* const kRoot = "1";
 
-// What the writer is doing, in the groups the test must have interrupted.
-enum Op : int {
-  kOpen,
-  kAdd,
-  kUpdateData,
-  kRename,
-  kMarkDeleted,
-  kDeleteForGood,
-  kAddCategory,
-  kDeleteCategory,
-  kTag,
-  kTagMany,
-  kUntag,
-  kUntagAll,
-  kOpCount
-};
-const char* const kOpNames[] = {
-    "open",   "add",          "update with data", "rename", "mark delete",
-    "delete", "add category", "delete category",  "tag",    "tag with many",
-    "untag",  "untag all"};
-enum Group : int { kGroupAdd, kGroupUpdate, kGroupDelete, kGroupCategory, kGroupOther, kGroups };
-const char* const kGroupNames[] = {"add", "update", "delete", "category", "other"};
-
-Group GroupOf(int op) {
-  switch (op) {
-    case kAdd:
-      return kGroupAdd;
-    case kUpdateData:
-    case kRename:
-      return kGroupUpdate;
-    case kMarkDeleted:
-    case kDeleteForGood:
-      return kGroupDelete;
-    case kOpen:
-      return kGroupOther;
-    default:
-      return kGroupCategory;
-  }
-}
-
-// Shared with the writer: what it is doing, and why it stopped if it stopped on its own.
-struct Progress {
-  std::atomic<int> op;
-  std::atomic<int> ops_done;
-  char failure[512];
-};
-
-// One data item as a clipping's description records it.
-struct ItemSpec {
-  size_t size = 0;
-  int32_t type = 0;
-};
-
-std::string ItemContent(uint64_t token, size_t index, size_t size) {
-  uint64_t state = token * 0x9e3779b97f4a7c15ULL + index + 1;
-  std::string text;
-  text.reserve(size);
-  while (text.size() < size) {
-    state = state * 6364136223846793005ULL + 1442695040888963407ULL;
-    text += static_cast<char>('a' + (state >> 59) % 26);
-  }
-  return text;
-}
-
-std::string Describe(uint64_t token, const std::vector<ItemSpec>& items) {
-  std::string text = "t=" + std::to_string(token) + ";s=";
-  for (size_t i = 0; i < items.size(); ++i) {
-    if (i > 0) text += ",";
-    text += std::to_string(items[i].size) + ":" + std::to_string(items[i].type);
-  }
-  return text;
-}
-
-// Reads a description back; false when it is not one Describe wrote.
-bool ParseDescription(const std::string& text, uint64_t& token, std::vector<ItemSpec>& items) {
-  unsigned long long t = 0;
-  int used = 0;
-  if (std::sscanf(text.c_str(), "t=%llu;s=%n", &t, &used) != 1 || used == 0) return false;
-  token = t;
-  items.clear();
-  const char* p = text.c_str() + used;
-  while (*p != '\0') {
-    unsigned long size = 0;
-    int type = 0;
-    int length = 0;
-    if (std::sscanf(p, "%lu:%d%n", &size, &type, &length) != 2) return false;
-    items.push_back({size, type});
-    p += length;
-    if (*p == ',') ++p;
-  }
-  return true;
-}
-
-// The content items of a clipping as (type, content) pairs, sorted: the store does not promise an
-// order.
-using ItemSet = std::vector<std::pair<int32_t, std::string>>;
-
-ItemSet ExpectedItems(uint64_t token, const std::vector<ItemSpec>& specs) {
-  ItemSet items;
-  for (size_t i = 0; i < specs.size(); ++i) {
-    items.emplace_back(specs[i].type, ItemContent(token, i, specs[i].size));
+// The data items of the clipping whose description holds `token`: one to three, now and then one
+// of several 4096-byte pieces, so that kills land inside one.
+ItemSet ItemsFor(uint64_t token) {
+  std::mt19937_64 rng(token);
+  ItemSet items(1 + rng() % 3);
+  for (auto& [type, content] : items) {
+    const size_t size = rng() % 4 == 0 ? 5000 + rng() % 40000 : 1 + rng() % 3000;
+    type = static_cast<int32_t>(1 + rng() % 5);
+    content = Letters(rng(), size);
   }
   std::sort(items.begin(), items.end());
   return items;
+}
+
+// Reads a description back; false when it is not one the writer wrote.
+bool TokenOf(const std::string& description, uint64_t& token) {
+  unsigned long long value = 0;
+  int used = 0;
+  if (std::sscanf(description.c_str(), "t=%llu%n", &value, &used) != 1) return false;
+  token = value;
+  return used == static_cast<int>(description.size());
 }
 
 // What the catalog holds, as the writer needs to know it to pick its next step.
@@ -165,8 +78,7 @@ CatalogState ReadState(const std::string& path) {
   CatalogState state;
   RawCatalog raw(path);
   for (const auto& row : raw.Rows("SELECT lClippingID, iClippingStatus FROM Clipping")) {
-    (row[1] == std::to_string(kDeletedClippingStatus) ? state.deleted : state.active)
-        .push_back(row[0]);
+    (row[1] == "4" ? state.deleted : state.active).push_back(row[0]);
   }
   for (const auto& row : raw.Rows("SELECT lGroupClippingID FROM GroupClipping")) {
     state.categories.push_back(row[0]);
@@ -178,152 +90,163 @@ CatalogState ReadState(const std::string& path) {
   return state;
 }
 
+// A writer's services and what it knows of the catalog; the operations below work through it.
+struct Writer {
+  std::mt19937_64 rng;
+  CatalogState state;
+  std::shared_ptr<ConnectionDetails> details;
+  ClippingDataRead read;
+  ClippingDataWrite write;
+
+  std::string Pick(const std::vector<std::string>& list) { return list[rng() % list.size()]; }
+  std::string FreshName(const char* prefix) { return prefix + std::to_string(rng()); }
+  // New data items for `clipping`, and the description that says what they are.
+  void Fill(Clipping& clipping) {
+    const uint64_t token = rng() >> 1;
+    clipping.SetDescription("t=" + std::to_string(token));
+    clipping.SetClippingData(NewClipping("", "", ItemsFor(token))->ClippingData());
+  }
+  // Forgets the clipping `id` and its memberships. (Categories draw keys of their own.)
+  void Forget(const std::string& id) {
+    std::erase(state.active, id);
+    std::erase(state.deleted, id);
+    std::erase_if(state.memberships, [&](const auto& m) { return m.first == id; });
+  }
+};
+
+// What the writer may be doing: the group of work the test must have interrupted, how often the
+// writer picks it, and the step itself.
+enum Group { kAddWork, kUpdateWork, kDeleteWork, kCategoryWork, kGroups };
+const char* const kGroupNames[] = {"add", "update", "delete", "category"};
+struct Op {
+  const char* name;
+  int group;
+  int weight;
+  void (*run)(Writer&);
+};
+const Op kOps[] = {
+    {"open", kGroups, 0, [](Writer&) {}},
+    {"add", kAddWork, 30,
+     [](Writer& w) {
+       auto clipping = NewClipping(w.FreshName("c"), "", {});
+       w.Fill(*clipping);
+       w.state.active.push_back(w.write.AddClipping(clipping, kRoot, w.details)->ID());
+     }},
+    {"update with data", kUpdateWork, 12,
+     [](Writer& w) {
+       auto clipping = w.read.GetClipping(w.Pick(w.state.active), w.details, false);
+       w.Fill(*clipping);
+       w.write.UpdateClipping(clipping, w.details, true);
+     }},
+    {"rename", kUpdateWork, 6,
+     [](Writer& w) {
+       auto clipping = w.read.GetClipping(w.Pick(w.state.active), w.details, false);
+       clipping->SetName(w.FreshName("r"));
+       w.write.UpdateClipping(clipping, w.details, false);
+     }},
+    {"mark delete", kDeleteWork, 6,
+     [](Writer& w) {
+       const std::string id = w.Pick(w.state.active);
+       w.write.DeleteClipping(id, w.details, false);
+       w.Forget(id);
+       w.state.deleted.push_back(id);
+     }},
+    {"delete", kDeleteWork, 10,
+     [](Writer& w) {
+       const bool marked = !w.state.deleted.empty() && w.rng() % 3 == 0;
+       const std::string id = w.Pick(marked ? w.state.deleted : w.state.active);
+       w.write.DeleteClipping(id, w.details, true);
+       w.Forget(id);
+     }},
+    {"add category", kCategoryWork, 5,
+     [](Writer& w) {
+       const auto category = NewCategory(w.FreshName("k"));
+       w.state.categories.push_back(w.write.AddCategory(category, kRoot, w.details)->ID());
+     }},
+    {"delete category", kCategoryWork, 2,
+     [](Writer& w) {
+       const std::string id = w.Pick(w.state.categories);
+       w.write.DeleteCategory(id, w.details);
+       std::erase(w.state.categories, id);
+       std::erase_if(w.state.memberships, [&](const auto& m) { return m.second == id; });
+     }},
+    {"tag", kCategoryWork, 10,
+     [](Writer& w) {
+       const std::string clipping = w.Pick(w.state.active);
+       const auto membership = std::pair(clipping, w.Pick(w.state.categories));
+       if (w.state.memberships.count(membership)) return;
+       w.write.AddClippingToCategory(membership.first, membership.second, w.details);
+       w.state.memberships.insert(membership);
+     }},
+    {"tag with many", kCategoryWork, 5,
+     [](Writer& w) {
+       const std::string clipping = w.Pick(w.state.active);
+       auto categories = Categories::Create();
+       std::set<std::string> chosen;
+       for (int i = 0; i < 3; ++i) {
+         const std::string category = w.Pick(w.state.categories);
+         if (!w.state.memberships.count({clipping, category}) && chosen.insert(category).second) {
+           categories->AddCategory(NewCategory("", category));
+         }
+       }
+       w.write.AddClippingToCategories(clipping, categories, w.details);
+       for (const std::string& category : chosen) w.state.memberships.emplace(clipping, category);
+     }},
+    {"untag", kCategoryWork, 5,
+     [](Writer& w) {
+       if (w.state.memberships.empty()) return;
+       auto it = w.state.memberships.begin();
+       std::advance(it, static_cast<long>(w.rng() % w.state.memberships.size()));
+       w.write.DeleteClippingFromCategory(it->first, it->second, w.details);
+       w.state.memberships.erase(it);
+     }},
+    {"untag all", kCategoryWork, 3,
+     [](Writer& w) {
+       const std::string id = w.Pick(w.state.active);
+       w.write.DeleteAllCategoriesFromClipping(id, w.details);
+       std::erase_if(w.state.memberships, [&](const auto& m) { return m.first == id; });
+     }},
+};
+constexpr int kOpCount = std::size(kOps);
+// Positions in kOps of the steps the writer falls back on.
+constexpr int kOpen = 0, kAdd = 1, kDeleteForGood = 5, kAddCategory = 6;
+
+// Shared with the writer: what it is doing, and why it stopped if it stopped on its own.
+struct Progress {
+  std::atomic<int> op;
+  std::atomic<int> ops_done;
+  char failure[512];
+};
+
 // The writer: opens the catalog, says so on `ready_fd` (when there is one), then works until it
 // is killed or has completed `max_ops` operations (0 for no limit). Answers 0 after `max_ops`,
 // 3 when a call failed (the reason in progress.failure).
 int RunWriter(const std::string& path, CatalogState state, uint64_t seed, int ready_fd,
               Progress& progress, long max_ops = 0) {
-  std::mt19937_64 rng(seed);
-  const auto details = FileDetails(path);
-  ClippingDataRead read;
-  ClippingDataWrite write;
-  const auto pick = [&](const auto& list) { return list[rng() % list.size()]; };
-  const auto remove = [](std::vector<std::string>& list, const std::string& item) {
-    list.erase(std::remove(list.begin(), list.end(), item), list.end());
-  };
-  const auto new_items = [&](const std::shared_ptr<Clipping>& clipping) {
-    const uint64_t token = rng() >> 1;
-    std::vector<ItemSpec> specs(1 + rng() % 3);
-    auto items = std::make_shared<ClippingDataCollection>();
-    for (size_t i = 0; i < specs.size(); ++i) {
-      // Now and then an item of several 4096-byte pieces, so that kills land inside one.
-      specs[i].size = rng() % 4 == 0 ? 5000 + rng() % 40000 : 1 + rng() % 3000;
-      specs[i].type = static_cast<int32_t>(1 + rng() % 5);
-      auto item = ClippingData::Create();
-      item->SetClippingDataType(specs[i].type);
-      item->SetRawData(ItemContent(token, i, specs[i].size));
-      items->Add(item);
-    }
-    clipping->SetDescription(Describe(token, specs));
-    clipping->SetClippingData(items);
-  };
-  int serial = 0;
-  const auto fresh_name = [&](const char* prefix) {
-    return prefix + std::to_string(seed % 1000003) + "-" + std::to_string(++serial);
-  };
-
+  Writer w{std::mt19937_64(seed), std::move(state), FileDetails(path), {}, {}};
+  std::vector<int> weights;
+  for (const Op& op : kOps) weights.push_back(op.weight);
+  std::discrete_distribution<int> choose(weights.begin(), weights.end());
   try {
     progress.op = kOpen;
-    read.GetFolder(kRootFolder, details);
+    w.read.GetFolder(kRoot, w.details);
     const char ready = 'R';
     if (ready_fd >= 0 && ::write(ready_fd, &ready, 1) != 1) return 4;
     for (long done = 0; max_ops == 0 || done < max_ops; ++done) {
-      std::discrete_distribution<int> choose({0, 30, 12, 6, 6, 10, 5, 2, 10, 5, 5, 3});
-      int op = choose(rng);
-      if (state.active.size() + state.deleted.size() > kManyClippings && rng() % 2 == 0) {
+      int op = choose(w.rng);
+      if (w.state.active.size() + w.state.deleted.size() > kManyClippings && w.rng() % 2 == 0) {
         op = kDeleteForGood;
       }
-      if (state.active.empty() && op != kAddCategory) op = kAdd;
-      if (state.categories.empty() && GroupOf(op) == kGroupCategory) op = kAddCategory;
+      if (w.state.active.empty() && op != kAddCategory) op = kAdd;
+      if (w.state.categories.empty() && kOps[op].group == kCategoryWork) op = kAddCategory;
       progress.op = op;
-      switch (op) {
-        case kAdd: {
-          auto clipping = Clipping::Create();
-          clipping->SetName(fresh_name("c"));
-          new_items(clipping);
-          state.active.push_back(write.AddClipping(clipping, kRootFolder, details)->ID());
-          break;
-        }
-        case kUpdateData: {
-          auto clipping = read.GetClipping(pick(state.active), details, false);
-          new_items(clipping);
-          write.UpdateClipping(clipping, details, true);
-          break;
-        }
-        case kRename: {
-          auto clipping = read.GetClipping(pick(state.active), details, false);
-          clipping->SetName(fresh_name("r"));
-          write.UpdateClipping(clipping, details, false);
-          break;
-        }
-        case kMarkDeleted: {
-          const std::string id = pick(state.active);
-          write.DeleteClipping(id, details, false);
-          remove(state.active, id);
-          state.deleted.push_back(id);
-          std::erase_if(state.memberships, [&](const auto& m) { return m.first == id; });
-          break;
-        }
-        case kDeleteForGood: {
-          const bool marked = !state.deleted.empty() && rng() % 3 == 0;
-          const std::string id = pick(marked ? state.deleted : state.active);
-          write.DeleteClipping(id, details, true);
-          remove(marked ? state.deleted : state.active, id);
-          std::erase_if(state.memberships, [&](const auto& m) { return m.first == id; });
-          break;
-        }
-        case kAddCategory: {
-          auto category = Category::Create();
-          category->SetName(fresh_name("k"));
-          state.categories.push_back(write.AddCategory(category, kRootFolder, details)->ID());
-          break;
-        }
-        case kDeleteCategory: {
-          const std::string id = pick(state.categories);
-          write.DeleteCategory(id, details);
-          remove(state.categories, id);
-          std::erase_if(state.memberships, [&](const auto& m) { return m.second == id; });
-          break;
-        }
-        case kTag: {
-          const std::string clipping = pick(state.active);
-          const std::string category = pick(state.categories);
-          if (state.memberships.count({clipping, category})) break;
-          write.AddClippingToCategory(clipping, category, details);
-          state.memberships.emplace(clipping, category);
-          break;
-        }
-        case kTagMany: {
-          const std::string clipping = pick(state.active);
-          auto categories = Categories::Create();
-          std::set<std::string> chosen;
-          for (int i = 0; i < 3; ++i) {
-            const std::string category = pick(state.categories);
-            if (state.memberships.count({clipping, category}) || !chosen.insert(category).second) {
-              continue;
-            }
-            auto member = Category::Create();
-            member->SetID(category);
-            categories->AddCategory(member);
-          }
-          write.AddClippingToCategories(clipping, categories, details);
-          for (const std::string& category : chosen) state.memberships.emplace(clipping, category);
-          break;
-        }
-        case kUntag: {
-          if (state.memberships.empty()) break;
-          auto it = state.memberships.begin();
-          std::advance(it, static_cast<long>(rng() % state.memberships.size()));
-          const auto membership = *it;
-          write.DeleteClippingFromCategory(membership.first, membership.second, details);
-          state.memberships.erase(membership);
-          break;
-        }
-        case kUntagAll: {
-          const std::string id = pick(state.active);
-          write.DeleteAllCategoriesFromClipping(id, details);
-          std::erase_if(state.memberships, [&](const auto& m) { return m.first == id; });
-          break;
-        }
-        default:
-          break;
-      }
+      kOps[op].run(w);
       ++progress.ops_done;
     }
     return 0;
   } catch (const AutomationError& e) {
     std::snprintf(progress.failure, sizeof progress.failure, "%s failed: %s",
-                  kOpNames[progress.op.load()], e.what());
+                  kOps[progress.op.load()].name, e.what());
     return 3;
   }
 }
@@ -331,42 +254,21 @@ int RunWriter(const std::string& path, CatalogState state, uint64_t seed, int re
 // Everything a kill must not break, checked past the library first and then through it. Adds
 // failures to the running test.
 void CheckCatalogAfterKill(const std::string& path) {
-  std::map<std::string, std::pair<uint64_t, std::vector<ItemSpec>>> written;
+  std::map<std::string, uint64_t> token_of;
   {
     RawCatalog raw(path);  // the first connection after the kill: recovers the log
     ASSERT_EQ(raw.Scalar("PRAGMA integrity_check"), "ok");
-    for (const char* generator :
-         {"FolderIDGenerator", "GroupClippingIDGenerator", "ExternalCatalogIDGenerator"}) {
-      EXPECT_EQ(raw.Count(std::string("SELECT count(*) FROM ") + generator), 0)
-          << "rows left in " << generator;
-    }
-    EXPECT_EQ(raw.Count("SELECT count(*) FROM ClippingGroupClipping m WHERE NOT EXISTS (SELECT 1 "
-                        "FROM Clipping c WHERE c.lClippingID = m.lClippingId) OR NOT EXISTS "
-                        "(SELECT 1 FROM GroupClipping g WHERE g.lGroupClippingID = "
-                        "m.lGroupClippingId)"),
-              0)
-        << "memberships of clippings or categories that are gone";
-    EXPECT_EQ(raw.Count("SELECT count(*) FROM ClippingGroupClipping m JOIN Clipping c ON "
-                        "c.lClippingID = m.lClippingId WHERE c.iClippingStatus = 4"),
-              0)
-        << "memberships of clippings marked deleted";
-    EXPECT_EQ(raw.Count("SELECT count(*) FROM ClippingDataType d WHERE NOT EXISTS (SELECT 1 "
-                        "FROM Clipping c WHERE c.lClippingID = d.lClippingID)"),
-              0)
-        << "data items of clippings that are gone";
-    std::map<std::string, int64_t> stored_items;
+    ExpectNoLeftovers(raw);
+    std::map<std::string, size_t> stored_items;
     for (const auto& row :
          raw.Rows("SELECT lClippingID, count(*) FROM ClippingDataType GROUP BY lClippingID")) {
-      stored_items[row[0]] = std::stoll(row[1]);
+      stored_items[row[0]] = std::stoul(row[1]);
     }
     for (const auto& row : raw.Rows("SELECT lClippingID, sDescription FROM Clipping")) {
-      uint64_t token = 0;
-      std::vector<ItemSpec> specs;
-      ASSERT_TRUE(ParseDescription(row[1], token, specs))
+      ASSERT_TRUE(TokenOf(row[1], token_of[row[0]]))
           << "clipping " << row[0] << " has the description " << Printable(row[1]);
-      EXPECT_EQ(stored_items[row[0]], static_cast<int64_t>(specs.size()))
+      EXPECT_EQ(stored_items[row[0]], ItemsFor(token_of[row[0]]).size())
           << "clipping " << row[0] << " has other data items than it was written with";
-      written[row[0]] = {token, specs};
     }
   }
 
@@ -374,30 +276,20 @@ void CheckCatalogAfterKill(const std::string& path) {
   const auto details = FileDetails(path);
   {
     ClippingDataRead read;
-    const auto clippings = read.GetClippingsForFolderAndChildFolders(kRootFolder, "True", details);
-    EXPECT_EQ(static_cast<size_t>(clippings->Items()->Count()), written.size());
+    const auto clippings = read.GetClippingsForFolderAndChildFolders(kRoot, "True", details);
+    EXPECT_EQ(static_cast<size_t>(clippings->Items()->Count()), token_of.size());
     for (const auto& clipping : clippings->Items()->Snapshot()) {
-      const auto found = written.find(clipping->ID());
-      ASSERT_NE(found, written.end()) << clipping->ID();
-      ItemSet items;
-      for (const auto& item : clipping->ClippingData()->Snapshot()) {
-        items.emplace_back(item->ClippingDataType(), item->RawData());
-      }
-      std::sort(items.begin(), items.end());
-      EXPECT_TRUE(items == ExpectedItems(found->second.first, found->second.second))
+      const auto found = token_of.find(clipping->ID());
+      ASSERT_NE(found, token_of.end()) << clipping->ID();
+      EXPECT_TRUE(ItemsOf(*clipping) == ItemsFor(found->second))
           << "clipping " << clipping->ID() << " does not hold the content it was written with";
     }
     ClippingDataWrite write;
-    auto probe = Clipping::Create();
-    probe->SetName("probe");
-    probe->SetDescription(Describe(0, {}));
-    auto category = Category::Create();
-    category->SetName("probe");
     try {
-      const std::string id = write.AddClipping(probe, kRootFolder, details)->ID();
-      const std::string category_id = write.AddCategory(category, kRootFolder, details)->ID();
-      write.AddClippingToCategory(id, category_id, details);
-      write.DeleteCategory(category_id, details);
+      const std::string id = write.AddClipping(NewClipping("probe", "", {}), kRoot, details)->ID();
+      const std::string category = write.AddCategory(NewCategory("probe"), kRoot, details)->ID();
+      write.AddClippingToCategory(id, category, details);
+      write.DeleteCategory(category, details);
       write.DeleteClipping(id, details, true);
     } catch (const AutomationError& e) {
       ADD_FAILURE() << "the next writer failed: " << e.what();
@@ -406,13 +298,9 @@ void CheckCatalogAfterKill(const std::string& path) {
   ReleaseAccessManager();
 }
 
-uint64_t TestSeed() {
-  const char* text = std::getenv("CLIPCAT_ROBUSTNESS_SEED");
-  return text != nullptr ? std::strtoull(text, nullptr, 0) : kDefaultSeed;
-}
-
 TEST(CrashSafety, WriterKilledAtRandomMomentsLeavesACatalogTheNextWriterCanUse) {
-  const uint64_t seed = TestSeed();
+  const char* seed_text = std::getenv("CLIPCAT_ROBUSTNESS_SEED");
+  const uint64_t seed = seed_text != nullptr ? std::strtoull(seed_text, nullptr, 0) : kDefaultSeed;
   SCOPED_TRACE("seed " + std::to_string(seed) + " (set CLIPCAT_ROBUSTNESS_SEED to repeat)");
   ScratchDir dir;
   const std::string path = dir.File("catalog.db");
@@ -421,16 +309,13 @@ TEST(CrashSafety, WriterKilledAtRandomMomentsLeavesACatalogTheNextWriterCanUse) 
   // A first writer, not killed, fills the catalog so that every kind of operation has something
   // to work on from the start, and tells how long one operation takes on this machine.
   std::mt19937_64 rng(seed);
-  double operation_us = 0;
-  {
-    Progress calibration{};
-    const auto begun = std::chrono::steady_clock::now();
-    ASSERT_EQ(RunWriter(path, CatalogState(), rng(), -1, calibration, kCalibrationOps), 0)
-        << calibration.failure;
-    operation_us = SecondsSince(begun) * 1e6 / kCalibrationOps;
-    ReleaseAccessManager();
-    CheckCatalogAfterKill(path);
-  }
+  Progress calibration{};
+  const auto begun = std::chrono::steady_clock::now();
+  ASSERT_EQ(RunWriter(path, CatalogState(), rng(), -1, calibration, kCalibrationOps), 0)
+      << calibration.failure;
+  const double operation_us = SecondsSince(begun) * 1e6 / kCalibrationOps;
+  ReleaseAccessManager();
+  CheckCatalogAfterKill(path);
   // Kills from 20 microseconds after the writer is ready to about three operations later, evenly
   // on a log scale: as many early in an operation as late in it, whatever the machine's speed.
   const double longest_delay_us = std::clamp(3 * operation_us, 2000.0, 50000.0);
@@ -452,20 +337,20 @@ TEST(CrashSafety, WriterKilledAtRandomMomentsLeavesACatalogTheNextWriterCanUse) 
     progress->failure[0] = '\0';
     Pipe ready;
     const pid_t writer = StartChild([&] {
-      ready.CloseRead();
+      ready.Close(0);
       return RunWriter(path, state, writer_seed, ready.write_end(), *progress);
     });
-    ready.CloseWrite();
+    ready.Close(1);
     char byte = 0;
-    const bool opened = ReadByte(ready.read_end(), 10'000, byte);
+    const bool opened = read(ready.read_end(), &byte, 1) == 1;  // end of file: the writer ended
     if (opened) std::this_thread::sleep_for(delay);
     kill(writer, SIGKILL);
-    const int status = WaitChild(writer);
+    const std::string status = WaitChild(writer);
     SCOPED_TRACE("kill " + std::to_string(kill_number) + " after " + std::to_string(delay.count()) +
-                 " us, during " + kOpNames[progress->op.load()]);
-    ASSERT_TRUE(opened) << "the writer did not open the catalog: " << DescribeStatus(status) << " "
+                 " us, during " + kOps[progress->op.load()].name);
+    ASSERT_TRUE(opened) << "the writer did not open the catalog: " << status << " "
                         << progress->failure;
-    ASSERT_EQ(DescribeStatus(status), "killed by signal 9") << progress->failure;
+    ASSERT_EQ(status, "killed by signal 9") << progress->failure;
     ++kills_during[progress->op.load()];
     ops_done += progress->ops_done.load();
     CheckCatalogAfterKill(path);
@@ -473,13 +358,13 @@ TEST(CrashSafety, WriterKilledAtRandomMomentsLeavesACatalogTheNextWriterCanUse) 
   const double seconds = SecondsSince(started);
   munmap(progress, sizeof(Progress));
 
-  std::array<int, kGroups> kills_in_group{};
+  std::array<int, kGroups + 1> kills_in_group{};
   std::string figures;
   for (int op = 0; op < kOpCount; ++op) {
-    kills_in_group[GroupOf(op)] += kills_during[op];
-    figures += std::string(" ") + kOpNames[op] + "=" + std::to_string(kills_during[op]);
+    kills_in_group[kOps[op].group] += kills_during[op];
+    figures += std::string(" ") + kOps[op].name + "=" + std::to_string(kills_during[op]);
   }
-  for (int group = 0; group < kGroupOther; ++group) {
+  for (int group = 0; group < kGroups; ++group) {
     EXPECT_GT(kills_in_group[group], 0) << "no kill landed during " << kGroupNames[group];
   }
   std::printf(

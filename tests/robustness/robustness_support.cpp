@@ -1,15 +1,15 @@
 #include "robustness/robustness_support.h"
 
+#include <gtest/gtest.h>
 #include <libpq-fe.h>
-#include <poll.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
+#include <fstream>
 #include <stdexcept>
 
 #include "store/connection_string.h"
@@ -18,27 +18,17 @@
 namespace clipcat::robustness {
 namespace {
 
-// The data source types of file and server catalogs in connection details.
-constexpr int32_t kFileCatalog = 1;
-constexpr int32_t kServerDataSource = 2;
-
 [[noreturn]] void Fail(sqlite3* db, const std::string& what) {
   throw std::runtime_error(what + ": " + (db != nullptr ? sqlite3_errmsg(db) : "no connection"));
 }
 
 std::string CellText(sqlite3_stmt* stmt, int column) {
-  switch (sqlite3_column_type(stmt, column)) {
-    case SQLITE_NULL:
-      return "<null>";
-    case SQLITE_BLOB: {
-      const auto* data = static_cast<const char*>(sqlite3_column_blob(stmt, column));
-      return std::string(data, static_cast<size_t>(sqlite3_column_bytes(stmt, column)));
-    }
-    default: {
-      const auto* data = reinterpret_cast<const char*>(sqlite3_column_text(stmt, column));
-      return std::string(data, static_cast<size_t>(sqlite3_column_bytes(stmt, column)));
-    }
-  }
+  if (sqlite3_column_type(stmt, column) == SQLITE_NULL) return "<null>";
+  const void* data = sqlite3_column_type(stmt, column) == SQLITE_BLOB
+                         ? sqlite3_column_blob(stmt, column)
+                         : sqlite3_column_text(stmt, column);
+  return std::string(static_cast<const char*>(data),
+                     static_cast<size_t>(sqlite3_column_bytes(stmt, column)));
 }
 
 std::string TaggedCell(sqlite3_stmt* stmt, int column) {
@@ -56,8 +46,7 @@ std::string TaggedCell(sqlite3_stmt* stmt, int column) {
       const std::string bytes = CellText(stmt, column);
       if (Compression::LooksLikeFrame(bytes)) {
         try {
-          Compression compression;
-          return "z:" + compression.DecompressString(bytes);
+          return "z:" + Compression().DecompressString(bytes);
         } catch (...) {
           // A frame that does not decode is shown as the bytes it is.
         }
@@ -85,11 +74,15 @@ void ForEachRow(sqlite3* db, const std::string& sql, Row&& row) {
 
 std::string JoinRow(const std::vector<std::string>& row) {
   std::string text = "(";
-  for (size_t i = 0; i < row.size(); ++i) {
-    if (i > 0) text += ", ";
-    text += Printable(row[i], 60);
-  }
+  for (size_t i = 0; i < row.size(); ++i) text += (i > 0 ? ", " : "") + Printable(row[i], 60);
   return text + ")";
+}
+
+std::shared_ptr<ConnectionDetails> Details(int32_t data_source_type, const std::string& text) {
+  auto details = ConnectionDetails::Create();
+  details->SetDataSourceType(data_source_type);
+  details->SetConnectionString(text);
+  return details;
 }
 
 }  // namespace
@@ -107,15 +100,23 @@ ScratchDir::~ScratchDir() {
   std::filesystem::remove_all(path_, ignored);
 }
 
+// Data source types 1 (file) and 2 (server).
 std::shared_ptr<ConnectionDetails> FileDetails(const std::string& path) {
-  auto details = ConnectionDetails::Create();
-  details->SetDataSourceType(kFileCatalog);
-  details->SetConnectionString(FileCatalogConnectionString(path));
-  return details;
+  return Details(1, FileCatalogConnectionString(path));
 }
 
-RawCatalog::RawCatalog(const std::string& path) {
-  if (sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
+std::shared_ptr<ConnectionDetails> ServerDetails(const std::string& connection_string) {
+  return Details(2, connection_string);
+}
+
+std::string RawSql::Scalar(const std::string& sql) {
+  const auto rows = Rows(sql);
+  return rows.empty() || rows[0].empty() ? std::string() : rows[0][0];
+}
+
+RawCatalog::RawCatalog(const std::string& path, bool read_only) {
+  const int flags = read_only ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
+  if (sqlite3_open_v2(path.c_str(), &db_, flags, nullptr) != SQLITE_OK) {
     const std::string message = db_ != nullptr ? sqlite3_errmsg(db_) : "out of memory";
     sqlite3_close_v2(db_);
     throw std::runtime_error("open " + path + ": " + message);
@@ -135,9 +136,39 @@ std::vector<std::vector<std::string>> RawCatalog::Rows(const std::string& sql) {
   return rows;
 }
 
-std::string RawSql::Scalar(const std::string& sql) {
-  const auto rows = Rows(sql);
-  return rows.empty() || rows[0].empty() ? std::string() : rows[0][0];
+CatalogDump RawCatalog::Dump() {
+  CatalogDump dump;
+  std::vector<std::string> tables = {"sqlite_schema"};
+  for (const auto& row : Rows("SELECT name FROM sqlite_schema WHERE type = 'table'")) {
+    tables.push_back(row[0]);
+  }
+  for (const std::string& table : tables) {
+    TableDump& out = dump[table];
+    ForEachRow(db_, "SELECT * FROM \"" + table + "\"", [&](sqlite3_stmt* stmt) {
+      std::vector<std::string> row;
+      for (int i = 0; i < sqlite3_column_count(stmt); ++i) {
+        if (out.rows.empty()) out.columns.emplace_back(sqlite3_column_name(stmt, i));
+        row.push_back(TaggedCell(stmt, i));
+      }
+      out.rows.push_back(std::move(row));
+    });
+    std::sort(out.rows.begin(), out.rows.end());
+  }
+  return dump;
+}
+
+bool RawCatalog::WriteLockIsFree() {
+  sqlite3_busy_timeout(db_, 0);
+  const int rc = sqlite3_exec(db_, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+  sqlite3_busy_timeout(db_, 10'000);
+  if (rc == SQLITE_OK) {
+    if (sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr) != SQLITE_OK) {
+      Fail(db_, "ROLLBACK");
+    }
+    return true;
+  }
+  if ((rc & 0xff) == SQLITE_BUSY || (rc & 0xff) == SQLITE_LOCKED) return false;
+  Fail(db_, "BEGIN IMMEDIATE");
 }
 
 RawServerCatalog::RawServerCatalog(const std::string& conninfo)
@@ -159,79 +190,76 @@ std::vector<std::vector<std::string>> RawServerCatalog::Rows(const std::string& 
     PQclear(result);
     throw std::runtime_error(sql + ": " + message);
   }
-  std::vector<std::vector<std::string>> rows;
+  std::vector<std::vector<std::string>> rows(static_cast<size_t>(PQntuples(result)));
   for (int r = 0; r < PQntuples(result); ++r) {
-    std::vector<std::string> row;
     for (int c = 0; c < PQnfields(result); ++c) {
-      row.push_back(PQgetisnull(result, r, c) ? "<null>" : PQgetvalue(result, r, c));
+      rows[r].push_back(PQgetisnull(result, r, c) ? "<null>" : PQgetvalue(result, r, c));
     }
-    rows.push_back(std::move(row));
   }
   PQclear(result);
   return rows;
 }
 
-std::shared_ptr<ConnectionDetails> ServerDetails(const std::string& connection_string) {
-  auto details = ConnectionDetails::Create();
-  details->SetConnectionString(connection_string);
-  details->SetDataSourceType(kServerDataSource);
-  return details;
+void ExpectNoLeftovers(RawSql& raw) {
+  for (const char* generator :
+       {"FolderIDGenerator", "GroupClippingIDGenerator", "ExternalCatalogIDGenerator"}) {
+    EXPECT_EQ(raw.Count(std::string("SELECT count(*) FROM ") + generator), 0) << generator;
+  }
+  const std::pair<const char*, const char*> orphans[] = {
+      {"ClippingDataType d WHERE NOT EXISTS (SELECT 1 FROM Clipping c WHERE c.lClippingID = "
+       "d.lClippingID)",
+       "data items of clippings that are gone"},
+      {"ClippingGroupClipping m WHERE NOT EXISTS (SELECT 1 FROM Clipping c WHERE c.lClippingID = "
+       "m.lClippingId AND c.iClippingStatus <> 4) OR NOT EXISTS (SELECT 1 FROM GroupClipping g "
+       "WHERE g.lGroupClippingID = m.lGroupClippingId)",
+       "memberships of clippings or categories that are gone or deleted"}};
+  for (const auto& [rows, what] : orphans) {
+    EXPECT_EQ(raw.Count(std::string("SELECT count(*) FROM ") + rows), 0) << what;
+  }
 }
 
-bool RawCatalog::WriteLockIsFree() {
-  sqlite3_busy_timeout(db_, 0);
-  const int rc = sqlite3_exec(db_, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
-  sqlite3_busy_timeout(db_, 10'000);
-  if (rc == SQLITE_OK) {
-    if (sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr) != SQLITE_OK) {
-      Fail(db_, "ROLLBACK");
-    }
-    return true;
+ItemSet ItemsOf(const Clipping& clipping) {
+  ItemSet items;
+  for (const auto& item : clipping.ClippingData()->Snapshot()) {
+    items.emplace_back(item->ClippingDataType(), item->RawData());
   }
-  if ((rc & 0xff) == SQLITE_BUSY || (rc & 0xff) == SQLITE_LOCKED) return false;
-  Fail(db_, "BEGIN IMMEDIATE");
+  std::sort(items.begin(), items.end());
+  return items;
 }
 
-CatalogDump DumpCatalog(const std::string& path) {
-  // Read-only and without recovery side effects on the file's contents: the rows are what any
-  // reader sees.
-  sqlite3* db = nullptr;
-  if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
-    const std::string message = db != nullptr ? sqlite3_errmsg(db) : "out of memory";
-    sqlite3_close_v2(db);
-    throw std::runtime_error("open " + path + ": " + message);
+std::shared_ptr<Clipping> NewClipping(const std::string& name, const std::string& description,
+                                      const ItemSet& items) {
+  auto clipping = Clipping::Create();
+  clipping->SetName(name);
+  clipping->SetDescription(description);
+  for (const auto& [type, content] : items) {
+    auto data = ClippingData::Create();
+    data->SetClippingDataType(type);
+    data->SetRawData(content);
+    clipping->ClippingData()->Add(data);
   }
-  sqlite3_busy_timeout(db, 10'000);
-  CatalogDump dump;
-  try {
-    std::vector<std::string> tables;
-    ForEachRow(db, "SELECT name FROM sqlite_schema WHERE type = 'table' ORDER BY name",
-               [&](sqlite3_stmt* stmt) { tables.push_back(CellText(stmt, 0)); });
-    tables.push_back("sqlite_schema");
-    for (const std::string& table : tables) {
-      TableDump& out = dump[table];
-      ForEachRow(db, "SELECT * FROM \"" + table + "\"", [&](sqlite3_stmt* stmt) {
-        const int count = sqlite3_column_count(stmt);
-        if (out.columns.empty()) {
-          for (int i = 0; i < count; ++i) out.columns.emplace_back(sqlite3_column_name(stmt, i));
-        }
-        std::vector<std::string> row;
-        for (int i = 0; i < count; ++i) row.push_back(TaggedCell(stmt, i));
-        out.rows.push_back(std::move(row));
-      });
-      std::sort(out.rows.begin(), out.rows.end());
-    }
-  } catch (...) {
-    sqlite3_close_v2(db);
-    throw;
+  return clipping;
+}
+
+std::shared_ptr<Category> NewCategory(const std::string& name, const std::string& id) {
+  auto category = Category::Create();
+  category->SetName(name);
+  category->SetID(id);
+  return category;
+}
+
+std::string Letters(uint64_t seed, size_t size) {
+  uint64_t state = seed * 0x9e3779b97f4a7c15ULL + 1;
+  std::string text(size, ' ');
+  for (char& c : text) {
+    state = state * 6364136223846793005ULL + 1442695040888963407ULL;
+    c = static_cast<char>('a' + (state >> 59) % 26);
   }
-  sqlite3_close_v2(db);
-  return dump;
+  return text;
 }
 
 std::string DescribeDifference(const CatalogDump& before, const CatalogDump& after) {
   std::string text;
-  std::map<std::string, const TableDump*> empty_side;
   for (const auto& [name, table] : before) {
     if (!after.count(name)) text += "table " + name + " is gone; ";
   }
@@ -243,10 +271,11 @@ std::string DescribeDifference(const CatalogDump& before, const CatalogDump& aft
     }
     std::vector<std::vector<std::string>> removed;
     std::vector<std::vector<std::string>> added;
-    std::set_difference(old->second.rows.begin(), old->second.rows.end(), table.rows.begin(),
-                        table.rows.end(), std::back_inserter(removed));
-    std::set_difference(table.rows.begin(), table.rows.end(), old->second.rows.begin(),
-                        old->second.rows.end(), std::back_inserter(added));
+    const auto& was = old->second.rows;
+    std::set_difference(was.begin(), was.end(), table.rows.begin(), table.rows.end(),
+                        std::back_inserter(removed));
+    std::set_difference(table.rows.begin(), table.rows.end(), was.begin(), was.end(),
+                        std::back_inserter(added));
     if (removed.empty() && added.empty()) continue;
     text += name + ": " + std::to_string(removed.size()) + " rows gone, " +
             std::to_string(added.size()) + " rows new";
@@ -259,19 +288,12 @@ std::string DescribeDifference(const CatalogDump& before, const CatalogDump& aft
 
 std::string Printable(const std::string& text, size_t limit) {
   std::string out;
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (out.size() >= limit) {
-      out += "...(" + std::to_string(text.size()) + " bytes)";
-      break;
-    }
-    const auto c = static_cast<unsigned char>(text[i]);
-    if (c >= 0x20 && c < 0x7f) {
-      out += static_cast<char>(c);
-    } else {
-      char escaped[8];
-      std::snprintf(escaped, sizeof escaped, "\\x%02x", c);
-      out += escaped;
-    }
+  for (const char c : text) {
+    if (out.size() >= limit) return out + "...(" + std::to_string(text.size()) + " bytes)";
+    char escaped[8];
+    std::snprintf(escaped, sizeof escaped, c >= 0x20 && c < 0x7f ? "%c" : "\\x%02x",
+                  static_cast<unsigned char>(c));
+    out += escaped;
   }
   return out;
 }
@@ -293,18 +315,45 @@ pid_t StartChild(const std::function<int()>& body) {
   _exit(code);
 }
 
-int WaitChild(pid_t pid) {
+std::string WaitChild(pid_t pid) {
   int status = 0;
   while (waitpid(pid, &status, 0) < 0) {
     if (errno != EINTR) throw std::runtime_error("waitpid failed");
   }
-  return status;
-}
-
-std::string DescribeStatus(int status) {
   if (WIFEXITED(status)) return "exit " + std::to_string(WEXITSTATUS(status));
   if (WIFSIGNALED(status)) return "killed by signal " + std::to_string(WTERMSIG(status));
   return "status " + std::to_string(status);
+}
+
+std::vector<std::vector<std::string>> RunTogether(
+    int count, const std::function<void(int, std::ostream&)>& body, double& seconds) {
+  ScratchDir dir;
+  Pipe start;  // end of file on the read end means "go"
+  std::vector<pid_t> children;
+  for (int i = 0; i < count; ++i) {
+    children.push_back(StartChild([&] {
+      start.Close(1);
+      std::ofstream out(dir.File(std::to_string(i)));
+      char go = 0;
+      while (read(start.read_end(), &go, 1) > 0) {
+      }
+      body(i, out);
+      return out.flush() ? 0 : 98;
+    }));
+  }
+  const auto started = std::chrono::steady_clock::now();
+  start.Close(1);
+  std::vector<std::vector<std::string>> lines(static_cast<size_t>(count));
+  for (int i = 0; i < count; ++i) EXPECT_EQ(WaitChild(children[i]), "exit 0") << "child " << i;
+  seconds = SecondsSince(started);
+  for (int i = 0; i < count; ++i) {
+    std::ifstream in(dir.File(std::to_string(i)));
+    for (std::string line; std::getline(in, line);) {
+      if (line.rfind("error", 0) == 0) ADD_FAILURE() << "child " << i << ": " << line;
+      lines[i].push_back(line);
+    }
+  }
+  return lines;
 }
 
 Pipe::Pipe() {
@@ -312,28 +361,13 @@ Pipe::Pipe() {
 }
 
 Pipe::~Pipe() {
-  CloseRead();
-  CloseWrite();
+  Close(0);
+  Close(1);
 }
 
-void Pipe::CloseRead() {
-  if (fds_[0] >= 0) close(fds_[0]);
-  fds_[0] = -1;
-}
-
-void Pipe::CloseWrite() {
-  if (fds_[1] >= 0) close(fds_[1]);
-  fds_[1] = -1;
-}
-
-bool ReadByte(int fd, int timeout_ms, char& byte) {
-  pollfd waiting{fd, POLLIN, 0};
-  int ready = 0;
-  do {
-    ready = poll(&waiting, 1, timeout_ms);
-  } while (ready < 0 && errno == EINTR);
-  if (ready <= 0) return false;
-  return read(fd, &byte, 1) == 1;
+void Pipe::Close(int end) {
+  if (fds_[end] >= 0) close(fds_[end]);
+  fds_[end] = -1;
 }
 
 double SecondsSince(std::chrono::steady_clock::time_point start) {

@@ -1,7 +1,7 @@
 // Support for the robustness tests: scratch directories, raw SQL access to catalogs (SQLite files
 // and PostgreSQL databases) that does not go through clipcat (so that what a test checks does not
-// rest on the code under test), dumps of every table, and child processes that a test starts, kills
-// and reaps. Single-threaded.
+// rest on the code under test), dumps of every table, the checks every writing scenario shares,
+// and child processes that a test starts, kills and reaps. Single-threaded.
 #pragma once
 
 #include <sys/types.h>
@@ -12,9 +12,13 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "entities/category.h"
+#include "entities/clipping.h"
 #include "entities/connection_details.h"
 
 struct sqlite3;
@@ -38,8 +42,23 @@ class ScratchDir {
   pid_t owner_;
 };
 
-// Connection details of the file catalog at `path`, as a client builds them.
+// Connection details of the file catalog at `path`, and of the server catalog that
+// `connection_string` names, as a client builds them.
 std::shared_ptr<ConnectionDetails> FileDetails(const std::string& path);
+std::shared_ptr<ConnectionDetails> ServerDetails(const std::string& connection_string);
+
+// The contents of one table: its column names and its rows in a canonical (sorted) order. Each
+// value is a kind letter and its text: "n" Null, "i:42", "r:1.5", "t:text", "b:bytes", and
+// "z:text" for a blob holding a clipping content frame, decoded.
+struct TableDump {
+  std::vector<std::string> columns;
+  std::vector<std::vector<std::string>> rows;
+
+  friend bool operator==(const TableDump&, const TableDump&) = default;
+};
+
+// Every table of a catalog file by name, the schema itself as "sqlite_schema".
+using CatalogDump = std::map<std::string, TableDump>;
 
 // SQL run on a catalog past clipcat. Raises std::runtime_error with the engine's message on any
 // failure.
@@ -53,16 +72,18 @@ class RawSql {
   int64_t Count(const std::string& sql) { return std::stoll(Scalar(sql)); }
 };
 
-// One SQLite connection to a catalog file, opened read-write so that a connection that finds a
-// crashed writer's log recovers it. Waits up to 10 seconds for locks. A blob reads as its bytes.
+// One SQLite connection to a catalog file. Read-write unless `read_only`, so that a connection
+// that finds a crashed writer's log recovers it. Waits up to 10 seconds for locks. A blob reads
+// as its bytes.
 class RawCatalog : public RawSql {
  public:
-  explicit RawCatalog(const std::string& path);
+  explicit RawCatalog(const std::string& path, bool read_only = false);
   ~RawCatalog() override;
   RawCatalog(const RawCatalog&) = delete;
   RawCatalog& operator=(const RawCatalog&) = delete;
 
   std::vector<std::vector<std::string>> Rows(const std::string& sql) override;
+  CatalogDump Dump();
 
   // True when the write lock can be taken at once, without waiting: no other connection holds a
   // write transaction open. The lock is released again before returning.
@@ -86,23 +107,22 @@ class RawServerCatalog : public RawSql {
   pg_conn* conn_ = nullptr;
 };
 
-// Connection details of the catalog on a PostgreSQL server that `connection_string` names.
-std::shared_ptr<ConnectionDetails> ServerDetails(const std::string& connection_string);
+// Adds a test failure for every trace of a write left half done: rows in a key generator table,
+// data items or category memberships of clippings that are gone, memberships of categories that
+// are gone or of clippings marked deleted.
+void ExpectNoLeftovers(RawSql& raw);
 
-// The contents of one table: its column names and its rows in a canonical (sorted) order. Each
-// value is a kind letter and its text: "n" Null, "i:42", "r:1.5", "t:text", "b:bytes", and
-// "z:text" for a blob holding a clipping content frame, decoded.
-struct TableDump {
-  std::vector<std::string> columns;
-  std::vector<std::vector<std::string>> rows;
+// Data items as (type, content) pairs, sorted: the store does not promise an order.
+using ItemSet = std::vector<std::pair<int32_t, std::string>>;
+ItemSet ItemsOf(const Clipping& clipping);
 
-  friend bool operator==(const TableDump&, const TableDump&) = default;
-};
+// A new clipping with one data item per pair of `items`, and a new category.
+std::shared_ptr<Clipping> NewClipping(const std::string& name, const std::string& description,
+                                      const ItemSet& items);
+std::shared_ptr<Category> NewCategory(const std::string& name, const std::string& id = "");
 
-// Every table of a catalog file by name, the schema itself as "sqlite_schema".
-using CatalogDump = std::map<std::string, TableDump>;
-
-CatalogDump DumpCatalog(const std::string& path);
+// `size` letters that do not compress, the same for the same seed.
+std::string Letters(uint64_t seed, size_t size);
 
 // A readable account of how `after` differs from `before` (at most a few rows per table), or ""
 // when they are equal.
@@ -116,11 +136,15 @@ std::string Printable(const std::string& text, size_t limit = 120);
 // error to standard error.
 pid_t StartChild(const std::function<int()>& body);
 
-// Waits for the child and answers its raw wait status.
-int WaitChild(pid_t pid);
+// Waits for the child and describes how it ended: "exit 0", "killed by signal 9" and the like.
+std::string WaitChild(pid_t pid);
 
-// "exit 0", "killed by signal 9" and the like.
-std::string DescribeStatus(int status);
+// Runs `body(0)` ... `body(count - 1)` in child processes that all start at the same moment, each
+// writing lines to its stream, and waits for them. Adds a test failure for each child that does
+// not exit 0 and for each line that starts with "error"; answers every child's lines and sets
+// `seconds` to the time from the start to the last child's end.
+std::vector<std::vector<std::string>> RunTogether(
+    int count, const std::function<void(int, std::ostream&)>& body, double& seconds);
 
 // A pipe whose ends close with the object (or one at a time).
 class Pipe {
@@ -132,15 +156,11 @@ class Pipe {
 
   int read_end() const { return fds_[0]; }
   int write_end() const { return fds_[1]; }
-  void CloseRead();
-  void CloseWrite();
+  void Close(int end);  // 0 the read end, 1 the write end
 
  private:
   int fds_[2] = {-1, -1};
 };
-
-// Reads one byte from `fd`, waiting up to `timeout_ms`; false on time-out or end of file.
-bool ReadByte(int fd, int timeout_ms, char& byte);
 
 // Seconds since `start` as a steady-clock reading, for the figures the tests report.
 double SecondsSince(std::chrono::steady_clock::time_point start);
