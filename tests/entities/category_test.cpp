@@ -5,7 +5,6 @@
 namespace clipcat {
 namespace {
 
-using test::Join;
 using test::ReadError;
 
 const char kFilledCategory[] =
@@ -20,17 +19,10 @@ TEST(Category, WritesItsAttributesInOrderAndCarriesHardText) {
   EXPECT_EQ(category->XML(), "<category Name=\"\" Description=\"\" ClippingID=\"\" Updated=\"" +
                                  FormatCatalogDate(category->Updated()) + "\"/>");
   category->SetXML(kFilledCategory);
-  EXPECT_EQ(Join({category->Name(), category->Description(), category->ID()}),
+  EXPECT_EQ(category->Name() + "|" + category->Description() + "|" + category->ID(),
             "Tax & <Law> \"EU\" '\xE2\x82\xAC'|a\r\nb\tc|P3C12");
   EXPECT_EQ(category->Updated(), *Date::FromParts({2000, 2, 29, 23, 59, 59}));
   EXPECT_EQ(category->XML(), kFilledCategory);
-  // Every property is a client's to set, the date included.
-  auto set = Category::Create();
-  set->SetUpdated(category->Updated());
-  set->SetName(category->Name());
-  set->SetDescription(category->Description());
-  set->SetID(category->ID());
-  EXPECT_EQ(set->XML(), kFilledCategory);
   test::ExpectTextPropertiesCarried<Category>({{&Category::SetName, &Category::Name},
                                                {&Category::SetDescription, &Category::Description},
                                                {&Category::SetID, &Category::ID}});
@@ -44,7 +36,7 @@ TEST(Category, ReadingResetsWhatTheTextLacksAndRefusedTextChangesNothing) {
     category->SetXML(kFilledCategory);
     const Date before = Date::Now();
     category->SetXML(text);
-    EXPECT_EQ(Join({category->Name(), category->Description(), category->ID()}), "n||");
+    EXPECT_EQ(category->Name() + "|" + category->Description() + "|" + category->ID(), "n||");
     EXPECT_TRUE(test::StampedSince(before, category->Updated())) << text;
   }
   for (const char* text : {"<Category Name=\"x\"/>", "<Categories/>", "<category Name=\"x\""}) {

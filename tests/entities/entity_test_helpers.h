@@ -18,16 +18,8 @@
 
 namespace clipcat::test {
 
-using Texts = std::vector<std::string>;
-
-// The texts joined by "|": compares several properties in one check.
-inline std::string Join(const Texts& texts) {
-  std::string joined;
-  for (size_t i = 0; i < texts.size(); ++i) joined += (i == 0 ? "" : "|") + texts[i];
-  return joined;
-}
-
 using testing::RaisedNumber;
+using Texts = std::vector<std::string>;
 
 // The error number reading `text` into `object` raises, and the one writing its XML raises.
 template <typename T>
@@ -84,12 +76,12 @@ void ExpectTextPropertiesCarried(const std::vector<TextProperty<T>>& properties)
     for (const TextProperty<T>& p : properties) EXPECT_EQ((read.get()->*p.get)(), value);
   }
   for (const TextProperty<T>& p : properties) {
-    for (const std::string bad : {"a\x01", "\x1F", "\xC3", "\xEF\xBF\xBF", "\xED\xA0\x80"}) {
+    for (const std::string& bad :
+         {std::string("a\x01"), std::string("\xC3"), std::string("\xEF\xBF\xBF"),
+          std::string("\xED\xA0\x80"), std::string("nul\0", 4)}) {
       auto object = T::Create();
       (object.get()->*p.set)(bad);
       EXPECT_EQ(WriteError(*object), err::kInvalidProcedureCall) << bad;
-      (object.get()->*p.set)(std::string("nul\0", 4));
-      EXPECT_EQ(WriteError(*object), err::kInvalidProcedureCall);
     }
   }
 }
