@@ -1,5 +1,5 @@
-// ClippingAccessManager: the keyed entries, the default details, the kinds of data access objects
-// it creates, and routing of item ids to the default or an external catalog.
+// ClippingAccessManager: the default details and routing of item ids to the default or an external
+// catalog. Releasing entries is checked through the services that release them.
 #include "service/clipping_access_manager.h"
 #include "service/service_fixture.h"
 #include "util/variant.h"
@@ -19,18 +19,6 @@ std::shared_ptr<ConnectionDetails> Details(int32_t type, const std::string& serv
 }
 
 using Entries = std::vector<std::shared_ptr<DataAccess>>;
-
-TEST(ClippingAccessManager, MissingEntriesRaiseFiveAndTheDetailsGetterAlways91) {
-  ClippingAccessManager manager;
-  EXPECT_EQ(RaisedNumber([&] { manager.GetDefaultDataAccessObject(); }),
-            err::kInvalidProcedureCall);
-  for (const Variant& key : {Variant("D"), Variant("P1"), Variant(1), Variant(0)})
-    EXPECT_EQ(RaisedNumber([&] { manager.Item(key); }), err::kInvalidProcedureCall) << key.ToText();
-  EXPECT_EQ(RaisedNumber([&] { manager.Remove(Variant("D")); }), 0);  // nothing to remove
-  manager.SetDefaultConnectionDetails(Details(1, "", "", "Data Source=x;"));
-  EXPECT_EQ(RaisedNumber([&] { manager.DefaultConnectionDetails(); }), err::kObjectVariableNotSet);
-  EXPECT_EQ(manager.Count(), 1);
-}
 
 TEST(ClippingAccessManager, EqualDetailsKeepTheDefaultObjectAnyDifferenceReplacesIt) {
   const std::string cs = FileCatalogConnectionString("/a/b.db");
@@ -56,24 +44,6 @@ TEST(ClippingAccessManager, EqualDetailsKeepTheDefaultObjectAnyDifferenceReplace
     EXPECT_EQ(after->ConnectionString(), different->ConnectionString());
     EXPECT_EQ(manager.Count(), 1);
   }
-}
-
-TEST(ClippingAccessManager, CreatesTheObjectKindOfEachDataSourceType) {
-  const std::string cs = FileCatalogConnectionString("/a/b.db");
-  for (int32_t type : {1, 2, 3}) {
-    const auto details = Details(type, "srv", "src", cs);
-    const auto made = ClippingAccessManager::CreateDataAccessObject(*details);
-    ASSERT_NE(made, nullptr) << type;
-    EXPECT_EQ(dynamic_cast<DataAccessSQL*>(made.get()) != nullptr, type == 2) << type;
-    // The clipping manager kind is given the whole XML text, not the connection string.
-    EXPECT_EQ(made->ConnectionString(), type == 3 ? details->XML() : cs) << type;
-  }
-  // An unknown type makes nothing, and routes nowhere without raising.
-  ClippingAccessManager manager;
-  manager.SetDefaultConnectionDetails(Details(4, "", "", cs));
-  std::shared_ptr<DataAccess> routed;
-  EXPECT_EQ(RaisedNumber([&] { routed = manager.GetDataAccessObject("15", true); }), 0);
-  EXPECT_EQ(routed, nullptr);
 }
 
 class ClippingAccessManagerCatalogs : public ServiceFixture {
@@ -121,35 +91,6 @@ TEST_F(ClippingAccessManagerCatalogs, RoutesPlainIdsToTheDefaultAndTaggedIdsToTh
     EXPECT_EQ(routed, nullptr) << id;
   }
   EXPECT_EQ(manager_.Count(), 3);
-}
-
-TEST_F(ClippingAccessManagerCatalogs, ReleaseRemoveAndDestructionCloseWhatTheyDrop) {
-  const auto in_a = manager_.GetDataAccessObject(pa_ + "C1", false);
-  const auto in_b = manager_.GetDataAccessObject(pb_ + "C1", false);
-  in_a->OpenCatalog("", "", "");
-  in_b->OpenCatalog("", "", "");
-  // Ids of the default catalog and catalogs never held release nothing; any item of catalog a
-  // releases catalog a, and only it.
-  for (const std::string& id : {std::string("15"), "p" + pa_.substr(1) + "c1", std::string("P9C1")})
-    manager_.ReleaseDataAccessObject(id);
-  EXPECT_EQ(manager_.Count(), 3);
-  manager_.ReleaseDataAccessObject(pa_ + "C999");
-  EXPECT_EQ(manager_.Entries(), (Entries{d_, in_b}));
-  EXPECT_FALSE(in_a->IsOpen());
-  EXPECT_TRUE(in_b->IsOpen());
-  // Remove by key in any case or by position; missing keys are no error.
-  for (const Variant& missing : {Variant("P999"), Variant(3), Variant("")})
-    manager_.Remove(missing);
-  manager_.Remove(Variant(2));
-  EXPECT_FALSE(in_b->IsOpen());
-  EXPECT_EQ(manager_.Entries(), (Entries{d_}));
-  // Destruction closes every catalog the manager holds.
-  auto doomed = std::make_unique<ClippingAccessManager>();
-  doomed->SetDefaultConnectionDetails(personal_);
-  const auto held = doomed->GetDataAccessObject(pa_ + "C1", false);
-  held->OpenCatalog("", "", "");
-  doomed.reset();
-  EXPECT_FALSE(held->IsOpen());
 }
 
 }  // namespace

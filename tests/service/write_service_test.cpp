@@ -33,16 +33,6 @@ class WriteService : public ServiceFixture {
   std::shared_ptr<DataAccess> personal_direct_;  // the personal catalog, past the services
 };
 
-TEST_F(WriteService, LinkingRecordsTheCatalogAndATopFolderThatLeadsToIt) {
-  const auto gamma = Link(NewCatalog("c", "C root"), "Gamma");
-  EXPECT_EQ(gamma->ParentID(), "0");
-  EXPECT_FALSE(IsExternalItemID(gamma->ID()));
-  EXPECT_EQ(read_.GetExternalCatalogs(personal_)->Count(), 3);
-  const std::string root = ComposeItemID("1", gamma->ExternalCatalogID());
-  EXPECT_EQ(read_.GetCatalogsRootFolder(root, personal_)->Name(), "C root");
-  EXPECT_EQ(read_.GetFolder(root, personal_)->Name(), "Gamma");
-}
-
 TEST_F(WriteService, NewItemsUnderALinkedFolderGoIntoTheLinkedCatalogsRoot) {
   const auto folder = write_.AddFolder(Named<Folder>("Projects"), l_.a.linked->ID(), personal_);
   EXPECT_EQ(folder->ParentID(), l_.a.Root());
@@ -56,9 +46,6 @@ TEST_F(WriteService, NewItemsUnderALinkedFolderGoIntoTheLinkedCatalogsRoot) {
   const auto clipping = write_.AddClipping(Named<Clipping>("Memo"), l_.a.linked->ID(), personal_);
   EXPECT_EQ(Sorted(IdsOf(a_->GetClippingsFromFolder("1", false, nullptr, false))),
             Sorted({InA(l_.top_note), InA(clipping->ID())}));
-  EXPECT_EQ(
-      RaisedNumber([&] { write_.AddClipping(Named<Clipping>("Memo"), l_.a.Root(), personal_); }),
-      err::kClippingNameNotUnique);
   const auto inbox = write_.AddDefaultFolderToLinkedCatalog(l_.b.linked, "Inbox", personal_);
   EXPECT_EQ(read_.GetFolderPathName(inbox->ID(), personal_), "B root\\Inbox");
 }
@@ -131,25 +118,15 @@ TEST_F(WriteService, CategoryWritesRouteToTheCatalogOfTheirIds) {
   write_.AddCategory(Named<Category>("Home"), l_.letters, personal_);
   EXPECT_EQ(NamesOf(a_->GetCategoriesFromFolder("1")), (Ids{"Legal", "Urgent"}));
   EXPECT_EQ(NamesOf(personal_direct_->GetCategoriesFromFolder("1")), Ids{"Home"});
-  // Names are unique per catalog: "Legal" is new to b, taken in a.
   EXPECT_EQ(GetCatalogIDFromItemID(
                 write_.AddCategory(Named<Category>("Legal"), l_.b.Root(), personal_)->ID()),
             std::to_string(l_.b.id));
-  EXPECT_EQ(
-      RaisedNumber([&] { write_.AddCategory(Named<Category>("Legal"), l_.shared, personal_); }),
-      err::kCategoryNameNotUnique);
   auto both = Categories::Create();
   both->AddCategory(legal);
   both->AddCategory(urgent);
   write_.AddClippingToCategories(l_.deep_note, both, personal_);
   write_.DeleteClippingFromCategory(l_.deep_note, urgent->ID(), personal_);
   EXPECT_EQ(NamesOf(a_->GetCategoriesForClipping(InA(l_.deep_note))), Ids{"Legal"});
-  // This member's parameter is named for a category but names the clipping.
-  write_.DeleteAllCategoriesFromClipping(l_.deep_note, personal_);
-  EXPECT_EQ(a_->GetCategoriesForClipping(InA(l_.deep_note))->Items()->Count(), 0);
-  write_.AddFolderToCategory(l_.shared, urgent->ID(), personal_);
-  EXPECT_EQ(Sorted(IdsOf(read_.GetClippingsFromCategory(urgent->ID(), false, personal_))),
-            Sorted({l_.shared_note, l_.deep_note}));
   write_.DeleteCategory(urgent->ID(), personal_);
   EXPECT_EQ(NamesOf(a_->GetCategoriesFromFolder("1")), Ids{"Legal"});
 }
