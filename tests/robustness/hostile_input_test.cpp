@@ -219,30 +219,18 @@ Variant OrdinaryArgument(const Baseline& b, const ParamInfo& param) {
       return "1";
     case ParamType::kBoolean:
       return name == "bgetdata";
-    case ParamType::kLong:
-      return int32_t{10};
-    case ParamType::kInteger:
-      return int16_t{1};
-    case ParamType::kDouble:
-      return 1.0;
     case ParamType::kDate:
       return Date(Date::Now().serial() - 1);
-    case ParamType::kVariant:
-      return "1";
     case ParamType::kObject:
       break;
+    default:  // numbers and any value, converted by the call
+      return param.type == ParamType::kLong ? "10" : "1";
   }
   const std::string role = RoleOf(param);
   const std::string class_name = role.find("Connection") != std::string::npos ? "ConnectionDetails"
                                  : role == "LinkedFolder"                     ? "Folder"
                                                                               : role;
   return Variant(CreateEntityFromXML(class_name, b.xml.at(role)));
-}
-
-std::vector<Variant> OrdinaryArguments(const Baseline& b, const MemberInfo& member) {
-  std::vector<Variant> args;
-  for (const ParamInfo& param : member.params) args.push_back(OrdinaryArgument(b, param));
-  return args;
 }
 
 const MemberTable& TableOf(const Variant& object) { return AsAutomationObject(object)->Members(); }
@@ -373,16 +361,16 @@ std::string Substituted(std::string text, const std::string& from, const std::st
 CatalogDump Substituted(CatalogDump dump, const std::string& unknown, const std::string& hostile) {
   const size_t first = hostile.find_first_not_of(' ');
   const std::string trimmed =
-      first == std::string::npos ? "" : hostile.substr(first, hostile.find_last_not_of(' ') + 1);
-  char number[64];
+      first == std::string::npos ? ""
+                                 : hostile.substr(first, hostile.find_last_not_of(' ') - first + 1);
   errno = 0;
   const long long integer = std::strtoll(hostile.c_str(), nullptr, 10);
-  if (!hostile.empty() && errno == 0 &&
-      hostile.find_first_not_of("0123456789", hostile[0] == '-' ? 1 : 0) == std::string::npos) {
-    std::snprintf(number, sizeof number, "i:%lld", integer);
-  } else {
-    std::snprintf(number, sizeof number, "r:%.17g", std::strtod(hostile.c_str(), nullptr));
-  }
+  const bool integral =
+      errno == 0 && !hostile.empty() &&
+      hostile.find_first_not_of("0123456789", hostile.rfind('-', 0) == 0) == std::string::npos;
+  char number[64];
+  std::snprintf(number, sizeof number, "r:%.17g", std::strtod(hostile.c_str(), nullptr));
+  if (integral) std::snprintf(number, sizeof number, "i:%lld", integer);
   for (auto& [name, table] : dump) {
     for (auto& row : table.rows) {
       for (std::string& cell : row) {
@@ -402,6 +390,7 @@ CatalogDump Substituted(CatalogDump dump, const std::string& unknown, const std:
 }
 
 struct Outcome {
+  bool called = false;  // the text was taken where it went, and the member was called
   bool failed = false;
   std::string error;  // "number (source): description", or what escaped instead
   bool clear = true;  // an AutomationError with a number, a source and a description
@@ -410,28 +399,29 @@ struct Outcome {
   std::map<std::string, CatalogDump> dumps;  // the rows of each file after the call, normalized
 };
 
-// Calls the member on a fresh service object, then reads what it left and puts the saved rows
-// back. The working files hold the saved rows when it is called and again when it returns.
-Outcome Call(const Baseline& b, const char* progid, const MemberInfo& member,
-             std::vector<Variant> args) {
+// Calls the member on a fresh service object with `text` where `slot` says and ordinary arguments
+// elsewhere, then reads what it left and puts the saved rows back. The working files hold the
+// saved rows when it is called and again when it returns.
+Outcome Call(const Baseline& b, const char* progid, const MemberInfo& member, const Slot& slot,
+             const std::string& text) {
   Outcome out;
+  std::vector<Variant> args;
+  for (const ParamInfo& param : member.params) args.push_back(OrdinaryArgument(b, param));
   {
     std::shared_ptr<Dispatch> service = CreateObject(progid);
     try {
+      slot.Apply(args, text);  // an object may refuse the text before any call
+      out.called = true;
       out.result = Render(service->Invoke(member.name, InvokeKind::kMethod, args));
     } catch (const AutomationError& e) {
       out.failed = true;
       out.clear = e.number() != 0 && !e.source().empty() && !e.description().empty();
       out.error =
           std::to_string(e.number()) + " (" + e.source() + "): " + Printable(e.description(), 200);
-    } catch (const std::exception& e) {
-      out.error = std::string("std::exception escaped: ") + e.what();
     } catch (...) {
-      out.error = "an exception of unknown type escaped";
-    }
-    if (!out.failed && !out.error.empty()) {  // something other than an AutomationError escaped
       out.failed = true;
       out.clear = false;
+      out.error = "an exception other than an AutomationError escaped";
     }
     // Still held open by the service object, if the call left one open.
     for (const std::string* path : {&b.personal, &b.linked}) {
@@ -503,17 +493,8 @@ int SweepMember(const Baseline& b, const char* progid, const MemberInfo& member,
     for (const HostileValue& value : ValuesFor(b, member, slot, full_roles)) {
       const std::string what = slot.Describe(member) + " <- " + value.label;
       report << "at " << what << std::endl;
-      std::vector<Variant> args = OrdinaryArguments(b, member);
-      try {
-        slot.Apply(args, value.text);
-      } catch (const AutomationError& e) {
-        if (e.number() == 0 || e.source().empty() || e.description().empty()) {
-          report << what << ": refused with an unclear error " << e.what() << std::endl;
-        }
-        continue;  // refused before any call: nothing reached a catalog
-      }
-      const Outcome o = Call(b, progid, member, std::move(args));
-      ++calls;
+      const Outcome o = Call(b, progid, member, slot, value.text);
+      calls += o.called ? 1 : 0;
       if (!o.clear) report << what << ": unclear error " << o.error << std::endl;
       if (o.transaction_open)
         report << what << ": left a transaction open " << o.error << std::endl;
@@ -550,11 +531,8 @@ int SweepMember(const Baseline& b, const char* progid, const MemberInfo& member,
       }
       std::string mismatch;
       for (const std::string& unknown : unknowns) {
-        if (!with_unknown.count(unknown)) {
-          std::vector<Variant> unknown_args = OrdinaryArguments(b, member);
-          slot.Apply(unknown_args, unknown);
-          with_unknown[unknown] = Call(b, progid, member, std::move(unknown_args));
-        }
+        if (!with_unknown.count(unknown))
+          with_unknown[unknown] = Call(b, progid, member, slot, unknown);
         const std::string difference = Mismatch(o, value.text, unknown, with_unknown[unknown]);
         if (difference.empty()) {
           mismatch.clear();

@@ -1,5 +1,8 @@
 #include "robustness/hostile_values.h"
 
+#include <set>
+#include <string_view>
+
 namespace clipcat::robustness {
 namespace {
 
@@ -23,15 +26,10 @@ std::string Inside(const std::string& benign_xml, const std::string& root,
   return benign_xml.substr(0, slash) + ">" + inner + close;
 }
 
-std::vector<HostileValue> Only(const std::vector<HostileValue>& values,
-                               const std::vector<std::string>& labels) {
-  std::vector<HostileValue> some;
-  for (const HostileValue& value : values) {
-    for (const std::string& label : labels) {
-      if (value.label == label) some.push_back(value);
-    }
-  }
-  return some;
+std::vector<HostileValue> Only(std::vector<HostileValue> values,
+                               const std::set<std::string>& labels) {
+  std::erase_if(values, [&](const HostileValue& value) { return !labels.count(value.label); });
+  return values;
 }
 
 }  // namespace
@@ -122,29 +120,14 @@ std::vector<HostileValue> HostileXml(const std::string& root, const std::string&
 }
 
 std::string EscapeXmlAttribute(const std::string& text) {
+  static const char* const kReferences[] = {"&amp;", "&lt;", "&quot;", "&#09;", "&#13;", "&#10;"};
   std::string out;
   for (const char c : text) {
-    switch (c) {
-      case '&':
-        out += "&amp;";
-        break;
-      case '<':
-        out += "&lt;";
-        break;
-      case '"':
-        out += "&quot;";
-        break;
-      case '\t':
-        out += "&#09;";
-        break;
-      case '\r':
-        out += "&#13;";
-        break;
-      case '\n':
-        out += "&#10;";
-        break;
-      default:
-        out += c;
+    const size_t at = std::string_view("&<\"\t\r\n").find(c);
+    if (at == std::string_view::npos) {
+      out += c;
+    } else {
+      out += kReferences[at];
     }
   }
   return out;

@@ -259,22 +259,17 @@ std::string Letters(uint64_t seed, size_t size) {
 }
 
 std::string DescribeDifference(const CatalogDump& before, const CatalogDump& after) {
+  // A table made or dropped shows in the rows of "sqlite_schema".
   std::string text;
   for (const auto& [name, table] : before) {
-    if (!after.count(name)) text += "table " + name + " is gone; ";
-  }
-  for (const auto& [name, table] : after) {
-    const auto old = before.find(name);
-    if (old == before.end()) {
-      text += "table " + name + " is new; ";
-      continue;
-    }
+    const auto now = after.find(name);
+    const auto& was = table.rows;
+    const auto& rows = now != after.end() ? now->second.rows : decltype(table.rows){};
     std::vector<std::vector<std::string>> removed;
     std::vector<std::vector<std::string>> added;
-    const auto& was = old->second.rows;
-    std::set_difference(was.begin(), was.end(), table.rows.begin(), table.rows.end(),
+    std::set_difference(was.begin(), was.end(), rows.begin(), rows.end(),
                         std::back_inserter(removed));
-    std::set_difference(table.rows.begin(), table.rows.end(), was.begin(), was.end(),
+    std::set_difference(rows.begin(), rows.end(), was.begin(), was.end(),
                         std::back_inserter(added));
     if (removed.empty() && added.empty()) continue;
     text += name + ": " + std::to_string(removed.size()) + " rows gone, " +
@@ -335,7 +330,7 @@ std::vector<std::vector<std::string>> RunTogether(
       start.Close(1);
       std::ofstream out(dir.File(std::to_string(i)));
       char go = 0;
-      while (read(start.read_end(), &go, 1) > 0) {
+      while (read(start.fds[0], &go, 1) > 0) {
       }
       body(i, out);
       return out.flush() ? 0 : 98;
@@ -354,20 +349,6 @@ std::vector<std::vector<std::string>> RunTogether(
     }
   }
   return lines;
-}
-
-Pipe::Pipe() {
-  if (pipe(fds_) != 0) throw std::runtime_error("pipe failed");
-}
-
-Pipe::~Pipe() {
-  Close(0);
-  Close(1);
-}
-
-void Pipe::Close(int end) {
-  if (fds_[end] >= 0) close(fds_[end]);
-  fds_[end] = -1;
 }
 
 double SecondsSince(std::chrono::steady_clock::time_point start) {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdint>
@@ -13,6 +14,7 @@
 #include <map>
 #include <memory>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -146,20 +148,23 @@ std::string WaitChild(pid_t pid);
 std::vector<std::vector<std::string>> RunTogether(
     int count, const std::function<void(int, std::ostream&)>& body, double& seconds);
 
-// A pipe whose ends close with the object (or one at a time).
-class Pipe {
- public:
-  Pipe();
-  ~Pipe();
+// A pipe whose ends close with the object, or sooner by Close(0) (read end) and Close(1).
+struct Pipe {
+  Pipe() {
+    if (pipe(fds) != 0) throw std::runtime_error("pipe failed");
+  }
+  ~Pipe() {
+    Close(0);
+    Close(1);
+  }
   Pipe(const Pipe&) = delete;
   Pipe& operator=(const Pipe&) = delete;
+  void Close(int end) {
+    if (fds[end] >= 0) close(fds[end]);
+    fds[end] = -1;
+  }
 
-  int read_end() const { return fds_[0]; }
-  int write_end() const { return fds_[1]; }
-  void Close(int end);  // 0 the read end, 1 the write end
-
- private:
-  int fds_[2] = {-1, -1};
+  int fds[2] = {-1, -1};
 };
 
 // Seconds since `start` as a steady-clock reading, for the figures the tests report.

@@ -106,29 +106,24 @@ void RunUser(const std::vector<User>& users, int user, std::ostream& out) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
 
-  // The other user's work, as this user finds it.
-  try {
-    const auto found = Search(read, me, Prefix(other) + "*", UserCategory(other));
-    std::set<std::string> names;
-    for (const auto& clipping : found) names.insert(clipping->Name());
-    for (int i = 0; i < kClippingsPerUser; ++i) {
-      if (!names.count(Prefix(other) + std::to_string(i))) out << "error missing " << i << "\n";
+  // The other user's work, as this user finds it (an error here ends the user).
+  const auto found = Search(read, me, Prefix(other) + "*", UserCategory(other));
+  std::set<std::string> names;
+  std::set<std::string> expected;
+  for (const auto& clipping : found) names.insert(clipping->Name());
+  for (int i = 0; i < kClippingsPerUser; ++i) expected.insert(Prefix(other) + std::to_string(i));
+  if (names != expected || found.size() != expected.size()) {
+    out << "error found " << found.size() << " clippings of the other user, not all of them\n";
+  }
+  for (const auto& clipping : found) {
+    const auto whole = read.GetClipping(clipping->ID(), me.personal, true);
+    const int i = std::stoi(clipping->Name().substr(Prefix(other).size()));
+    if (ItemsOf(*whole) != ItemsFor(other, i)) out << "error content of " << i << "\n";
+    const std::string names_text = read.GetCategoriesNamesForClipping(whole->ID(), me.personal);
+    if (names_text.find(kTeamCategory) == std::string::npos ||
+        names_text.find(UserCategory(other)) == std::string::npos) {
+      out << "error categories of " << i << ": " << names_text << "\n";
     }
-    if (found.size() != static_cast<size_t>(kClippingsPerUser)) {
-      out << "error found " << found.size() << " clippings of the other user\n";
-    }
-    for (const auto& clipping : found) {
-      const auto whole = read.GetClipping(clipping->ID(), me.personal, true);
-      const int i = std::stoi(clipping->Name().substr(Prefix(other).size()));
-      if (ItemsOf(*whole) != ItemsFor(other, i)) out << "error content of " << i << "\n";
-      const std::string names_text = read.GetCategoriesNamesForClipping(whole->ID(), me.personal);
-      if (names_text.find(kTeamCategory) == std::string::npos ||
-          names_text.find(UserCategory(other)) == std::string::npos) {
-        out << "error categories of " << i << ": " << names_text << "\n";
-      }
-    }
-  } catch (const AutomationError& e) {
-    out << "error " << e.what() << "\n";
   }
 }
 
