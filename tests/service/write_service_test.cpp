@@ -1,6 +1,6 @@
-// ClippingDataWrite with a personal catalog and linked file catalogs: linking, new items under a
-// linked folder landing in the linked catalog's root, changes to a linked catalog's root made to
-// the linking folder, removal of linked folders, and routing of every write by its ids.
+// ClippingDataWrite with a personal catalog and linked file catalogs: new items under a linked
+// folder landing in the linked catalog's root, changes to a linked catalog's root made to the
+// linking folder, removal of linked folders, and routing of writes by their ids.
 #include "service/service_fixture.h"
 #include "util/item_id.h"
 
@@ -23,10 +23,6 @@ class WriteService : public ServiceFixture {
 
   // The local key of an item of catalog a.
   std::string InA(const std::string& id) const { return GetLocalItemID(id, l_.a.id); }
-  // The names of the folders directly below `parent` in `catalog`, read past the services.
-  static Ids ChildNames(const std::shared_ptr<DataAccess>& catalog, const std::string& parent) {
-    return NamesOf(catalog->GetChildrenFolders(parent, true, false));
-  }
 
   Layout l_;
   std::shared_ptr<DataAccess> a_;                // catalog a, past the services
@@ -36,30 +32,29 @@ class WriteService : public ServiceFixture {
 TEST_F(WriteService, NewItemsUnderALinkedFolderGoIntoTheLinkedCatalogsRoot) {
   const auto folder = write_.AddFolder(Named<Folder>("Projects"), l_.a.linked->ID(), personal_);
   EXPECT_EQ(folder->ParentID(), l_.a.Root());
-  EXPECT_EQ(ChildNames(a_, "1"), (Ids{"Projects", "Shared"}));
-  EXPECT_TRUE(ChildNames(personal_direct_, l_.a.linked->ID()).empty());
+  EXPECT_EQ(NamesOf(a_->GetChildrenFolders("1", true, false)), (Ids{"Projects", "Shared"}));
+  EXPECT_EQ(personal_direct_->GetChildrenFolders(l_.a.linked->ID(), true, false)->Items()->Count(),
+            0);
   // Names are checked in the linked catalog's root when asked.
-  const auto twin = Named<Folder>("Projects");
-  EXPECT_EQ(RaisedNumber([&] { write_.AddFolder(twin, l_.a.linked->ID(), personal_, true); }),
+  EXPECT_EQ(RaisedNumber([&] {
+              write_.AddFolder(Named<Folder>("Projects"), l_.a.linked->ID(), personal_, true);
+            }),
             err::kFolderNameNotUnique);
-  EXPECT_EQ(twin->ID(), "");
   const auto clipping = write_.AddClipping(Named<Clipping>("Memo"), l_.a.linked->ID(), personal_);
   EXPECT_EQ(Sorted(IdsOf(a_->GetClippingsFromFolder("1", false, nullptr, false))),
             Sorted({InA(l_.top_note), InA(clipping->ID())}));
-  const auto inbox = write_.AddDefaultFolderToLinkedCatalog(l_.b.linked, "Inbox", personal_);
-  EXPECT_EQ(read_.GetFolderPathName(inbox->ID(), personal_), "B root\\Inbox");
+  const auto legal = write_.AddCategory(Named<Category>("Legal"), l_.a.linked->ID(), personal_);
+  EXPECT_EQ(NamesOf(a_->GetCategoriesFromFolder("1")), Ids{"Legal"});
+  EXPECT_EQ(GetCatalogIDFromItemID(legal->ID()), std::to_string(l_.a.id));
 }
 
 TEST_F(WriteService, UpdateFolderOfALinkedCatalogsRootChangesTheLinkingFolder) {
   const auto root = read_.GetFolder(l_.a.Root(), personal_);
   root->SetName("Team");
-  root->SetDescription("Everything we share");
   EXPECT_EQ(write_.UpdateFolder(root, personal_)->ID(), l_.a.Root());
   const auto linking = personal_direct_->GetFolder(l_.a.linked->ID());
-  EXPECT_EQ(linking->Name() + "|" + linking->Description() + "|" + linking->ParentID(),
-            "Team|Everything we share|0");
+  EXPECT_EQ(linking->Name() + "|" + linking->ParentID(), "Team|0");
   EXPECT_EQ(linking->ExternalCatalogID(), l_.a.id);
-  EXPECT_EQ(root->Updated(), linking->Updated());
   EXPECT_EQ(a_->GetFolder("1")->Name(), "A root");
   // A name already used at the top of the personal catalog is refused when asked.
   root->SetName("Personal");
@@ -95,11 +90,16 @@ TEST_F(WriteService, DeleteLinkedFolderRemovesFolderAndRecordAndReleasesTheCatal
   EXPECT_EQ(a_->GetClipping(InA(l_.deep_note), false)->Name(), "Deep note");
 }
 
-TEST_F(WriteService, ClippingWritesRouteByTheClippingsId) {
+TEST_F(WriteService, WritesOfTaggedItemsChangeTheirOwnCatalogOnly) {
   const auto top = read_.GetClipping(l_.top_note, personal_, true);
   top->ClippingData()->Item(1)->SetRawData("revised");
   write_.UpdateClipping(top, personal_, true);
   EXPECT_EQ(a_->GetClipping(InA(l_.top_note), true)->ClippingData()->Item(1)->RawData(), "revised");
+  const auto urgent = write_.AddCategory(Named<Category>("Urgent"), l_.deeper, personal_);
+  write_.AddClippingToCategory(l_.deep_note, urgent->ID(), personal_);
+  EXPECT_EQ(NamesOf(a_->GetCategoriesForClipping(InA(l_.deep_note))), Ids{"Urgent"});
+  write_.DeleteCategory(urgent->ID(), personal_);
+  EXPECT_EQ(a_->GetCategoriesFromFolder("1")->Items()->Count(), 0);
   write_.DeleteClipping(l_.shared_note, personal_, true);
   EXPECT_EQ(a_->GetClipping(InA(l_.shared_note), false), nullptr);
   write_.DeleteFolder(l_.deeper, personal_, true);
@@ -109,26 +109,6 @@ TEST_F(WriteService, ClippingWritesRouteByTheClippingsId) {
   EXPECT_NE(personal_direct_->GetClipping(l_.dear, false), nullptr);
   write_.UpdateClippingHistory(read_.GetClipping(l_.bee_note, personal_), personal_);
   EXPECT_EQ(IdsOf(personal_direct_->GetClippingsHistroy(10)), Ids{l_.bee_note});
-  EXPECT_EQ(a_->GetClippingsHistroy(10)->Items()->Count(), 0);
-}
-
-TEST_F(WriteService, CategoryWritesRouteToTheCatalogOfTheirIds) {
-  const auto legal = write_.AddCategory(Named<Category>("Legal"), l_.a.linked->ID(), personal_);
-  const auto urgent = write_.AddCategory(Named<Category>("Urgent"), l_.deeper, personal_);
-  write_.AddCategory(Named<Category>("Home"), l_.letters, personal_);
-  EXPECT_EQ(NamesOf(a_->GetCategoriesFromFolder("1")), (Ids{"Legal", "Urgent"}));
-  EXPECT_EQ(NamesOf(personal_direct_->GetCategoriesFromFolder("1")), Ids{"Home"});
-  EXPECT_EQ(GetCatalogIDFromItemID(
-                write_.AddCategory(Named<Category>("Legal"), l_.b.Root(), personal_)->ID()),
-            std::to_string(l_.b.id));
-  auto both = Categories::Create();
-  both->AddCategory(legal);
-  both->AddCategory(urgent);
-  write_.AddClippingToCategories(l_.deep_note, both, personal_);
-  write_.DeleteClippingFromCategory(l_.deep_note, urgent->ID(), personal_);
-  EXPECT_EQ(NamesOf(a_->GetCategoriesForClipping(InA(l_.deep_note))), Ids{"Legal"});
-  write_.DeleteCategory(urgent->ID(), personal_);
-  EXPECT_EQ(NamesOf(a_->GetCategoriesFromFolder("1")), Ids{"Legal"});
 }
 
 }  // namespace
