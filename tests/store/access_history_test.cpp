@@ -2,10 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
-#include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "catalog_fixture.h"
@@ -26,93 +23,66 @@ class AccessHistoryTest : public CatalogTest {
     access_->UpdateClippingHistory(clipping);
   }
 
-  static Date At(int day, int hour) { return *Date::FromParts({2003, 5, day, hour, 30, 15}); }
-
-  // A history row as an earlier session left it: GUID "G<id>", three accesses.
-  void AddRow(const std::string& id, Date accessed) {
-    db_.ExecuteSQL(
-        "INSERT INTO AccessHistory (sClippingGUID, lExternalCatalogId, sClippingId, sName, "
-        "bIsFavorite, lAccessCount, tDateLastAccessed) VALUES ('G" +
-        id + "', 0, " + SqlText(Variant(id)) + ", 'Name', 0, 3, " + SqlDate(Variant(accessed)) +
-        ")");
+  // "GUID/catalog/name/favourite/count" of the row of clipping `id`, and whether its last access
+  // is the present minute.
+  std::string Row(const std::string& id) {
+    Recordset rs = db_.GetRecordsetRO(
+        "SELECT sClippingGUID || '/' || lExternalCatalogId || '/' || sName || '/' || bIsFavorite "
+        "|| '/' || lAccessCount || '/' || (tDateLastAccessed > '" +
+        FormatIsoDate(Date(Date::Now().serial() - 60.0 / 86400)) +
+        "') AS r FROM AccessHistory WHERE sClippingId=" + SqlText(Variant(id)));
+    return rs.RecordCount() == 1 ? rs.Value("r").ToText()
+                                 : "rows: " + std::to_string(rs.RecordCount());
   }
 
-  Recordset Row(const std::string& id) {
-    return db_.GetRecordsetRO("SELECT * FROM AccessHistory WHERE sClippingId=" +
-                              SqlText(Variant(id)));
-  }
-
-  static bool IsAboutNow(const Date& date) {
-    return std::fabs(date.serial() - Date::Now().serial()) < 10.0 / 86400;
+  std::vector<std::string> Ids(int32_t maximum) {
+    std::vector<std::string> ids;
+    const auto history = access_->GetClippingsHistroy(maximum);
+    for (const auto& clipping : *history->Items()) {
+      EXPECT_EQ(clipping->Name() + clipping->GUID(), "");  // only id and access time are filled
+      ids.push_back(clipping->ID());
+    }
+    return ids;
   }
 };
 
-TEST_F(AccessHistoryTest, FirstAccessInsertsAndEachFurtherOneCountsByTheRowsGuid) {
+TEST_F(AccessHistoryTest, EachAccessCountsAndTheListIsNewestFirstUpToTheMaximum) {
   Open("15", "GUID15", "Letter");
+  EXPECT_EQ(Row("15"), "GUID15/0/Letter/0/1/1");
   Open("P7C16", "GUIDP7", "Shared");  // a clipping of a linked catalog records its catalog
-  Recordset row = Row("15");
-  ASSERT_EQ(row.RecordCount(), 1);
-  EXPECT_EQ(row.Value("sClippingGUID").ToText(), "GUID15");
-  EXPECT_EQ(row.Value("lExternalCatalogId").ToLong(), 0);
-  EXPECT_EQ(row.Value("sName").ToText(), "Letter");
-  EXPECT_FALSE(row.Value("bIsFavorite").ToBoolean());
-  EXPECT_EQ(row.Value("lAccessCount").ToLong(), 1);
-  EXPECT_TRUE(IsAboutNow(row.Value("tDateLastAccessed").ToDate()));
-  EXPECT_EQ(Row("P7C16").Value("lExternalCatalogId").ToLong(), 7);
-  db_.ExecuteSQL("UPDATE AccessHistory SET tDateLastAccessed='2001-01-01 00:00:00'");
-  for (int32_t count = 2; count <= 4; ++count) {
-    Open("15", "GUID15", "Letter's v" + std::to_string(count));
-    row = Row("15");
-    ASSERT_EQ(row.RecordCount(), 1);
-    EXPECT_EQ(row.Value("lAccessCount").ToLong(), count);
-    EXPECT_EQ(row.Value("sName").ToText(), "Letter's v" + std::to_string(count));
-    EXPECT_TRUE(IsAboutNow(row.Value("tDateLastAccessed").ToDate()));
-  }
+  EXPECT_EQ(Row("P7C16"), "GUIDP7/7/Shared/0/1/1");
+  db_.ExecuteSQL("UPDATE AccessHistory SET tDateLastAccessed='2003-05-02 00:00:00'");
+  EXPECT_EQ(Row("15"), "GUID15/0/Letter/0/1/0");
+  Open("15", "GUID15", "Letter's v2");
+  Open("15", "GUID15", "Letter's v3");
+  EXPECT_EQ(Row("15"), "GUID15/0/Letter's v3/0/3/1");
   // The row is found by id but changed by GUID: another GUID reads the count, changes nothing.
-  AddRow("20", At(1, 9));
-  Open("20", "OTHER", "Renamed");
-  EXPECT_EQ(Row("20").Value("lAccessCount").ToLong(), 3);
-  EXPECT_EQ(Row("20").Value("sName").ToText(), "Name");
-  Open("20", "G20", "Renamed");
-  EXPECT_EQ(Row("20").Value("lAccessCount").ToLong(), 4);
-  EXPECT_EQ(Count("AccessHistory"), 3);
-}
-
-TEST_F(AccessHistoryTest, ListsNewestFirstUpToTheMaximum) {
-  EXPECT_EQ(access_->GetClippingsHistroy(10)->Items()->Count(), 0);
-  // Inserted out of order, so that only the ordering can put them right.
-  const std::vector<std::pair<std::string, Date>> rows = {
-      {"3", At(3, 8)}, {"P2C5", At(9, 23)}, {"1", At(1, 12)}, {"4", At(9, 22)}, {"2", At(2, 0)}};
-  for (const auto& [id, accessed] : rows) AddRow(id, accessed);
-  const std::vector<std::string> newest_first = {"P2C5", "4", "3", "2", "1"};
-  for (int32_t maximum : {-5, -1, 0, 1, 2, 4, 5, 6, 1000}) {
-    const auto history = access_->GetClippingsHistroy(maximum);
-    const int32_t expected = std::max(0, std::min(maximum, 5));
-    ASSERT_EQ(history->Items()->Count(), expected) << maximum;
-    for (int32_t i = 1; i <= expected; ++i) {
-      const auto& clipping = history->Items()->Item(i);
-      EXPECT_EQ(clipping->ID(), newest_first[static_cast<size_t>(i - 1)]);  // as stored
-      EXPECT_EQ(clipping->Name() + clipping->GUID(), "");  // only id and access time are filled
-    }
+  Open("P7C16", "OTHER", "Renamed");
+  EXPECT_EQ(Row("P7C16"), "GUIDP7/7/Shared/0/1/0");
+  for (const auto& [id, accessed] :
+       std::vector<std::pair<std::string, std::string>>{{"3", "2003-05-03 08:30:15"},
+                                                        {"P2C5", "2003-05-09 23:30:15"},
+                                                        {"1", "2003-05-01 12:30:15"}}) {
+    db_.ExecuteSQL(
+        "INSERT INTO AccessHistory (sClippingId, lAccessCount, tDateLastAccessed) "
+        "VALUES (" +
+        SqlText(Variant(id)) + ", 3, '" + accessed + "')");
   }
-  const auto all = access_->GetClippingsHistroy(5);
-  EXPECT_EQ(FormatIsoDate(all->Items()->Item(1)->Accessed()), "2003-05-09 23:30:15");
-  EXPECT_EQ(FormatIsoDate(all->Items()->Item(5)->Accessed()), "2003-05-01 12:30:15");
-  Open("1", "G1", "Name");  // opening the oldest one makes it the newest
-  EXPECT_EQ(access_->GetClippingsHistroy(1)->Items()->Item(1)->ID(), "1");
-}
-
-TEST_F(AccessHistoryTest, DeletingForgetsOnlyThatId) {
-  AddRow("15", At(1, 1));
-  AddRow("P7C15", At(1, 2));
-  AddRow("16", At(1, 3));
-  for (const std::string id : {"15", "404", "' OR '1'='1", ""}) access_->DeleteClippingHistory(id);
-  const auto history = access_->GetClippingsHistroy(10);
-  ASSERT_EQ(history->Items()->Count(), 2);
-  EXPECT_EQ(history->Items()->Item(1)->ID(), "16");
-  EXPECT_EQ(history->Items()->Item(2)->ID(), "P7C15");
-  Open("15", "G15", "Again");  // a forgotten clipping starts again at one
-  EXPECT_EQ(Row("15").Value("lAccessCount").ToLong(), 1);
+  const std::vector<std::string> newest_first = {"15", "P2C5", "3", "P7C16", "1"};
+  for (int32_t maximum : {-1, 0, 1, 4, 5, 6}) {
+    const size_t expected = static_cast<size_t>(std::max(0, std::min(maximum, 5)));
+    EXPECT_EQ(Ids(maximum),
+              std::vector<std::string>(newest_first.begin(), newest_first.begin() + expected))
+        << maximum;
+  }
+  EXPECT_EQ(FormatIsoDate(access_->GetClippingsHistroy(2)->Items()->Item(2)->Accessed()),
+            "2003-05-09 23:30:15");
+  // Forgetting takes that id alone; a forgotten clipping starts again at one.
+  for (const std::string id : {"P2C5", "404", "' OR '1'='1", ""})
+    access_->DeleteClippingHistory(id);
+  EXPECT_EQ(Ids(10), (std::vector<std::string>{"15", "3", "P7C16", "1"}));
+  Open("P2C5", "G", "Again");
+  EXPECT_EQ(Row("P2C5"), "G/2/Again/0/1/1");
 }
 
 }  // namespace

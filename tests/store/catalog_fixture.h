@@ -22,13 +22,8 @@
 
 namespace clipcat::testing {
 
-// A new data access object of kind `kind`: 0 DataAccessSQL, 1 DataAccessMDB. The two must
-// behave alike, so tests that take the kind as their parameter run on each.
-inline std::shared_ptr<DataAccess> MakeDataAccess(size_t kind) {
-  if (kind == 0) return DataAccessSQL::Create();
-  return DataAccessMDB::Create();
-}
-
+// Names the instances of a test whose parameter is the kind of data access object: 0 for
+// DataAccessSQL, 1 for DataAccessMDB. The two must behave alike.
 inline std::string KindName(const ::testing::TestParamInfo<size_t>& info) {
   return info.param == 0 ? "SQL" : "MDB";
 }
@@ -119,12 +114,17 @@ class CatalogTest : public ::testing::Test, protected CatalogFixture {
 // Tests that run on both kinds of data access object, the kind being the parameter.
 class BothKindsTest : public ::testing::TestWithParam<size_t>, protected CatalogFixture {
  protected:
-  BothKindsTest() : CatalogFixture(MakeDataAccess(GetParam())) {}
+  BothKindsTest() : CatalogFixture(Create(GetParam())) {}
+
+  static std::shared_ptr<DataAccess> Create(size_t kind) {
+    if (kind == 1) return DataAccessMDB::Create();
+    return DataAccessSQL::Create();
+  }
 
   // A further object of the test's kind on the catalog, standing for external catalog
   // `catalog_id` (0: the catalog itself).
   std::shared_ptr<DataAccess> Make(int32_t catalog_id = 0) {
-    auto access = MakeDataAccess(GetParam());
+    std::shared_ptr<DataAccess> access = Create(GetParam());
     access->SetConnectionString(catalog_.connection_string());
     access->SetExternalCatalogID(Variant(catalog_id));
     return access;

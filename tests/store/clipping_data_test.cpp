@@ -6,6 +6,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "catalog_fixture.h"
@@ -14,21 +15,18 @@
 #include "util/compression.h"
 #include "util/errors.h"
 #include "util/utf16.h"
-#include "util/values.h"
 
 namespace clipcat::testing {
 namespace {
 
-struct Item {
-  int32_t type;
-  std::string content;
-};
+// Type and content of each item, in order.
+using Items = std::vector<std::pair<int32_t, std::string>>;
 
 // Letters, digits, blanks and line breaks in an order no compressor can shorten much.
-std::string NoisyText(size_t length, uint32_t seed) {
+std::string NoisyText(size_t length) {
   static const std::string alphabet =
-      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 \r\n{}\\";
-  std::mt19937 random(seed);
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ012 \n\\";
+  std::mt19937 random(static_cast<uint32_t>(length));
   std::string text(length, ' ');
   for (char& c : text) c = alphabet[random() % alphabet.size()];
   return text;
@@ -36,153 +34,132 @@ std::string NoisyText(size_t length, uint32_t seed) {
 
 class ClippingDataTest : public CatalogTest {
  protected:
-  std::shared_ptr<Clipping> Add(const std::string& name, const std::vector<Item>& items) {
+  std::shared_ptr<Clipping> Add(const Items& items) {
     auto clipping = Clipping::Create();
-    clipping->SetName(name);
-    for (const Item& item : items) {
+    clipping->SetName("C" + std::to_string(++added_));
+    for (const auto& [type, content] : items) {
       auto data = ClippingData::Create();
-      data->SetClippingDataType(item.type);
-      data->SetRawData(item.content);
+      data->SetClippingDataType(type);
+      data->SetRawData(content);
       clipping->ClippingData()->Add(data);
     }
     return access_->AddClipping(clipping, "1");
   }
 
   // An item as another program writes it, straight into the table.
-  void WriteRawItem(const std::string& key, int32_t type, bool compressed,
-                    const std::string& bytes) {
-    UpdatableRecordset rs =
-        db_.GetRecordsetRW("SELECT * FROM ClippingDataType WHERE lClippingID=NULL");
+  void WriteRawItem(const std::string& key, bool compressed, const std::string& bytes) {
+    UpdatableRecordset rs = db_.GetRecordsetRW("SELECT * FROM ClippingDataType WHERE 1=0");
     rs.AddNew();
     rs.SetValue("lClippingID", Variant(Variant(key).ToLong()));
-    rs.SetValue("lDataTypeId", Variant(type));
+    rs.SetValue("lDataTypeId", Variant(2));
     rs.SetValue("bIsCompressed", Variant(compressed));
     WriteBlobBytes(bytes, rs, "ClippingData");
     rs.Update();
-    rs.Close();
   }
 
-  void ExpectItems(const std::string& id, const std::vector<Item>& expected) {
-    const auto items = access_->GetClipping(id, true)->ClippingData();
-    ASSERT_NE(items, nullptr);
-    ASSERT_EQ(items->Count(), static_cast<int32_t>(expected.size()));
-    for (size_t i = 0; i < expected.size(); ++i) {
-      const auto& item = items->Item(static_cast<int32_t>(i + 1));
-      EXPECT_EQ(item->ClippingDataType(), expected[i].type) << i;
-      EXPECT_TRUE(item->RawData() == expected[i].content) << i;
+  // The items of clipping `id` as the store reads them; `compressed` gets their marks.
+  Items Read(const std::string& id, std::string* compressed = nullptr) {
+    Items items;
+    const auto clipping = access_->GetClipping(id, true);
+    for (const auto& item : *clipping->ClippingData()) {
+      items.emplace_back(item->ClippingDataType(), item->RawData());
+      if (compressed != nullptr) *compressed += item->IsCompressed() ? "y" : "n";
     }
+    return items;
   }
+
+  int added_ = 0;
 };
 
 TEST_F(ClippingDataTest, ItemsRoundTripInOrderAsCompressedFramesAndEmptyOnesAreDropped) {
-  std::vector<Item> written = {
-      {1, "{\\rtf1\\ansi Dear Sir,\\par}"},
-      {2, ""},
-      {2, "Caf\xC3\xA9 \xE2\x82\xAC 5 \xF0\x9D\x84\x9E 'quoted' \"double\"\r\n"},
-      {5, std::string("nul\0inside", 10)},
-  };
+  Items written = {{1, "{\\rtf1\\ansi Dear Sir,\\par}"},
+                   {2, ""},
+                   {2, "Caf\xC3\xA9 \xE2\x82\xAC \xF0\x9D\x84\x9E 'quoted' \"double\"\r\n"},
+                   {5, std::string("nul\0inside", 10)}};
   for (size_t length : {kBlobChunkBytes - 1, kBlobChunkBytes, kBlobChunkBytes + 1,
                         2 * kBlobChunkBytes + 1, 3 * kBlobChunkBytes - 7}) {
-    written.push_back({2, NoisyText(length, static_cast<uint32_t>(length))});
+    written.emplace_back(2, NoisyText(length));
   }
-  const auto clipping = Add("Letter", written);
-  // Every stored item is marked compressed, also on the caller's objects.
-  for (const auto& item : *clipping->ClippingData()) {
-    EXPECT_EQ(item->IsCompressed(), !item->RawData().empty());
-  }
-  std::vector<Item> kept;
-  for (const Item& item : written) {
-    if (!item.content.empty()) kept.push_back(item);
-  }
-  ExpectItems(clipping->ID(), kept);
-  const auto read = access_->GetClipping(clipping->ID(), true);
-  for (const auto& item : *read->ClippingData()) {
-    EXPECT_TRUE(item->IsCompressed());
-  }
+  const auto clipping = Add(written);
+  std::string marks;  // every stored item is marked compressed, also on the caller's objects
+  for (const auto& item : *clipping->ClippingData()) marks += item->IsCompressed() ? "y" : "n";
+  EXPECT_EQ(marks, "ynyyyyyyy");
+  written.erase(written.begin() + 1);
+  marks.clear();
+  EXPECT_TRUE(Read(clipping->ID(), &marks) == written);
+  EXPECT_EQ(marks, "yyyyyyyy");
   // Each row holds the frame itself, byte for byte: never a text encoding of it.
   Recordset rows =
       db_.GetRecordsetRO("SELECT * FROM ClippingDataType WHERE lClippingID=" + clipping->ID());
-  ASSERT_EQ(rows.RecordCount(), static_cast<int32_t>(kept.size()));
+  ASSERT_EQ(rows.RecordCount(), static_cast<int32_t>(written.size()));
   Compression compression;
   for (size_t i = 0; !rows.Eof(); rows.MoveNext(), ++i) {
     EXPECT_TRUE(rows.Value("bIsCompressed").ToBoolean());
     const std::string bytes = ReadBlobBytes(rows, "ClippingData");
-    EXPECT_EQ(bytes.size(), compression.Compress(kept[i].content).size());
-    EXPECT_TRUE(compression.DecompressString(bytes) == kept[i].content);
+    EXPECT_EQ(bytes.size(), compression.Compress(written[i].second).size());
+    EXPECT_TRUE(compression.DecompressString(bytes) == written[i].second);
   }
 }
 
 TEST_F(ClippingDataTest, UncompressedAndEmptyItemsOfOtherWritersAreAnsweredAsStored) {
-  const std::string id = Add("Shared", {{1, "written here"}})->ID();
-  const std::vector<std::string> texts = {"Caf\xC3\xA9 \xE2\x82\xAC",
-                                          "clef \xF0\x9D\x84\x9E and more",
+  const std::string id = Add({{1, "written here"}})->ID();
+  const std::vector<std::string> texts = {"Caf\xC3\xA9 \xE2\x82\xAC", "clef \xF0\x9D\x84\x9E",
                                           std::string(kBlobChunkBytes + 3, 'w'), ""};
-  for (const std::string& text : texts) WriteRawItem(id, 2, false, Utf8ToUtf16LE(text));
-  WriteRawItem(id, 3, true, "");  // Null content, marked compressed
-  const auto items = access_->GetClipping(id, true)->ClippingData();
-  ASSERT_EQ(items->Count(), 2 + static_cast<int32_t>(texts.size()));
-  EXPECT_EQ(items->Item(1)->RawData(), "written here");
-  for (size_t i = 0; i < texts.size(); ++i) {
-    const auto& item = items->Item(static_cast<int32_t>(i + 2));
-    EXPECT_FALSE(item->IsCompressed()) << i;
-    EXPECT_TRUE(item->RawData() == texts[i]) << i;
+  Items expected = {{1, "written here"}};
+  for (const std::string& text : texts) {
+    WriteRawItem(id, false, Utf8ToUtf16LE(text));
+    expected.emplace_back(2, text);
   }
-  EXPECT_EQ(items->Item(items->Count())->RawData(), "");
-  EXPECT_TRUE(items->Item(items->Count())->IsCompressed());
+  WriteRawItem(id, true, "");  // Null content, marked compressed
+  expected.emplace_back(2, "");
+  std::string marks;
+  EXPECT_TRUE(Read(id, &marks) == expected);
+  EXPECT_EQ(marks, "ynnnny");
 }
 
 TEST_F(ClippingDataTest, DamagedFramesRaiseNamingTheClipping) {
-  const std::string good = Compression().Compress(NoisyText(3000, 9));
-  std::string flipped = good;
+  const std::string good = Compression().Compress(NoisyText(3000));
+  std::string flipped = good, bad_codec = good, bad_magic = good;
   flipped[good.size() / 2] = static_cast<char>(flipped[good.size() / 2] ^ 0x20);
-  std::string bad_codec = good;
   bad_codec[4] = 9;
-  std::string bad_magic = good;
   bad_magic[0] = 'X';
-  const std::vector<std::string> damaged = {flipped,
-                                            good.substr(0, good.size() - 1),
-                                            good.substr(0, 5),
-                                            good.substr(0, 4),
-                                            bad_codec,
-                                            bad_magic,
-                                            Utf8ToUtf16LE("text that was never compressed")};
-  for (size_t i = 0; i < damaged.size(); ++i) {
-    SCOPED_TRACE(::testing::Message() << "damage " << i);
-    const std::string id = Add("Damaged " + std::to_string(i), {{2, "fine"}})->ID();
-    WriteRawItem(id, 2, true, damaged[i]);
+  for (const std::string& damaged :
+       {flipped, good.substr(0, good.size() - 1), good.substr(0, 5), good.substr(0, 4), bad_codec,
+        bad_magic, Utf8ToUtf16LE("text that was never compressed")}) {
+    const std::string id = Add({{2, "fine"}})->ID();
+    WriteRawItem(id, true, damaged);
     const AutomationError e = ErrorOf([&] { access_->GetClipping(id, true); });
-    EXPECT_EQ(e.number(), err::kDataCorrupt);
+    EXPECT_EQ(e.number(), err::kDataCorrupt) << id;
     EXPECT_NE(e.description().find("clipping " + id + " "), std::string::npos) << e.description();
     EXPECT_NE(access_->GetClipping(id, false), nullptr);  // readable without its data
   }
   // Through an external catalog the message names the id clients use.
-  const std::string id = Add("External", {})->ID();
-  WriteRawItem(id, 2, true, flipped);
+  const std::string id = Add({})->ID();
+  WriteRawItem(id, true, flipped);
   access_->SetExternalCatalogID(Variant(int32_t{7}));
   const AutomationError e = ErrorOf([&] { access_->GetClipping("P7C" + id, true); });
   EXPECT_NE(e.description().find("clipping P7C" + id + " "), std::string::npos) << e.description();
 }
 
 TEST_F(ClippingDataTest, UpdatesReplaceAllItemsOnlyWhenAsked) {
-  const std::vector<Item> first = {{1, "one"}, {2, "two"}, {3, "three"}};
-  const auto clipping = Add("Replace", first);
-  const std::string id = clipping->ID();
-  const std::string other = Add("Neighbour", {{2, "untouched"}})->ID();
+  const Items first = {{1, "one"}, {2, "two"}, {3, "three"}};
+  const auto clipping = Add(first);
+  const std::string other = Add({{2, "untouched"}})->ID();
   clipping->ClippingData()->Clear();
   access_->UpdateClipping(clipping, false);  // without the flag the stored items stay
-  ExpectItems(id, first);
+  EXPECT_TRUE(Read(clipping->ID()) == first);
   auto replacement = ClippingData::Create();
   replacement->SetClippingDataType(4);
   replacement->SetRawData("<doc/>");
   clipping->ClippingData()->Add(replacement);
   access_->UpdateClipping(clipping, true);
-  ExpectItems(id, {{4, "<doc/>"}});
+  EXPECT_TRUE(Read(clipping->ID()) == (Items{{4, "<doc/>"}}));
   // An empty collection removes every item; the clipping then reads an empty list.
   clipping->ClippingData()->Clear();
   access_->UpdateClipping(clipping, true);
-  ExpectItems(id, {});
-  EXPECT_EQ(Count("ClippingDataType WHERE lClippingID=" + id), 0);
-  ExpectItems(other, {{2, "untouched"}});
+  EXPECT_TRUE(Read(clipping->ID()).empty());
+  EXPECT_EQ(Count("ClippingDataType WHERE lClippingID=" + clipping->ID()), 0);
+  EXPECT_TRUE(Read(other) == (Items{{2, "untouched"}}));
 }
 
 }  // namespace

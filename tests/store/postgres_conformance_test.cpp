@@ -27,29 +27,29 @@
 namespace clipcat::testing {
 namespace {
 
-// Step label -> outcome, in the order the steps ran.
-class Log {
- public:
+// "label=outcome" for each step, in the order the steps ran.
+struct Log : std::vector<std::string> {
   void Add(const std::string& label, const std::string& outcome) {
-    lines_.emplace_back(label, outcome);
+    push_back(label + "=" + outcome);
   }
-  std::string Get(const std::string& label) const {
-    for (const auto& [key, value] : lines_) {
-      if (key == label) return value;
-    }
-    ADD_FAILURE() << "no step " << label;
-    return "";
-  }
-  const std::vector<std::pair<std::string, std::string>>& lines() const { return lines_; }
-
- private:
-  std::vector<std::pair<std::string, std::string>> lines_;
 };
 
-void ExpectSameLogs(const Log& sqlite, const Log& postgres) {
-  ASSERT_EQ(sqlite.lines().size(), postgres.lines().size());
-  for (size_t i = 0; i < sqlite.lines().size(); ++i) {
-    EXPECT_EQ(sqlite.lines()[i], postgres.lines()[i]) << "step " << sqlite.lines()[i].first;
+// The logs must agree line by line, and hold each expected line: "label=outcome" exactly,
+// "label^text" for an outcome that starts with text, "label~text" for one that contains it.
+void ExpectLogs(const Log& sqlite, const Log& postgres, const std::vector<std::string>& expected) {
+  ASSERT_EQ(sqlite.size(), postgres.size());
+  for (size_t i = 0; i < sqlite.size(); ++i) EXPECT_EQ(sqlite[i], postgres[i]);
+  for (const std::string& line : expected) {
+    const size_t op = line.find_first_of("=^~");
+    const std::string label = line.substr(0, op) + "=", text = line.substr(op + 1);
+    const auto step = std::find_if(sqlite.begin(), sqlite.end(), [&](const std::string& got) {
+      return got.rfind(label, 0) == 0;
+    });
+    ASSERT_NE(step, sqlite.end()) << label;
+    const std::string outcome = step->substr(label.size());
+    if (line[op] == '=') EXPECT_EQ(outcome, text) << label;
+    if (line[op] == '^') EXPECT_EQ(outcome.rfind(text, 0), 0u) << label << outcome;
+    if (line[op] == '~') EXPECT_NE(outcome.find(text), std::string::npos) << label << outcome;
   }
 }
 
@@ -74,23 +74,15 @@ std::string ErrorText(Call&& call) {
 
 std::string YesNo(bool value) { return value ? "yes" : "no"; }
 
-// The names of a list joined by commas; sorted for listings whose order is the engine's own.
+// The names (with `xml`, the masked XML) of a list's items joined by commas; sorted for
+// listings whose order is the engine's own.
 template <typename List>
-std::string Names(const std::shared_ptr<List>& list, bool sorted = false) {
+std::string Names(const std::shared_ptr<List>& list, bool sorted = false, bool xml = false) {
   std::vector<std::string> names;
-  for (const auto& item : *list->Items()) names.push_back(item->Name());
+  for (const auto& item : *list->Items()) names.push_back(xml ? Masked(item->XML()) : item->Name());
   if (sorted) std::sort(names.begin(), names.end());
   std::string text;
   for (const std::string& name : names) text += (text.empty() ? "" : ",") + name;
-  return text;
-}
-
-std::string SortedXml(const std::shared_ptr<Clippings>& clippings) {
-  std::vector<std::string> xml;
-  for (const auto& clipping : *clippings->Items()) xml.push_back(Masked(clipping->XML()));
-  std::sort(xml.begin(), xml.end());
-  std::string text;
-  for (const std::string& one : xml) text += one;
   return text;
 }
 
@@ -99,20 +91,6 @@ std::shared_ptr<Folder> AddFolder(DataAccess& access, const std::string& name,
   auto folder = Folder::Create();
   folder->SetName(name);
   return access.AddFolder(folder, parent, true);
-}
-
-std::shared_ptr<Clipping> NewItems(const std::string& name, const std::string& description,
-                                   const std::vector<std::pair<int32_t, std::string>>& items) {
-  auto clipping = Clipping::Create();
-  clipping->SetName(name);
-  clipping->SetDescription(description);
-  for (const auto& [type, content] : items) {
-    auto item = ClippingData::Create();
-    item->SetClippingDataType(type);
-    item->SetRawData(content);
-    clipping->ClippingData()->Add(item);
-  }
-  return clipping;
 }
 
 std::shared_ptr<Category> NewCategory(const std::string& name) {
@@ -169,15 +147,16 @@ Log ClippingScenario(DataAccess& access) {
   const auto folder = AddFolder(access, "Clips", root->ID());
   std::string big;
   for (int i = 0; big.size() < 50000; ++i) big += "line " + std::to_string(i) + " \xC3\xA9\n";
-  const auto letter = NewItems(
-      "Letter", "to Ann",
-      {{2, "Dear Ann, \xC3\xBCn\xC3\xAF \xF0\x9F\x98\x80 'quoted'"}, {1, "{\\rtf1 \\b bold\\b0}"}});
+  const auto letter =
+      NewClipping("Letter", "Dear Ann, \xC3\xBCn\xC3\xAF \xF0\x9F\x98\x80 'quoted'", "to Ann");
+  letter->ClippingData()->Add(
+      NewClipping("", "{\\rtf1 \\b bold\\b0}", "", 1)->ClippingData()->Item(1));
   access.AddClipping(letter, folder->ID());
-  const auto large = NewItems("big", "", {{2, big}});
+  const auto large = NewClipping("big", big);
   access.AddClipping(large, folder->ID());
   log.Add("keys", folder->ID() + "," + letter->ID() + "," + large->ID());
   log.Add("same name in other case",
-          ErrorText([&] { access.AddClipping(NewItems("LETTER", "", {}), folder->ID()); }));
+          ErrorText([&] { access.AddClipping(NewClipping("LETTER"), folder->ID()); }));
   log.Add("letter", Masked(access.GetClipping(letter->ID(), true)->XML()));
   const auto read = access.GetClipping(large->ID(), true);
   log.Add("big content",
@@ -223,15 +202,15 @@ Log CategoryScenario(DataAccess& access) {
   const auto root = access.GetPersonalCatalogRootFolder();
   const auto docs = AddFolder(access, "Docs", root->ID());
   const auto other = AddFolder(access, "Other", root->ID());
-  const auto ann = NewItems("Letter to Ann", "greeting", {{2, "Hi"}});
-  const auto bob = NewItems("letter to Bob", "", {{2, "Hey"}});
-  const auto invoice = NewItems("Invoice 50%", "paid", {{2, "Sum"}});
-  const auto path = NewItems("path\\file", "", {});
-  const auto under = NewItems("under_score", "x_y", {});
+  const auto ann = NewClipping("Letter to Ann", "Hi", "greeting");
+  const auto bob = NewClipping("letter to Bob", "Hey");
+  const auto invoice = NewClipping("Invoice 50%", "Sum", "paid");
+  const auto path = NewClipping("path\\file");
+  const auto under = NewClipping("under_score", "", "x_y");
   for (const auto& clipping : {ann, bob, invoice, path, under}) {
     access.AddClipping(clipping, docs->ID());
   }
-  const auto elsewhere = NewItems("Letter elsewhere", "", {});
+  const auto elsewhere = NewClipping("Letter elsewhere");
   access.AddClipping(elsewhere, other->ID());
   const auto work = access.AddCategory(NewCategory("Work"), "");
   const auto home = access.AddCategory(NewCategory("home"), "");
@@ -252,21 +231,21 @@ Log CategoryScenario(DataAccess& access) {
   }
   log.Add("find letter in docs",
           Names(access.FindClippings(NewSearch("letter", {docs->ID()})), true));
-  struct SearchCase {
-    std::string label;
-    std::shared_ptr<Search> search;
-  };
-  const std::vector<SearchCase> searches = {
-      {"search letter*", NewSearch("letter*")},
-      {"search LETTER TO *", NewSearch("LETTER TO *")},
-      {"search letter* in wo*", NewSearch("letter*", {}, {"wo*"})},
-      {"search invoice* or HOME", NewSearch("invoice*", {}, {"HOME"}, true)},
-      {"search * in other", NewSearch("*", {other->ID()})},
-      {"search 50%", NewSearch("invoice 50%")},
-  };
-  for (const SearchCase& c : searches) {
-    log.Add(c.label, Names(access.SearchForClippings(c.search), true));
-    log.Add(c.label + " xml", SortedXml(access.SearchForClippings(c.search)));
+  for (const auto& [label, search] : std::vector<std::pair<std::string, std::shared_ptr<Search>>>{
+           {"letter*", NewSearch("letter*")},
+           {"LETTER TO *", NewSearch("LETTER TO *")},
+           {"letter* in wo*", NewSearch("letter*", {}, {"wo*"})},
+           {"invoice* or HOME", NewSearch("invoice*", {}, {"HOME"}, true)},
+           {"* in other", NewSearch("*", {other->ID()})},
+           {"50%", NewSearch("invoice 50%")},
+           {"under_*", NewSearch("under_*")},
+           {"path\\*", NewSearch("path\\*")},
+           {"under?score", NewSearch("under?score")},
+           {"letter to", NewSearch("letter to")},
+           {"nothing", NewSearch("")},
+           {"zzz in other or HOME", NewSearch("zzz", {other->ID()}, {"HOME"}, true)}}) {
+    log.Add("search " + label, Names(access.SearchForClippings(search), true));
+    log.Add("search " + label + " xml", Names(access.SearchForClippings(search), true, true));
   }
   log.Add("changed lately", YesNo(access.HaveCategoriesChanged(kLongAgo)));
   log.Add("changed in future", YesNo(access.HaveCategoriesChanged(kFarAhead)));
@@ -309,76 +288,62 @@ class PostgresConformance : public ::testing::Test {
 
 TEST_F(PostgresConformance, FoldersGiveTheSameResultsOnBothEngines) {
   const auto [sqlite, postgres] = RunOnBothEngines(*server_, FolderScenario);
-  ExpectSameLogs(sqlite, postgres);
-  for (const Log* log : {&sqlite, &postgres}) {
-    EXPECT_EQ(log->Get("keys"), "2,3,4,5,6");
-    EXPECT_EQ(log->Get("same name in other case").rfind("error -2147220997 Data Services", 0), 0u);
-    EXPECT_EQ(log->Get("rename onto a sibling").rfind("error -2147220997", 0), 0u);
-    EXPECT_EQ(log->Get("children"), "archive,beta renamed");
-    EXPECT_EQ(log->Get("children and deleted"), "alpha,archive,beta renamed");
-    EXPECT_EQ(log->Get("ARCHIVE exists"), "yes");
-    EXPECT_EQ(log->Get("deleted alpha exists"), "no");
-    EXPECT_EQ(log->Get("sub by name"), "6");
-    EXPECT_NE(log->Get("path").find("beta renamed"), std::string::npos);
-    EXPECT_EQ(log->Get("changed lately"), "yes");
-    EXPECT_EQ(log->Get("changed in future"), "no");
-    EXPECT_EQ(log->Get("removed folder"), "none");
-  }
+  ExpectLogs(
+      sqlite, postgres,
+      {"keys=2,3,4,5,6", "same name in other case^error -2147220997 Data Services",
+       "rename onto a sibling^error -2147220997", "children=archive,beta renamed",
+       "children and deleted=alpha,archive,beta renamed", "ARCHIVE exists=yes",
+       "deleted alpha exists=no", "sub by name=6", "path=Personal\\Projects\\beta renamed\\Sub",
+       "changed lately=yes", "changed in future=no", "removed folder=none"});
 }
 
 TEST_F(PostgresConformance, ClippingsAndTheirDataGiveTheSameResultsOnBothEngines) {
   const auto [sqlite, postgres] = RunOnBothEngines(*server_, ClippingScenario);
-  ExpectSameLogs(sqlite, postgres);
-  for (const Log* log : {&sqlite, &postgres}) {
-    EXPECT_EQ(log->Get("keys"), "2,3,4");
-    EXPECT_EQ(log->Get("same name in other case").rfind("error -2147220996", 0), 0u);
-    EXPECT_NE(log->Get("letter").find("\xF0\x9F\x98\x80 'quoted'"), std::string::npos);
-    EXPECT_EQ(log->Get("big content"), "intact");
-    EXPECT_EQ(log->Get("letter by name"), "3");
-    EXPECT_EQ(log->Get("BIG exists"), "yes");
-    EXPECT_NE(log->Get("updated letter").find("Hello again"), std::string::npos);
-    EXPECT_EQ(log->Get("letter by guid"), "3");
-    EXPECT_EQ(log->Get("folder"), "big,Letter v2");
-    EXPECT_EQ(log->Get("folder after delete"), "Letter v2");
-    EXPECT_EQ(log->Get("deleted"), "big");
-    EXPECT_EQ(log->Get("history"), "2:3,4");
-    EXPECT_EQ(log->Get("history after forgetting"), "1");
-    EXPECT_EQ(log->Get("removed"), "none");
-  }
+  ExpectLogs(
+      sqlite, postgres,
+      {"keys=2,3,4", "same name in other case^error -2147220996",
+       "letter~\xF0\x9F\x98\x80 'quoted'", "big content=intact", "letter by name=3",
+       "BIG exists=yes", "updated letter~Hello again", "letter by guid=3", "folder=big,Letter v2",
+       "folder after delete=Letter v2", "folder and deleted=big,Letter v2", "deleted=big",
+       "history=2:3,4", "history after forgetting=1", "path=Personal\\Clips", "removed=none"});
 }
 
 TEST_F(PostgresConformance, CategoriesAndSearchesGiveTheSameResultsOnBothEngines) {
   const auto [sqlite, postgres] = RunOnBothEngines(*server_, CategoryScenario);
-  ExpectSameLogs(sqlite, postgres);
-  for (const Log* log : {&sqlite, &postgres}) {
-    EXPECT_EQ(log->Get("category keys"), "1,2");
-    EXPECT_EQ(log->Get("same category name in other case").rfind("error -2147220995", 0), 0u);
-    EXPECT_EQ(log->Get("member twice"), "error -2147467259");
-    EXPECT_EQ(log->Get("categories"), "home,Work");
-    EXPECT_EQ(log->Get("names for ann"), "Work");
-    EXPECT_EQ(log->Get("work members"), "Invoice 50%,Letter to Ann");
-    EXPECT_EQ(log->Get("without category"), "Letter elsewhere,path\\file,under_score");
-    EXPECT_EQ(log->Get("find LETTER"), "Letter elsewhere,Letter to Ann,letter to Bob");
-    EXPECT_EQ(log->Get("find 50%"), "Invoice 50%");
-    EXPECT_EQ(log->Get("find \\"), "path\\file");
-    EXPECT_EQ(log->Get("find _"), "under_score");
-    EXPECT_EQ(log->Get("find x_Y"), "under_score");
-    EXPECT_EQ(log->Get("find *"), "");
-    EXPECT_EQ(log->Get("find %"), "Invoice 50%");
-    EXPECT_EQ(log->Get("find letter in docs"), "Letter to Ann,letter to Bob");
-    EXPECT_EQ(log->Get("search letter*"), "Letter elsewhere,Letter to Ann,letter to Bob");
-    EXPECT_EQ(log->Get("search LETTER TO *"), "Letter to Ann,letter to Bob");
-    EXPECT_EQ(log->Get("search letter* in wo*"), "Letter to Ann");
-    EXPECT_EQ(log->Get("search invoice* or HOME"), "Invoice 50%,letter to Bob");
-    EXPECT_EQ(log->Get("search * in other"), "Letter elsewhere");
-    EXPECT_EQ(log->Get("search 50%"), "Invoice 50%");
-    EXPECT_EQ(log->Get("changed lately"), "yes");
-    EXPECT_EQ(log->Get("changed in future"), "no");
-    EXPECT_NE(log->Get("renamed").find("Home &amp; Garden"), std::string::npos);
-    EXPECT_EQ(log->Get("after deletes"), "Home & Garden");
-    EXPECT_EQ(log->Get("without category after deletes"),
-              "Invoice 50%,Letter elsewhere,Letter to Ann,letter to Bob,path\\file,under_score");
-  }
+  ExpectLogs(sqlite, postgres,
+             {"category keys=1,2",
+              "same category name in other case^error -2147220995",
+              "member twice=error -2147467259",
+              "categories=home,Work",
+              "names for ann=Work",
+              "work members=Invoice 50%,Letter to Ann",
+              "without category=Letter elsewhere,path\\file,under_score",
+              "find LETTER=Letter elsewhere,Letter to Ann,letter to Bob",
+              "find 50%=Invoice 50%",
+              "find \\=path\\file",
+              "find _=under_score",
+              "find x_Y=under_score",
+              "find *=",
+              "find %=Invoice 50%",
+              "find letter in docs=Letter to Ann,letter to Bob",
+              "search letter*=Letter elsewhere,Letter to Ann,letter to Bob",
+              "search LETTER TO *=Letter to Ann,letter to Bob",
+              "search letter* in wo*=Letter to Ann",
+              "search invoice* or HOME=Invoice 50%,letter to Bob",
+              "search * in other=Letter elsewhere",
+              "search 50%=Invoice 50%",
+              "search under_*=under_score",
+              "search path\\*=path\\file",
+              "search under?score=",
+              "search letter to=",
+              "search nothing=",
+              "search zzz in other or HOME=letter to Bob",
+              "changed lately=yes",
+              "changed in future=no",
+              "renamed~Home &amp; Garden",
+              "after deletes=Home & Garden",
+              "without category after deletes=Invoice 50%,Letter elsewhere,Letter to Ann,letter to "
+              "Bob,path\\file,under_score"});
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "util/date_locale.h"
@@ -10,116 +11,75 @@
 namespace clipcat {
 namespace {
 
+// Each statement with what it becomes; an empty answer means the statement stays as written.
+void ExpectTranslations(const std::vector<std::pair<std::string, std::string>>& cases,
+                        const DateColumnSet& date_columns) {
+  const ScopedDateLocale locale(DateLocale::English(DateOrder::kDayMonthYear));
+  for (const auto& [sql, expected] : cases) {
+    EXPECT_EQ(TranslateSqlForSqlite(sql, date_columns), expected.empty() ? sql : expected) << sql;
+  }
+}
+
 const DateColumnSet kDateColumns = {"tupdated", "tactivestart", "tactiveend", "tdatelastaccessed"};
 
-class SqliteDialect : public ::testing::Test {
- protected:
-  ScopedDateLocale locale_{DateLocale::English(DateOrder::kDayMonthYear)};
-};
-
-TEST_F(SqliteDialect, DateLiteralsInDatePositionsBecomeIsoText) {
-  struct Case {
-    std::string sql;
-    std::string expected;
-  };
-  const std::vector<Case> cases = {
-      {"Select lFolderId From Folder Where tUpdated >= '14:05:09 3 Apr 2002'",
-       "Select lFolderId From Folder Where tUpdated >= '2002-04-03 14:05:09'"},
-      {"SELECT 1 FROM t WHERE '00:00:00 1 Jan 2020' < GroupClipping.TUPDATED",
-       "SELECT 1 FROM t WHERE '2020-01-01 00:00:00' < GroupClipping.TUPDATED"},
-      {"Update AccessHistory Set sName='x', lAccessCount=2, tDateLastAccessed='23:59:59 31 Dec "
-       "2019' Where sClippingGUID='G'",
-       "Update AccessHistory Set sName='x', lAccessCount=2, tDateLastAccessed='2019-12-31 "
-       "23:59:59' Where sClippingGUID='G'"},
-      {"Select x From GroupClipping Where  Datediff( 's', tUpdated  ,'10:00:00 9 Feb 2021' ) < 0 ",
-       "Select x From GroupClipping Where  Datediff( 's', tUpdated  ,'2021-02-09 10:00:00' ) < 0 "},
-      {"Insert Into ClippingGroupClipping(lClippingId, lGroupClippingId,  iSortOrder, "
-       "tActiveStart, tActiveEnd ) Values ( 5, 6, 0, '01:02:03 4 May 2005', '01:02:03 4 May 2005' "
-       ")",
-       "Insert Into ClippingGroupClipping(lClippingId, lGroupClippingId,  iSortOrder, "
-       "tActiveStart, tActiveEnd ) Values ( 5, 6, 0, '2005-05-04 01:02:03', '2005-05-04 01:02:03' "
-       ")"},
-      {"SELECT 1 FROM Folder WHERE tUpdated BETWEEN '00:00:00 1 Jan 2020' AND '00:00:00 1 Feb "
-       "2020'",
-       "SELECT 1 FROM Folder WHERE tUpdated BETWEEN '2020-01-01 00:00:00' AND '2020-02-01 "
-       "00:00:00'"},
-      {"SELECT 1 FROM Folder WHERE [tUpdated] = /* c */ '12:00:00 29 Feb 2024'",
-       "SELECT 1 FROM Folder WHERE [tUpdated] = /* c */ '2024-02-29 12:00:00'"},
-  };
-  for (const Case& c : cases) {
-    EXPECT_EQ(TranslateSqlForSqlite(c.sql, kDateColumns), c.expected) << c.sql;
-  }
+TEST(SqliteDialect, DateLiteralsInDatePositionsBecomeIsoTextAndNothingElseChanges) {
+  ExpectTranslations(
+      {{"Select lFolderId From Folder Where tUpdated >= '14:05:09 3 Apr 2002'",
+        "Select lFolderId From Folder Where tUpdated >= '2002-04-03 14:05:09'"},
+       {"SELECT 1 FROM t WHERE '00:00:00 1 Jan 2020' < GroupClipping.TUPDATED",
+        "SELECT 1 FROM t WHERE '2020-01-01 00:00:00' < GroupClipping.TUPDATED"},
+       {"Update AccessHistory Set sName='x', tDateLastAccessed='23:59:59 31 Dec 2019' Where a=1",
+        "Update AccessHistory Set sName='x', tDateLastAccessed='2019-12-31 23:59:59' Where a=1"},
+       {"Select x From GroupClipping Where  Datediff( 's', tUpdated  ,'10:00:00 9 Feb 2021' ) < 0",
+        "Select x From GroupClipping Where  Datediff( 's', tUpdated  ,'2021-02-09 10:00:00' ) < 0"},
+       {"SELECT 1 FROM Folder WHERE tUpdated BETWEEN '00:00:00 1 Jan 2020' AND '00:00:00 1 Feb "
+        "2020'",
+        "SELECT 1 FROM Folder WHERE tUpdated BETWEEN '2020-01-01 00:00:00' AND '2020-02-01 "
+        "00:00:00'"},
+       {"SELECT 1 FROM Folder WHERE [tUpdated] = /* c */ '12:00:00 29 Feb 2024'",
+        "SELECT 1 FROM Folder WHERE [tUpdated] = /* c */ '2024-02-29 12:00:00'"},
+       // An INSERT maps its values to its columns by position, row by row.
+       {"INSERT INTO Folder ( lFolderID, sName, tUpdated ) Values ( 7, '08:00:00 2 Jan 2021', "
+        "'08:00:00 2 Jan 2021' ), (8, 'x', '09:00:00 3 Jan 2021')",
+        "INSERT INTO Folder ( lFolderID, sName, tUpdated ) Values ( 7, '08:00:00 2 Jan 2021', "
+        "'2021-01-02 08:00:00' ), (8, 'x', '2021-01-03 09:00:00')"},
+       // Date text as the value of a text column, in every position the store writes one.
+       {"Insert Into Folder (lFolderID, sName, sDescription, tUpdated) Values ( 2, '12:00:00 1 "
+        "Jan 2020', 'tUpdated >= ''12:00:00 1 Jan 2020''', Null )",
+        ""},
+       {"UPDATE Folder Set sName='12:00:00 1 Jan 2020' WHERE lFolderID=2", ""},
+       {"Select * From Clipping WHERE sName LIKE '%12:00:00 1 Jan 2020%'", ""},
+       {"Select 1 From t Where Datediff('s', tUpdated, tUpdated) < 0 AND sGUID='1 Jan 2020'", ""},
+       {"Select 1 From Folder Where tUpdated >= 'not a date'", ""},
+       {"Select 'tUpdated' = '12:00:00 1 Jan 2020' From Folder", ""}},
+      kDateColumns);
+  // Without date columns only the arguments of Datediff change.
+  ExpectTranslations(
+      {{"SELECT Datediff('d', '00:00:00 1 Mar 2020', '00:00:00 1 Apr 2020') FROM t WHERE "
+        "tUpdated = '00:00:00 1 Mar 2020'",
+        "SELECT Datediff('d', '2020-03-01 00:00:00', '2020-04-01 00:00:00') FROM t WHERE "
+        "tUpdated = '00:00:00 1 Mar 2020'"}},
+      {});
 }
 
-TEST_F(SqliteDialect, EverythingOutsideDatePositionsIsLeftAlone) {
-  const std::vector<std::string> statements = {
-      // Date text as the value of a text column, in every position the store writes one.
-      "Insert Into Folder (lFolderID, sName, sDescription, tUpdated) Values ( 2, '12:00:00 1 Jan "
-      "2020', 'tUpdated >= ''12:00:00 1 Jan 2020''', Null )",
-      "UPDATE Folder Set sName='12:00:00 1 Jan 2020' WHERE lFolderID=2",
-      "Select * From Folder WHERE sName='12:00:00 1 Jan 2020' AND lParentId=0",
-      "Select * From Clipping WHERE sName LIKE '%12:00:00 1 Jan 2020%'",
-      // The interval of Datediff, and a date text in a comparison with a non-date column.
-      "Select 1 From t Where Datediff('s', tUpdated, tUpdated) < 0 AND sGUID='1 Jan 2020'",
-      // A literal that is not a date stays even in a date position.
-      "Select 1 From Folder Where tUpdated >= 'not a date'",
-      // Names that look like date columns inside literals are data, not names.
-      "Select 'tUpdated' = '12:00:00 1 Jan 2020' From Folder",
-      "INSERT INTO Folder (sName) VALUES ('12:00:00 1 Jan 2020'), ('13:00:00 1 Jan 2020')",
-  };
-  for (const std::string& sql : statements) {
-    EXPECT_EQ(TranslateSqlForSqlite(sql, kDateColumns), sql) << sql;
-  }
-}
-
-TEST_F(SqliteDialect, InsertMapsValuesToColumnsByPosition) {
-  const std::string sql =
-      "INSERT INTO Folder ( lFolderID, sName, tUpdated ) Values ( 7, '08:00:00 2 Jan 2021', "
-      "'08:00:00 2 Jan 2021' ), (8, '09:00:00 3 Jan 2021', '09:00:00 3 Jan 2021')";
-  EXPECT_EQ(TranslateSqlForSqlite(sql, kDateColumns),
-            "INSERT INTO Folder ( lFolderID, sName, tUpdated ) Values ( 7, '08:00:00 2 Jan 2021', "
-            "'2021-01-02 08:00:00' ), (8, '09:00:00 3 Jan 2021', '2021-01-03 09:00:00')");
-}
-
-TEST_F(SqliteDialect, WithoutDateColumnsOnlyDatediffArgumentsChange) {
-  const std::string sql =
-      "SELECT Datediff('d', '00:00:00 1 Mar 2020', '00:00:00 1 Apr 2020') FROM t WHERE tUpdated = "
-      "'00:00:00 1 Mar 2020'";
-  EXPECT_EQ(TranslateSqlForSqlite(sql, {}),
-            "SELECT Datediff('d', '2020-03-01 00:00:00', '2020-04-01 00:00:00') FROM t WHERE "
-            "tUpdated = '00:00:00 1 Mar 2020'");
-}
-
-TEST_F(SqliteDialect, WholeEqualityChainsOnOneColumnBecomeInLists) {
-  struct Case {
-    std::string sql;
-    std::string expected;
-  };
-  const std::vector<Case> rewritten = {
-      {"Select * From Clipping Where lFolderID=1 OR lFolderID=22 OR lFolderID=-3",
-       "Select * From Clipping Where lFolderID IN (1,22,-3)"},
-      {"SELECT * FROM Clipping WHERE (x) AND ( lFolderID=4 OR lFolderID = Null ) ORDER BY sName",
-       "SELECT * FROM Clipping WHERE (x) AND ( lFolderID IN (4,Null) ) ORDER BY sName"},
-      {"SELECT 1 FROM t WHERE c.lFolderID=1 OR C.LFOLDERID=2 ORDER BY 1",
-       "SELECT 1 FROM t WHERE c.lFolderID IN (1,2) ORDER BY 1"},
-  };
-  for (const Case& c : rewritten) {
-    EXPECT_EQ(TranslateSqlForSqlite(c.sql, kDateColumns), c.expected) << c.sql;
-  }
-  // Where an AND could bind one of the terms, another column or a non-number takes part, or the
-  // chain has one term, the condition stays as written.
-  const std::vector<std::string> kept = {
-      "SELECT 1 FROM t WHERE a=1 AND lFolderID=1 OR lFolderID=2",
-      "SELECT 1 FROM t WHERE lFolderID=1 OR lFolderID=2 AND a=1",
-      "SELECT 1 FROM t WHERE lFolderID=1 OR lParentID=2",
-      "SELECT 1 FROM t WHERE (lFolderID=1 OR lFolderID='2')",
-      "SELECT 1 FROM t WHERE (lFolderID=1 OR lFolderID=a)",
-      "SELECT 1 FROM t WHERE (lFolderID=1)",
-      "SELECT 1 FROM t WHERE sName='(lFolderID=1 OR lFolderID=2)'",
-  };
-  for (const std::string& sql : kept) {
-    EXPECT_EQ(TranslateSqlForSqlite(sql, kDateColumns), sql) << sql;
-  }
+TEST(SqliteDialect, WholeEqualityChainsOnOneColumnBecomeInLists) {
+  ExpectTranslations(
+      {{"Select * From Clipping Where lFolderID=1 OR lFolderID=22 OR lFolderID=-3",
+        "Select * From Clipping Where lFolderID IN (1,22,-3)"},
+       {"SELECT * FROM Clipping WHERE (x) AND ( lFolderID=4 OR lFolderID = Null ) ORDER BY sName",
+        "SELECT * FROM Clipping WHERE (x) AND ( lFolderID IN (4,Null) ) ORDER BY sName"},
+       {"SELECT 1 FROM t WHERE c.lFolderID=1 OR C.LFOLDERID=2 ORDER BY 1",
+        "SELECT 1 FROM t WHERE c.lFolderID IN (1,2) ORDER BY 1"},
+       // Where an AND could bind one of the terms, another column or a non-number takes part,
+       // or the chain has one term, the condition stays as written.
+       {"SELECT 1 FROM t WHERE a=1 AND lFolderID=1 OR lFolderID=2", ""},
+       {"SELECT 1 FROM t WHERE lFolderID=1 OR lFolderID=2 AND a=1", ""},
+       {"SELECT 1 FROM t WHERE lFolderID=1 OR lParentID=2", ""},
+       {"SELECT 1 FROM t WHERE (lFolderID=1 OR lFolderID='2')", ""},
+       {"SELECT 1 FROM t WHERE (lFolderID=1 OR lFolderID=a)", ""},
+       {"SELECT 1 FROM t WHERE (lFolderID=1)", ""},
+       {"SELECT 1 FROM t WHERE sName='(lFolderID=1 OR lFolderID=2)'", ""}},
+      kDateColumns);
 }
 
 }  // namespace

@@ -2,13 +2,13 @@
 // bound; these tests hold that every result and error stays what the text as written gives.
 // Also the maximum row count of read-only recordsets.
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <algorithm>
 #include <string>
 #include <vector>
 
 #include "store/db_connection.h"
-#include "store/sqlite_parameters.h"
 #include "store/sqlite_session.h"
 #include "temp_catalog.h"
 #include "util/date.h"
@@ -22,68 +22,6 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-Texts Column(DBConnection& db, const std::string& sql, size_t max = 0) {
-  Recordset rs = db.GetRecordsetRO(sql, max);
-  Texts values;
-  for (; !rs.Eof(); rs.MoveNext()) values.push_back(rs.Value(rs.FieldName(0)).ToText());
-  return values;
-}
-
-TEST(StatementCache, OnlyValuesBecomeParameters) {
-  struct Case {
-    const char* sql;
-    const char* text;
-    Texts values;  // texts as 'x', integers as digits
-  };
-  const std::vector<Case> cases = {
-      {"SELECT * FROM Folder WHERE sName='it''s' AND lParentID = -7",
-       "SELECT * FROM Folder WHERE sName=? AND lParentID = -?",
-       {"'it's'", "7"}},
-      {"select * from Folder where sName like 'a\\%b%' escape '\\'",
-       "select * from Folder where sName like ? escape ?",
-       {"'a\\%b%'", "'\\'"}},
-      {"SELECT * FROM Folder WHERE lFolderID IN (1, 2,-3) OR sName IN ('x','y')",
-       "SELECT * FROM Folder WHERE lFolderID IN (?, ?,-?) OR sName IN (?,?)",
-       {"1", "2", "3", "'x'", "'y'"}},
-      {"INSERT INTO Folder ('lFolderID', 'sName') VALUES (5, 'a'), (6, '')",
-       "INSERT INTO Folder ('lFolderID', 'sName') VALUES (?, ?), (?, ?)",
-       {"5", "'a'", "6", "''"}},
-      // Names and positions keep their literals: result columns, string names, orderings.
-      {"SELECT 'a', 1, lower('B') FROM Folder", "SELECT 'a', 1, lower('B') FROM Folder", {}},
-      {"SELECT (SELECT 1 FROM Folder WHERE sName = 'x') AS n FROM Folder WHERE lFolderID = 2",
-       "SELECT (SELECT 1 FROM Folder WHERE sName = 'x') AS n FROM Folder WHERE lFolderID = ?",
-       {"2"}},
-      {"SELECT sName FROM 'Folder' WHERE 1 = 1 GROUP BY 1 HAVING count(*) > 0 ORDER BY 1 "
-       "LIMIT 5, 10",
-       "SELECT sName FROM 'Folder' WHERE ? = ? GROUP BY 1 HAVING count(*) > ? ORDER BY 1 "
-       "LIMIT 5, 10",
-       {"1", "1", "0"}},
-      // Numbers that are not plain 64-bit integers, and a literal that never closes.
-      {"SELECT * FROM Folder WHERE lFolderID = 1.5 OR lFolderID = 0x10 OR lFolderID = "
-       "9223372036854775808 OR lFolderID = 9223372036854775807",
-       "SELECT * FROM Folder WHERE lFolderID = 1.5 OR lFolderID = 0x10 OR lFolderID = "
-       "9223372036854775808 OR lFolderID = ?",
-       {"9223372036854775807"}},
-      {"SELECT * FROM Folder WHERE sName = 'abc", "SELECT * FROM Folder WHERE sName = 'abc", {}},
-  };
-  for (const Case& c : cases) {
-    const auto p = ParameteriseSql(c.sql);
-    ASSERT_TRUE(p.has_value()) << c.sql;
-    EXPECT_EQ(p->text, c.text) << c.sql;
-    Texts values;
-    for (const SqlLiteralValue& v : p->values) {
-      values.push_back(v.is_text ? "'" + v.text + "'" : std::to_string(v.integer));
-    }
-    EXPECT_EQ(values, c.values) << c.sql;
-  }
-  for (const char* sql :
-       {"CREATE TABLE t (a TEXT DEFAULT 'x')", "PRAGMA user_version = 3", "BEGIN IMMEDIATE",
-        "SELECT * FROM Folder WHERE lFolderID = ?",
-        "UPDATE Folder SET sName = :name WHERE lFolderID = 1", "", "  -- nothing"}) {
-    EXPECT_FALSE(ParameteriseSql(sql).has_value()) << sql;
-  }
-}
-
 class StatementCacheTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -95,51 +33,60 @@ class StatementCacheTest : public ::testing::Test {
     }
   }
 
+  Texts Column(const std::string& sql, size_t max = 0) {
+    Recordset rs = db_.GetRecordsetRO(sql, max);
+    Texts values;
+    for (; !rs.Eof(); rs.MoveNext()) values.push_back(rs.Value(rs.FieldName(0)).ToText());
+    return values;
+  }
+
+  // One statement on a session of the test's own.
+  RowSet Run(SqliteSession& session, const std::string& sql) {
+    SqliteSession::Deadline deadline(session);
+    SqliteStatement statement(session, sql);
+    return statement.Collect();
+  }
+
   ScopedDateLocale locale_{DateLocale::English(DateOrder::kDayMonthYear)};
   TempCatalog catalog_;
   DBConnection db_;
 };
 
-TEST_F(StatementCacheTest, EachRunGetsItsOwnValues) {
+TEST_F(StatementCacheTest, EachRunGetsItsOwnValuesAndNamesAndPositionsStayAsWritten) {
   // Up, down, and the same value twice, so that a value left bound from an earlier run shows.
-  for (int32_t key : {2, 3, 9, 9, 4, 2, 8, 5, 6, 7, 3}) {
-    EXPECT_EQ(Column(db_, "SELECT sName FROM Folder WHERE lFolderID=" + std::to_string(key)),
-              Texts{"F" + std::to_string(key)});
-    EXPECT_EQ(Column(db_, "SELECT lFolderID FROM Folder WHERE sName='F" + std::to_string(key) +
-                              "' AND lFolderID > 1"),
+  for (int32_t key : {2, 3, 9, 9, 4, 2, 8, 5, 3}) {
+    EXPECT_EQ(Column("SELECT lFolderID FROM Folder WHERE sName='F" + std::to_string(key) +
+                     "' AND lFolderID > 1"),
               Texts{std::to_string(key)});
   }
-  EXPECT_TRUE(Column(db_, "SELECT sName FROM Folder WHERE lFolderID=77").empty());
+  EXPECT_TRUE(Column("SELECT sName FROM Folder WHERE lFolderID=77").empty());
   // Negative numbers, alone and after operators, commas and parentheses.
   db_.ExecuteSQL("UPDATE Folder SET lParentID=-5 WHERE lFolderID=2");
-  db_.ExecuteSQL("UPDATE Folder SET lParentID= - 6 WHERE lFolderID=3");
-  for (const auto& [where, expected] : std::vector<std::pair<std::string, std::string>>{
-           {"lParentID=-5", "2"},
-           {"lParentID = -6", "3"},
-           {"lParentID IN (-6,-5) AND lFolderID<>3", "2"},
-           {"lParentID+-1=(-7)", "3"},
-           {"lParentID-1=-6", "2"}}) {
-    EXPECT_EQ(Column(db_, "SELECT lFolderID FROM Folder WHERE " + where), Texts{expected}) << where;
+  db_.ExecuteSQL("UPDATE Folder SET lParentID= - 6, sName='50%_\\' WHERE lFolderID=3");
+  for (const auto& [where, count] : std::vector<std::pair<std::string, std::string>>{
+           {"lParentID=-5", "1"},
+           {"lParentID = -6 OR lFolderID=2", "2"},
+           {"lParentID IN (-6,-5)", "2"},
+           {"lParentID+-1=(-7) OR lParentID-1=-6", "2"},
+           {"sName LIKE '50\\%%' ESCAPE '\\' OR lParentID=-5", "2"},
+           {"sName LIKE '5_\\%' ESCAPE '\\'", "0"}}) {
+    EXPECT_EQ(Column("SELECT count(*) FROM Folder WHERE " + where), Texts{count}) << where;
   }
   // Catalog dates are translated before they are bound: they compare as dates.
-  EXPECT_EQ(Column(db_, "SELECT lFolderID FROM Folder WHERE tUpdated='10:00:00 4 Apr 2002'"),
-            Texts{"4"});
-  EXPECT_EQ(Column(db_,
-                   "SELECT lFolderID FROM Folder WHERE tUpdated > '10:00:00 7 Apr 2002' AND "
+  EXPECT_EQ(Column("SELECT lFolderID FROM Folder WHERE tUpdated > '10:00:00 7 Apr 2002' AND "
                    "tUpdated < '00:00:00 1 Jan 2003' ORDER BY lFolderID"),
             (Texts{"8", "9"}));
-  db_.ExecuteSQL("UPDATE Folder SET sName='50%_\\' WHERE lFolderID=9");
-  EXPECT_EQ(Column(db_, "SELECT lFolderID FROM Folder WHERE sName LIKE '50\\%%' ESCAPE '\\'"),
-            Texts{"9"});
-  EXPECT_TRUE(
-      Column(db_, "SELECT lFolderID FROM Folder WHERE sName LIKE '5_\\%' ESCAPE '\\'").empty());
   std::string list;
   for (int32_t k = 2; k <= 9; ++k) {
     list += (list.empty() ? "" : ", ") + std::to_string(k);
-    EXPECT_EQ(Column(db_, "SELECT Count(*) FROM Folder WHERE lFolderID IN (" + list + ")"),
-              Texts{std::to_string(k - 1)})
-        << list;
+    EXPECT_EQ(Column("SELECT Count(*) FROM Folder WHERE lFolderID IN (" + list + ")"),
+              Texts{std::to_string(k - 1)});
   }
+  // Result columns, orderings and limits keep their literals.
+  EXPECT_EQ(Column("SELECT sName, 1 FROM Folder WHERE 1 = 1 GROUP BY 1 HAVING count(*) > 0 ORDER "
+                   "BY 1 DESC LIMIT 1, 2"),
+            (Texts{"F9", "F8"}));
+  EXPECT_EQ(db_.GetRecordsetRO("SELECT 'a', 2").FieldName(0), "'a'");
   // A syntax error near a literal quotes the literal, not the parameter that stood in for it.
   EXPECT_EQ(ErrorOf([&] {
               db_.GetRecordsetRO("SELECT * FROM Folder WHERE sName = 'a' 'b'");
@@ -149,42 +96,31 @@ TEST_F(StatementCacheTest, EachRunGetsItsOwnValues) {
 
 TEST_F(StatementCacheTest, SchemaChangesAreSeenAndDdlIsNotKept) {
   SqliteSession session(catalog_.path());
-  auto run = [&](const std::string& sql) {
-    SqliteSession::Deadline deadline(session);
-    SqliteStatement statement(session, sql);
-    return statement.Collect();
-  };
   const size_t before = session.statement_cache().size();
-  run("CREATE TABLE Extra (lKey INTEGER, tWhen DATETIME)");
+  Run(session, "CREATE TABLE Extra (lKey INTEGER, tWhen DATETIME)");
   EXPECT_EQ(session.statement_cache().size(), before);
   session.LoadDateColumns();  // what the backend does after a schema change
-  const size_t reloaded = session.statement_cache().size();
-  run("INSERT INTO Extra (lKey, tWhen) VALUES (1, '10:00:00 3 Apr 2002')");
+  Run(session, "INSERT INTO Extra (lKey, tWhen) VALUES (1, '10:00:00 3 Apr 2002')");
   const size_t kept = session.statement_cache().size();
-  EXPECT_EQ(kept, reloaded + 1);
-  run("INSERT INTO Extra (lKey, tWhen) VALUES (2, '11:00:00 3 Apr 2002')");
-  EXPECT_EQ(session.statement_cache().size(), kept);  // the same shape reuses the kept statement
-  RowSet rows = run("SELECT * FROM Extra WHERE lKey=2");
+  Run(session, "INSERT INTO Extra (lKey, tWhen) VALUES (2, '11:00:00 3 Apr 2002')");
+  EXPECT_EQ(session.statement_cache().size(), kept);  // the same shape reuses the statement
+  RowSet rows = Run(session, "SELECT * FROM Extra WHERE lKey=2");
   ASSERT_EQ(rows.rows.size(), 1u);
   EXPECT_EQ(FormatIsoDate(rows.rows[0][1].value.ToDate()), "2002-04-03 11:00:00");
   // A change of schema through another connection: the kept statement sees the new columns.
-  DBConnection other;
-  other.OpenConnection(catalog_.connection_string(), "", "");
-  other.ExecuteSQL("ALTER TABLE Extra ADD COLUMN sNote TEXT");
-  EXPECT_EQ(run("SELECT * FROM Extra WHERE lKey=1").columns.size(), 3u);
-  other.ExecuteSQL("DROP TABLE Extra");
-  EXPECT_EQ(ErrorOf([&] { run("SELECT * FROM Extra WHERE lKey=1"); }).description(),
+  db_.ExecuteSQL("ALTER TABLE Extra ADD COLUMN sNote TEXT");
+  EXPECT_EQ(Run(session, "SELECT * FROM Extra WHERE lKey=1").columns.size(), 3u);
+  db_.ExecuteSQL("DROP TABLE Extra");
+  EXPECT_EQ(ErrorOf([&] { Run(session, "SELECT * FROM Extra WHERE lKey=1"); }).description(),
             "no such table: Extra");
 }
 
 TEST_F(StatementCacheTest, KeepsFewStatementsAndSharesNoneInUse) {
   SqliteSession session(catalog_.path());
   for (int shape = 0; shape < 3 * static_cast<int>(kStatementCacheCapacity); ++shape) {
-    SqliteSession::Deadline deadline(session);
-    SqliteStatement statement(session,
-                              "SELECT lFolderID AS c" + std::to_string(shape) +
-                                  " FROM Folder WHERE lFolderID=" + std::to_string(2 + shape % 8));
-    const RowSet rows = statement.Collect();
+    const RowSet rows =
+        Run(session, "SELECT lFolderID AS c" + std::to_string(shape) +
+                         " FROM Folder WHERE lFolderID=" + std::to_string(2 + shape % 8));
     ASSERT_EQ(rows.rows.size(), 1u);
     EXPECT_EQ(rows.rows[0][0].value.ToText(), std::to_string(2 + shape % 8));
     EXPECT_LE(session.statement_cache().size(), kStatementCacheCapacity + 1);
@@ -196,7 +132,6 @@ TEST_F(StatementCacheTest, KeepsFewStatementsAndSharesNoneInUse) {
   {
     SqliteStatement outer(session, sql);
     ASSERT_TRUE(outer.Step());
-    EXPECT_EQ(sqlite3_column_int(outer.get(), 0), 2);
     SqliteStatement inner(session, sql);
     EXPECT_NE(inner.get(), outer.get());
     EXPECT_EQ(inner.Collect().rows.size(), 8u);
@@ -209,11 +144,12 @@ TEST_F(StatementCacheTest, KeepsFewStatementsAndSharesNoneInUse) {
 }
 
 TEST_F(StatementCacheTest, RecordsetsStopAtTheirMaximum) {
-  const std::string sql = "SELECT lFolderID FROM Folder WHERE lFolderID > 1 ORDER BY tUpdated DESC";
   const Texts all = {"9", "8", "7", "6", "5", "4", "3", "2"};
   for (size_t max = 0; max <= all.size() + 2; ++max) {
     const size_t expected = max == 0 ? all.size() : std::min(max, all.size());
-    EXPECT_EQ(Column(db_, sql, max), Texts(all.begin(), all.begin() + static_cast<long>(expected)))
+    EXPECT_EQ(
+        Column("SELECT lFolderID FROM Folder WHERE lFolderID > 1 ORDER BY tUpdated DESC", max),
+        Texts(all.begin(), all.begin() + static_cast<long>(expected)))
         << max;
   }
 }
