@@ -59,20 +59,6 @@ TEST(XmlIo, UncarriableTextIsRefusedBeforeAnythingIsWritten) {
   }
 }
 
-// Dates and lists are printed by the entities and checked, to the byte, with them.
-TEST(XmlIo, PrintWritesCompactTextWithEscapedAttributeWhitespace) {
-  pugi::xml_document document;
-  pugi::xml_node element = document.append_child("e");
-  SetTextAttribute(element, "b", "x\ty\rz\n<\"&'");
-  SetLongAttribute(element, "l", -2147483647 - 1);
-  SetBooleanAttribute(element, "t", true);
-  SetBooleanAttribute(element, "f", false);
-  element.append_child("c");
-  EXPECT_EQ(Print(element),
-            "<e b=\"x&#09;y&#13;z&#10;&lt;&quot;&amp;'\" l=\"-2147483648\" t=\"true\" "
-            "f=\"false\"><c/></e>");
-}
-
 TEST(XmlIo, LoadRootTakesOneWellFormedRootOfThatNameOnly) {
   for (const char* text : {"<a/>", "<?xml version=\"1.0\"?><a/>", "<!-- c --><a/><!-- d -->",
                            "\r\n <a/>\n", "<a>&#9;&#xA;&#13;&#x10FFFF;</a>"}) {
@@ -91,37 +77,6 @@ TEST(XmlIo, LoadRootTakesOneWellFormedRootOfThatNameOnly) {
   pugi::xml_document document;
   EXPECT_EQ(RaisedNumber([&] { LoadRoot(document, std::string("<a/>\0", 5), "a"); }),
             err::kObjectRequired);
-}
-
-TEST(XmlIo, AttributeReadersApplyTheirFallbacksAndConversions) {
-  ScopedDateLocale locale(test::EnglishDates());
-  pugi::xml_document document;
-  const pugi::xml_node root =
-      LoadRoot(document,
-               "<a n=\" 42 \" h=\"2.5\" big=\"2147483648\" bad=\"12x\" empty=\"\" "
-               "d=\"14:05:09 3 Mar 2002\" nd=\"no date\" u=\"&nbsp;\">&unknown;</a>",
-               "a");
-  EXPECT_TRUE(AttributeValue(root, "missing").IsNull());
-  EXPECT_EQ(ReadText(root, "missing"), "");
-  // Entities the reader does not know stay literal text.
-  EXPECT_EQ(ReadText(root, "u") + TextContent(root), "&nbsp;&unknown;");
-  EXPECT_EQ(ReadLong(root, "missing"), 0);
-  EXPECT_EQ(ReadLong(root, "n"), 42);
-  EXPECT_EQ(ReadLong(root, "h"), 2);
-  EXPECT_EQ(RaisedNumber([&] { ReadLong(root, "big"); }), err::kOverflow);
-  EXPECT_EQ(RaisedNumber([&] { ReadLong(root, "bad"); }), err::kTypeMismatch);
-  EXPECT_EQ(RaisedNumber([&] { ReadLong(root, "empty"); }), err::kTypeMismatch);
-  EXPECT_EQ(ReadDate(root, "d"), *Date::FromParts({2002, 3, 3, 14, 5, 9}));
-  const Date before = Date::Now();
-  EXPECT_TRUE(test::StampedSince(before, ReadDate(root, "nd")));
-  // The written form in any case, "Yes" and "No" only capitalised, numbers by their truth.
-  const auto boolean_of = [](const std::string& text) {
-    pugi::xml_document d;
-    return ReadBoolean(LoadRoot(d, "<a b=\"" + text + "\"/>", "a"), "b");
-  };
-  for (const char* yes : {"TRUE", "Yes", "-1", "1"}) EXPECT_TRUE(boolean_of(yes)) << yes;
-  for (const char* no : {"False", "No", "0", "yes", "maybe", ""})
-    EXPECT_FALSE(boolean_of(no)) << no;
 }
 
 }  // namespace

@@ -1,11 +1,7 @@
-// Catalog host discovery and reachability. Network tests touch loopback addresses only.
+// Catalog host discovery and reachability. Network checks touch loopback addresses only.
 #include "util/probes.h"
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <string>
 #include <utility>
@@ -14,38 +10,9 @@
 #include "util/errors.h"
 #include "util/probes_internal.h"
 #include "util/temp_dir.h"
-#include "util/text.h"
 
 namespace clipcat::testing {
 namespace {
-
-// A TCP socket bound to a free port of a loopback address; listening only when asked to.
-class LoopbackPort {
- public:
-  LoopbackPort(const char* address, bool listening) {
-    fd_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in bound{};
-    bound.sin_family = AF_INET;
-    inet_pton(AF_INET, address, &bound.sin_addr);
-    socklen_t length = sizeof bound;
-    if (fd_ < 0 || bind(fd_, reinterpret_cast<sockaddr*>(&bound), sizeof bound) != 0 ||
-        getsockname(fd_, reinterpret_cast<sockaddr*>(&bound), &length) != 0 ||
-        (listening && listen(fd_, 16) != 0)) {
-      ADD_FAILURE() << "cannot set up a port on " << address;
-    }
-    port_ = ntohs(bound.sin_port);
-  }
-  ~LoopbackPort() {
-    if (fd_ >= 0) close(fd_);
-  }
-  LoopbackPort(const LoopbackPort&) = delete;
-  LoopbackPort& operator=(const LoopbackPort&) = delete;
-  uint16_t port() const { return port_; }
-
- private:
-  int fd_ = -1;
-  uint16_t port_ = 0;
-};
 
 TEST(ServerFromPath, CutsUncTextAfterTheHostAndAnswersEmptyForLocalPaths) {
   // Two backslashes anywhere make UNC text; the cut is the first "\\" from the third character.
@@ -111,35 +78,6 @@ TEST(IsCatalogUnavailable, DecidesFilesByTheirFileAndDataSourcesByTheirHost) {
   for (const char* reachable : {"Provider=PostgreSQL;Host=anything", "DSN=nohost", "DSN=here"})
     EXPECT_FALSE(IsCatalogUnavailable(reachable, false)) << reachable;
   EXPECT_TRUE(IsCatalogUnavailable("DSN=gone", false));
-}
-
-TEST(HostReachability, AnswersLocalNamesWithoutProbingAndProbesOthers) {
-  const std::string computer = LocalComputerName();
-  // Nothing listens on these ports of 127.0.0.2 or something does: either way the host answers.
-  for (const std::string& host :
-       {std::string("LocalHost"), computer, ToUpperAscii(computer), std::string("\\\\127.0.0.2")})
-    EXPECT_EQ(HostReachability(host), kHostLocalOrFast) << host;
-  for (const char* host :
-       {"\\\\NO-SUCH-HOST.INVALID", "bad host name", "db1\\", "\\\\127.0.0.2\\", ""})
-    EXPECT_EQ(HostReachability(host), kHostUnreachable) << host;
-}
-
-TEST(ProbeHost, CountsAConnectionOrARefusalAsAnAnswer) {
-  const LoopbackPort listening("127.0.0.2", true);
-  const LoopbackPort closed("127.0.0.2", false);
-  for (uint16_t port : {listening.port(), closed.port()}) {
-    ProbeOptions options;
-    options.ports = {port};
-    EXPECT_EQ(ProbeHost("127.0.0.2", options), kHostLocalOrFast) << port;
-    options.slow_link = std::chrono::milliseconds(0);
-    EXPECT_EQ(ProbeHost("127.0.0.2", options), kHostSlow) << port;
-  }
-  ProbeOptions both;
-  both.ports = {closed.port(), listening.port()};
-  EXPECT_EQ(ProbeHost("[127.0.0.2]", both), kHostLocalOrFast);
-  ProbeOptions none;
-  none.ports = {};
-  EXPECT_EQ(ProbeHost("127.0.0.2", none), kHostUnreachable);
 }
 
 }  // namespace
