@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,55 +15,19 @@
 namespace clipcat::testing {
 namespace {
 
-constexpr const char* kIni =
-    "; system data sources\r\n"
-    "Orphan = before any section\r\n"
-    "[ODBC Data Sources]\r\n"
-    "Sales = PostgreSQL\r\n"
-    "\r\n"
-    "[sales]\r\n"
-    "  Driver   =  PostgreSQL Unicode  \r\n"
-    "# Servername = commented.out\r\n"
-    "  ; Server = also.commented\r\n"
-    "SERVERNAME=db1\r\n"
-    "servername=ignored-second\r\n"
-    "Options = a=b;c=d\r\n"
-    "no equals sign here\r\n"
-    "= value without key\r\n"
-    "[salesX]\r\n"
-    "Servername = wrong-section\r\n"
-    "[ Sales ]\r\n"
-    "Port = 5432\r\n"
-    "[broken\r\n"
-    "Servername = in-broken-header\r\n"
-    "[Empty]\r\n";
-
-TEST(OdbcIniSection, ReadsOneSectionIgnoringCaseCommentsAndBlanks) {
-  const std::map<std::string, std::string> sales = OdbcIniSection(kIni, "SALES");
-  const std::map<std::string, std::string> expected = {
-      {"driver", "PostgreSQL Unicode"},
-      {"servername", "db1"},
-      {"options", "a=b;c=d"},
-      {"port", "5432"},
-  };
-  EXPECT_EQ(sales, expected);
-  EXPECT_EQ(OdbcIniSection(kIni, "salesx"),
-            (std::map<std::string, std::string>{{"servername", "wrong-section"}}));
-  EXPECT_EQ(OdbcIniSection(kIni, "ODBC Data Sources"),
-            (std::map<std::string, std::string>{{"sales", "PostgreSQL"}}));
-  for (const char* absent : {"Empty", "broken", "sale", "", "Orphan"}) {
-    EXPECT_TRUE(OdbcIniSection(kIni, absent).empty()) << absent;
-  }
-  EXPECT_TRUE(OdbcIniSection("", "sales").empty());
-}
-
 TEST(DataSourceLocation, TakesTheFirstFileThatLocatesTheSourceAndServerFromDsnItsHost) {
   TempDir dir;
+  // Sections and keys in any case, comments, blanks, lines without "=", the first of a repeated
+  // key, a section named again later, and a broken header that starts no section.
   const std::string user = dir.Write("user.ini",
-                                     "[pg]\nDriver=PostgreSQL\nDatabase=sales\nServername=db1\n"
+                                     "Orphan = before any section\r\n"
+                                     "[PG]\r\n# Servername = commented.out\r\n"
+                                     "  ; Server = also.commented\r\nno equals sign here\r\n"
+                                     "  SERVERNAME  =  db1  \r\nservername=ignored-second\r\n"
                                      "[nothing]\nDriver=x\nDatabase=plainname\n"
                                      "[sqlite]\nDatabase=/home/Me/Cat.db\nServer=ignored\n"
-                                     "[bare]\nDBQ=\\\\fs9\n");
+                                     "[bare]\nDBQ=\\\\fs9\n"
+                                     "[ pgx ]\nServer=trimmed\n[broken\nServername=in-broken\n");
   const std::string system = dir.Write("system.ini",
                                        "[pg]\nServer=shadowed\n"
                                        "[nothing]\nServer=fallback\n"
@@ -80,7 +43,8 @@ TEST(DataSourceLocation, TakesTheFirstFileThatLocatesTheSourceAndServerFromDsnIt
                                                        {"dir", "\\\\NAS\\DIR"},
                                                        {"server", "\\\\DB2.CORP\\"},
                                                        {"localdir", "/data/Catalogs"},
-                                                       {"absent", ""},
+                                                       {"pgx", "\\\\TRIMMED\\"},
+                                                       {"broken", ""},
                                                        {"pg;UID=x", ""}};
   for (const auto& [name, location] : cases) {
     EXPECT_EQ(DataSourceLocation(name, paths), location) << name;

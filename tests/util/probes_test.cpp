@@ -23,11 +23,8 @@ TEST(ServerFromPath, CutsUncTextAfterTheHostAndAnswersEmptyForLocalPaths) {
                                                        {"/proc/version", ""},
                                                        {"/proc/self/../version", ""}};
   for (const auto& [path, server] : cases) EXPECT_EQ(ServerFromPath(path), server) << path;
-  for (const char* path : {"\\\\server", "\\\\"}) {
-    const AutomationError error = ErrorOf([&] { ServerFromPath(path); });
-    EXPECT_EQ(error.number(), err::kInvalidProcedureCall) << path;
-    EXPECT_EQ(error.source(), "clipcat") << path;
-  }
+  for (const char* path : {"\\\\server", "\\\\"})
+    EXPECT_EQ(RaisedNumber([&] { ServerFromPath(path); }), err::kInvalidProcedureCall) << path;
 }
 
 constexpr const char* kMounts =
@@ -38,12 +35,11 @@ constexpr const char* kMounts =
     "43 41 0:38 / /mnt/nfs/local rw - tmpfs tmpfs rw\n";
 
 TEST(RemoteNameOfDrive, NamesTheHostOfTheMountHoldingThePath) {
-  struct Case {
+  const struct {
     const char* device;
     const char* cwd;
     const char* host;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"/mnt/share one/cat.db", "/", "\\\\fs1"},
       {"/mnt/share", "/", ""},
       {"cat.db", "/mnt/nfs/dir", "\\\\nas"},
@@ -53,7 +49,7 @@ TEST(RemoteNameOfDrive, NamesTheHostOfTheMountHoldingThePath) {
       {"H:", "/mnt/nfs", "\\\\nas"},
       {"", "/mnt/nfs", ""},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EQ(RemoteNameOfDrive(c.device, kMounts, c.cwd), c.host) << c.device << " in " << c.cwd;
   }
   EXPECT_EQ(RemoteNameOfDrive("/mnt/nfs/x", "", "/"), "");
