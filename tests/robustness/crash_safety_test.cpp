@@ -20,7 +20,6 @@
 #include <map>
 #include <new>
 #include <random>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -40,7 +39,7 @@ constexpr long kCalibrationOps = 60;  // operations of the first writer, which i
 constexpr uint64_t kDefaultSeed = 0x5eed'2002'0403ULL;
 // Above this many clippings the writer deletes more than it adds, so that the catalog, and the
 // time each check takes, stay small.
-constexpr size_t kManyClippings = 60;
+constexpr int64_t kManyClippings = 60;
 const char* const kRoot = "1";
 
 // The data items of the clipping whose description holds `token`: one to three, now and then one
@@ -63,51 +62,54 @@ bool TokenOf(const std::string& description, uint64_t& token) {
   return std::to_string(token) == description;
 }
 
-// What the catalog holds, as the writer needs to know it to pick its next step.
-struct CatalogState {
-  std::vector<std::string> active;   // clippings not marked deleted
-  std::vector<std::string> deleted;  // clippings marked deleted
-  std::vector<std::string> categories;
-  std::set<std::pair<std::string, std::string>> memberships;  // (clipping, category)
-};
+// What a step may work on, read from the catalog before each step: clippings not marked deleted,
+// clippings marked deleted, categories, memberships, and pairs of clipping and category that are
+// not yet one.
+const char* const kActive = "SELECT lClippingID FROM Clipping WHERE iClippingStatus IS NOT 4";
+const char* const kMarked = "SELECT lClippingID FROM Clipping WHERE iClippingStatus = 4";
+const char* const kCategories = "SELECT lGroupClippingID FROM GroupClipping";
+const char* const kMemberships = "SELECT lClippingId, lGroupClippingId FROM ClippingGroupClipping";
+const char* const kNotMembers =
+    "SELECT c.lClippingID, g.lGroupClippingID FROM Clipping c, GroupClipping g WHERE "
+    "c.iClippingStatus IS NOT 4 AND NOT EXISTS (SELECT 1 FROM ClippingGroupClipping m WHERE "
+    "m.lClippingId = c.lClippingID AND m.lGroupClippingId = g.lGroupClippingID)";
 
-CatalogState ReadState(const std::string& path) {
-  CatalogState state;
-  RawCatalog raw(path);
-  for (const auto& row : raw.Rows("SELECT lClippingID, iClippingStatus FROM Clipping")) {
-    (row[1] == "4" ? state.deleted : state.active).push_back(row[0]);
-  }
-  for (const auto& row : raw.Rows("SELECT lGroupClippingID FROM GroupClipping")) {
-    state.categories.push_back(row[0]);
-  }
-  for (const auto& row : raw.Rows("SELECT lClippingId, lGroupClippingId FROM "
-                                  "ClippingGroupClipping")) {
-    state.memberships.emplace(row[0], row[1]);
-  }
-  return state;
-}
-
-// A writer's services and what it knows of the catalog; the operations below work through it.
+// A writer's services and its own view of the catalog; the operations below work through it.
 struct Writer {
   std::mt19937_64 rng;
-  CatalogState state;
   std::shared_ptr<ConnectionDetails> details;
+  RawCatalog raw;
   ClippingDataRead read;
   ClippingDataWrite write;
 
-  std::string Pick(const std::vector<std::string>& list) { return list[rng() % list.size()]; }
+  // A random row of `sql`, every row when `all`; none when there are none.
+  std::vector<std::vector<std::string>> Pick(const std::string& sql, bool all = false) {
+    auto rows = raw.Rows(sql);
+    std::shuffle(rows.begin(), rows.end(), rng);
+    if (!all && rows.size() > 1) rows.resize(1);
+    return rows;
+  }
+  std::string PickOne(const std::string& sql) {
+    const auto rows = Pick(sql);
+    return rows.empty() ? "" : rows[0][0];
+  }
   std::string FreshName(const char* prefix) { return prefix + std::to_string(rng()); }
   // New data items for `clipping`, and the description that says what they are.
-  void Fill(Clipping& clipping) {
+  const std::shared_ptr<Clipping>& Fill(const std::shared_ptr<Clipping>& clipping) {
     const uint64_t token = rng() >> 1;
-    clipping.SetDescription(std::to_string(token));
-    clipping.SetClippingData(NewClipping("", "", ItemsFor(token))->ClippingData());
+    clipping->SetDescription(std::to_string(token));
+    clipping->SetClippingData(NewClipping("", "", ItemsFor(token))->ClippingData());
+    return clipping;
   }
-  // Forgets the clipping `id` and its memberships. (Categories draw keys of their own.)
-  void Forget(const std::string& id) {
-    std::erase(state.active, id);
-    std::erase(state.deleted, id);
-    std::erase_if(state.memberships, [&](const auto& m) { return m.first == id; });
+  // Gives a clipping new data items, or only a new name.
+  void Update(bool with_data) {
+    auto clipping = read.GetClipping(PickOne(kActive), details, false);
+    if (with_data) {
+      Fill(clipping);
+    } else {
+      clipping->SetName(FreshName("r"));
+    }
+    write.UpdateClipping(clipping, details, with_data);
   }
 };
 
@@ -122,91 +124,53 @@ struct Op {
   void (*run)(Writer&);
 };
 const Op kOps[] = {
-    {"open", kGroups, 0, [](Writer&) {}},
+    {"open or choose", kGroups, 0, [](Writer&) {}},
     {"add", kAddWork, 30,
      [](Writer& w) {
-       auto clipping = NewClipping(w.FreshName("c"), "", {});
-       w.Fill(*clipping);
-       w.state.active.push_back(w.write.AddClipping(clipping, kRoot, w.details)->ID());
+       w.write.AddClipping(w.Fill(NewClipping(w.FreshName("c"), "", {})), kRoot, w.details);
      }},
-    {"update with data", kUpdateWork, 12,
-     [](Writer& w) {
-       auto clipping = w.read.GetClipping(w.Pick(w.state.active), w.details, false);
-       w.Fill(*clipping);
-       w.write.UpdateClipping(clipping, w.details, true);
-     }},
-    {"rename", kUpdateWork, 6,
-     [](Writer& w) {
-       auto clipping = w.read.GetClipping(w.Pick(w.state.active), w.details, false);
-       clipping->SetName(w.FreshName("r"));
-       w.write.UpdateClipping(clipping, w.details, false);
-     }},
+    {"update with data", kUpdateWork, 12, [](Writer& w) { w.Update(true); }},
+    {"rename", kUpdateWork, 6, [](Writer& w) { w.Update(false); }},
     {"mark delete", kDeleteWork, 6,
-     [](Writer& w) {
-       const std::string id = w.Pick(w.state.active);
-       w.write.DeleteClipping(id, w.details, false);
-       w.Forget(id);
-       w.state.deleted.push_back(id);
-     }},
+     [](Writer& w) { w.write.DeleteClipping(w.PickOne(kActive), w.details, false); }},
     {"delete", kDeleteWork, 10,
      [](Writer& w) {
-       const bool marked = !w.state.deleted.empty() && w.rng() % 3 == 0;
-       const std::string id = w.Pick(marked ? w.state.deleted : w.state.active);
-       w.write.DeleteClipping(id, w.details, true);
-       w.Forget(id);
+       // Now and then one marked deleted before.
+       const std::string marked = w.rng() % 3 == 0 ? w.PickOne(kMarked) : "";
+       w.write.DeleteClipping(marked.empty() ? w.PickOne(kActive) : marked, w.details, true);
      }},
     {"add category", kCategoryWork, 5,
-     [](Writer& w) {
-       const auto category = NewCategory(w.FreshName("k"));
-       w.state.categories.push_back(w.write.AddCategory(category, kRoot, w.details)->ID());
-     }},
+     [](Writer& w) { w.write.AddCategory(NewCategory(w.FreshName("k")), kRoot, w.details); }},
     {"delete category", kCategoryWork, 2,
-     [](Writer& w) {
-       const std::string id = w.Pick(w.state.categories);
-       w.write.DeleteCategory(id, w.details);
-       std::erase(w.state.categories, id);
-       std::erase_if(w.state.memberships, [&](const auto& m) { return m.second == id; });
-     }},
+     [](Writer& w) { w.write.DeleteCategory(w.PickOne(kCategories), w.details); }},
     {"tag", kCategoryWork, 10,
      [](Writer& w) {
-       const std::string clipping = w.Pick(w.state.active);
-       const auto membership = std::pair(clipping, w.Pick(w.state.categories));
-       if (w.state.memberships.count(membership)) return;
-       w.write.AddClippingToCategory(membership.first, membership.second, w.details);
-       w.state.memberships.insert(membership);
+       for (const auto& pair : w.Pick(kNotMembers)) {
+         w.write.AddClippingToCategory(pair[0], pair[1], w.details);
+       }
      }},
     {"tag with many", kCategoryWork, 5,
      [](Writer& w) {
-       const std::string clipping = w.Pick(w.state.active);
+       const std::string clipping = w.PickOne(kActive);
+       auto rows = w.Pick(std::string(kNotMembers) + " AND c.lClippingID = " + clipping, true);
        auto categories = Categories::Create();
-       std::set<std::string> chosen;
-       for (int i = 0; i < 3; ++i) {
-         const std::string category = w.Pick(w.state.categories);
-         if (!w.state.memberships.count({clipping, category}) && chosen.insert(category).second) {
-           categories->AddCategory(NewCategory("", category));
-         }
+       for (size_t i = 0; i < rows.size() && i < 3; ++i) {
+         categories->AddCategory(NewCategory("", rows[i][1]));
        }
        w.write.AddClippingToCategories(clipping, categories, w.details);
-       for (const std::string& category : chosen) w.state.memberships.emplace(clipping, category);
      }},
     {"untag", kCategoryWork, 5,
      [](Writer& w) {
-       if (w.state.memberships.empty()) return;
-       auto it = w.state.memberships.begin();
-       std::advance(it, static_cast<long>(w.rng() % w.state.memberships.size()));
-       w.write.DeleteClippingFromCategory(it->first, it->second, w.details);
-       w.state.memberships.erase(it);
+       for (const auto& pair : w.Pick(kMemberships)) {
+         w.write.DeleteClippingFromCategory(pair[0], pair[1], w.details);
+       }
      }},
     {"untag all", kCategoryWork, 3,
-     [](Writer& w) {
-       const std::string id = w.Pick(w.state.active);
-       w.write.DeleteAllCategoriesFromClipping(id, w.details);
-       std::erase_if(w.state.memberships, [&](const auto& m) { return m.first == id; });
-     }},
+     [](Writer& w) { w.write.DeleteAllCategoriesFromClipping(w.PickOne(kActive), w.details); }},
 };
 constexpr int kOpCount = std::size(kOps);
 // Positions in kOps of the steps the writer falls back on.
-constexpr int kOpen = 0, kAdd = 1, kDeleteForGood = 5, kAddCategory = 6;
+constexpr int kBetween = 0, kAdd = 1, kDeleteForGood = 5, kAddCategory = 6;
 
 // Shared with the writer: what it is doing.
 struct Progress {
@@ -214,26 +178,28 @@ struct Progress {
   std::atomic<int> ops_done;
 };
 
-// The writer: opens the catalog, says so on `ready_fd` (when there is one), then works until it
-// is killed or has completed `max_ops` operations (0 for no limit). Raises what a call raises.
+// The writer: opens the catalog and chooses its first step, says so on `ready_fd` (when there is
+// one), then works until it is killed or has completed `max_ops` operations (0 for no limit).
+// Raises what a call raises.
 void RunWriter(const std::string& path, uint64_t seed, int ready_fd, Progress& progress,
                long max_ops = 0) {
-  progress.op = kOpen;
-  Writer w{std::mt19937_64(seed), ReadState(path), FileDetails(path), {}, {}};
+  progress.op = kBetween;
+  Writer w{std::mt19937_64(seed), FileDetails(path), RawCatalog(path), {}, {}};
   std::vector<int> weights;
   for (const Op& op : kOps) weights.push_back(op.weight);
   std::discrete_distribution<int> choose(weights.begin(), weights.end());
   w.read.GetFolder(kRoot, w.details);
-  const char ready = 'R';
-  if (ready_fd >= 0 && ::write(ready_fd, &ready, 1) != 1) return;
   for (long done = 0; max_ops == 0 || done < max_ops; ++done) {
+    progress.op = kBetween;
     int op = choose(w.rng);
-    if (w.state.active.size() + w.state.deleted.size() > kManyClippings && w.rng() % 2 == 0) {
+    if (w.raw.Count("SELECT count(*) FROM Clipping") > kManyClippings && w.rng() % 2 == 0) {
       op = kDeleteForGood;
     }
-    if (w.state.active.empty() && op != kAddCategory) op = kAdd;
-    if (w.state.categories.empty() && kOps[op].group == kCategoryWork) op = kAddCategory;
+    if (w.raw.Rows(kActive).empty() && op != kAddCategory) op = kAdd;
+    if (w.raw.Rows(kCategories).empty() && kOps[op].group == kCategoryWork) op = kAddCategory;
     progress.op = op;
+    const char ready = 'R';  // once the first step is chosen, so that kills land in steps
+    if (done == 0 && ready_fd >= 0 && ::write(ready_fd, &ready, 1) != 1) return;
     kOps[op].run(w);
     ++progress.ops_done;
   }
@@ -319,7 +285,7 @@ TEST(CrashSafety, WriterKilledAtRandomMomentsLeavesACatalogTheNextWriterCanUse) 
     const uint64_t writer_seed = rng();
     const auto delay = std::chrono::microseconds(static_cast<int64_t>(std::exp(
         std::uniform_real_distribution<double>(std::log(20.0), std::log(longest_delay_us))(rng))));
-    progress->op = kOpen;
+    progress->op = kBetween;
     progress->ops_done = 0;
     Pipe ready;
     const pid_t writer = StartChild([&] {

@@ -62,6 +62,12 @@ struct Baseline {
   // The rows of each working file before any call (normalized), and its bytes, by file.
   std::map<std::string, CatalogDump> saved;
   std::map<std::string, std::string> saved_bytes;
+
+  // Puts the saved file back over a working file that a call changed.
+  void Restore(const std::string& path) const {
+    for (const char* log : {"-wal", "-shm", "-journal"}) std::filesystem::remove(path + log);
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << saved_bytes.at(path);
+  }
 };
 
 std::string Lower(std::string text) {
@@ -97,28 +103,15 @@ std::string BytesOf(const std::string& path) {
   return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-// The file every call starts from, copied over a working file that a call changed.
-std::string Saved(const std::string& path) { return path + ".saved"; }
-
-void Restore(const std::string& path) {
-  for (const char* log : {"-wal", "-shm", "-journal"}) std::filesystem::remove(path + log);
-  if (std::filesystem::exists(Saved(path))) {
-    std::filesystem::copy_file(Saved(path), path,
-                               std::filesystem::copy_options::overwrite_existing);
-  }
-}
-
 // Builds the catalogs: a personal catalog with folders Letters and Old, three clippings, three
 // categories, one history entry and a linked catalog "Shared" holding a folder and a clipping;
 // and a spare catalog, not linked, for the members that link one.
 Baseline BuildBaseline(const ScratchDir& dir) {
   Baseline b;
-  b.personal = dir.File("personal.db");
-  b.linked = dir.File("linked.db");
-  b.spare = dir.File("spare.db");
-  CreateCatalog(b.personal, "Personal");
-  CreateCatalog(b.linked, "Shared root");
-  CreateCatalog(b.spare, "Spare");
+  for (auto [path, name] :
+       {std::pair{&b.personal, "Personal"}, {&b.linked, "Shared root"}, {&b.spare, "Spare"}}) {
+    CreateCatalog(*path = dir.File(name), name);
+  }
   const auto personal = FileDetails(b.personal);
   {
     ClippingDataWrite write;
@@ -180,11 +173,8 @@ Baseline BuildBaseline(const ScratchDir& dir) {
   }
   ReleaseAccessManager();
   for (const std::string* path : {&b.personal, &b.linked, &b.spare}) {
-    Restore(*path);
-    std::filesystem::copy_file(*path, Saved(*path));
     b.saved[*path] = DumpOf(*path);
-    b.saved_bytes[*path] = BytesOf(Saved(*path));
-    Restore(*path);
+    b.saved_bytes[*path] = BytesOf(*path);
   }
   return b;
 }
@@ -438,7 +428,7 @@ Outcome Call(const Baseline& b, const char* progid, const MemberInfo& member, co
       out.dumps[*path] = b.saved.at(*path);
     } else {
       out.dumps[*path] = DumpOf(*path);
-      Restore(*path);
+      b.Restore(*path);
     }
   }
   return out;
@@ -496,14 +486,12 @@ int SweepMember(const Baseline& b, const char* progid, const MemberInfo& member,
       const Outcome o = Call(b, progid, member, slot, value.text);
       calls += o.called ? 1 : 0;
       if (!o.clear) report << what << ": unclear error " << o.error << std::endl;
-      if (o.transaction_open)
-        report << what << ": left a transaction open " << o.error << std::endl;
+      if (o.transaction_open) report << what << ": left a transaction open" << std::endl;
       if (o.failed) {
         for (const auto& [file, dump] : o.dumps) {
           const std::string changed = DescribeDifference(b.saved.at(file), dump);
           if (!changed.empty()) {
-            report << what << ": failed with " << o.error << " but changed " << file << ": "
-                   << changed << std::endl;
+            report << what << ": failed, but changed " << file << ": " << changed << std::endl;
           }
         }
         continue;
@@ -531,9 +519,9 @@ int SweepMember(const Baseline& b, const char* progid, const MemberInfo& member,
       }
       std::string mismatch;
       for (const std::string& unknown : unknowns) {
-        if (!with_unknown.count(unknown))
-          with_unknown[unknown] = Call(b, progid, member, slot, unknown);
-        const std::string difference = Mismatch(o, value.text, unknown, with_unknown[unknown]);
+        auto [known, fresh] = with_unknown.try_emplace(unknown);
+        if (fresh) known->second = Call(b, progid, member, slot, unknown);
+        const std::string difference = Mismatch(o, value.text, unknown, known->second);
         if (difference.empty()) {
           mismatch.clear();
           break;

@@ -58,18 +58,28 @@ std::string TaggedCell(sqlite3_stmt* stmt, int column) {
   }
 }
 
-// Runs `sql` on `db` and hands each row to `row`.
-template <typename Row>
-void ForEachRow(sqlite3* db, const std::string& sql, Row&& row) {
+// Every row of `sql` on `db`, each value as `cell` gives it; the column names into `columns`.
+template <typename Cell>
+std::vector<std::vector<std::string>> Query(sqlite3* db, const std::string& sql, Cell cell,
+                                            std::vector<std::string>* columns = nullptr) {
   sqlite3_stmt* stmt = nullptr;
   if (sqlite3_prepare_v2(db, sql.c_str(), static_cast<int>(sql.size()), &stmt, nullptr) !=
       SQLITE_OK) {
     Fail(db, "prepare " + sql);
   }
+  const int count = sqlite3_column_count(stmt);
+  for (int i = 0; columns != nullptr && i < count; ++i) {
+    columns->emplace_back(sqlite3_column_name(stmt, i));
+  }
+  std::vector<std::vector<std::string>> rows;
   int rc = SQLITE_OK;
-  while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) row(stmt);
+  while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+    rows.emplace_back();
+    for (int i = 0; i < count; ++i) rows.back().push_back(cell(stmt, i));
+  }
   sqlite3_finalize(stmt);
   if (rc != SQLITE_DONE) Fail(db, "step " + sql);
+  return rows;
 }
 
 std::string JoinRow(const std::vector<std::string>& row) {
@@ -127,13 +137,7 @@ RawCatalog::RawCatalog(const std::string& path, bool read_only) {
 RawCatalog::~RawCatalog() { sqlite3_close_v2(db_); }
 
 std::vector<std::vector<std::string>> RawCatalog::Rows(const std::string& sql) {
-  std::vector<std::vector<std::string>> rows;
-  ForEachRow(db_, sql, [&](sqlite3_stmt* stmt) {
-    std::vector<std::string> row;
-    for (int i = 0; i < sqlite3_column_count(stmt); ++i) row.push_back(CellText(stmt, i));
-    rows.push_back(std::move(row));
-  });
-  return rows;
+  return Query(db_, sql, CellText);
 }
 
 CatalogDump RawCatalog::Dump() {
@@ -144,14 +148,7 @@ CatalogDump RawCatalog::Dump() {
   }
   for (const std::string& table : tables) {
     TableDump& out = dump[table];
-    ForEachRow(db_, "SELECT * FROM \"" + table + "\"", [&](sqlite3_stmt* stmt) {
-      std::vector<std::string> row;
-      for (int i = 0; i < sqlite3_column_count(stmt); ++i) {
-        if (out.rows.empty()) out.columns.emplace_back(sqlite3_column_name(stmt, i));
-        row.push_back(TaggedCell(stmt, i));
-      }
-      out.rows.push_back(std::move(row));
-    });
+    out.rows = Query(db_, "SELECT * FROM \"" + table + "\"", TaggedCell, &out.columns);
     std::sort(out.rows.begin(), out.rows.end());
   }
   return dump;
@@ -159,16 +156,11 @@ CatalogDump RawCatalog::Dump() {
 
 bool RawCatalog::WriteLockIsFree() {
   sqlite3_busy_timeout(db_, 0);
-  const int rc = sqlite3_exec(db_, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+  const int rc = sqlite3_exec(db_, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) & 0xff;
   sqlite3_busy_timeout(db_, 10'000);
-  if (rc == SQLITE_OK) {
-    if (sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr) != SQLITE_OK) {
-      Fail(db_, "ROLLBACK");
-    }
-    return true;
-  }
-  if ((rc & 0xff) == SQLITE_BUSY || (rc & 0xff) == SQLITE_LOCKED) return false;
-  Fail(db_, "BEGIN IMMEDIATE");
+  if (rc != SQLITE_OK && rc != SQLITE_BUSY && rc != SQLITE_LOCKED) Fail(db_, "BEGIN IMMEDIATE");
+  if (rc == SQLITE_OK) Rows("ROLLBACK");
+  return rc == SQLITE_OK;
 }
 
 RawServerCatalog::RawServerCatalog(const std::string& conninfo)

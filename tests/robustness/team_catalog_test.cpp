@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <set>
 #include <string>
 #include <thread>
@@ -158,7 +157,8 @@ TEST(TeamCatalog, TwoUsersLinkingOneServerCatalogSeeEachOthersWorkAndLoseNothing
     }
   }
 
-  // The team catalog itself holds every clipping once, with its item and both memberships.
+  // The team catalog itself holds every clipping once, with its item and both memberships (their
+  // content each user has checked for the other's).
   RawServerCatalog raw(server->Conninfo(database));
   EXPECT_EQ(raw.Count("SELECT count(*) FROM Clipping"), kUsers * kClippingsPerUser);
   EXPECT_EQ(raw.Count("SELECT count(DISTINCT sName) FROM Clipping"), kUsers * kClippingsPerUser);
@@ -166,19 +166,6 @@ TEST(TeamCatalog, TwoUsersLinkingOneServerCatalogSeeEachOthersWorkAndLoseNothing
   EXPECT_EQ(raw.Count("SELECT count(*) FROM ClippingGroupClipping"),
             2 * kUsers * kClippingsPerUser);
   ExpectNoLeftovers(raw);
-  std::map<std::string, ItemSet> content;
-  for (const auto& clipping : ClippingDataRead()
-                                  .GetClippingsForFolderAndChildFolders("1", "True", team)
-                                  ->Items()
-                                  ->Snapshot()) {
-    content[clipping->Name()] = ItemsOf(*clipping);
-  }
-  for (int user = 0; user < kUsers; ++user) {
-    for (int i = 0; i < kClippingsPerUser; ++i) {
-      EXPECT_TRUE(content[Prefix(user) + std::to_string(i)] == ItemsFor(user, i))
-          << user << " " << i;
-    }
-  }
   ReleaseAccessManager();
   std::printf(
       "[ measured ] %d users x %d clippings on one team catalog in %.2f s; while both were at "
