@@ -1,5 +1,4 @@
-// Helpers shared by the automation tests: objects by ProgID and their member tables. Stateless;
-// registration runs once.
+// Helpers shared by the automation tests: objects by ProgID and their member tables. Stateless.
 #pragma once
 
 #include <gtest/gtest.h>

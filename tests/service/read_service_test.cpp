@@ -35,8 +35,9 @@ TEST_F(ReadService, PlainIdsReadThePersonalCatalogAndTaggedIdsTheirOwn) {
           << id;
     }
   }
-  // Missing folders raise 91; so does a catalog that is not linked.
-  for (const std::string& id : {std::string("999999"), l_.a.Item("999999"), std::string("P999C2")})
+  // Missing folders raise 91; so do catalogs that are not linked or ids naming none.
+  for (const std::string& id : {std::string("999999"), l_.a.Item("999999"), std::string("P999C2"),
+                                std::string("PC1"), std::string("XP1C2")})
     EXPECT_EQ(RaisedNumber([&] { read_.GetFolder(id, personal_); }), err::kObjectVariableNotSet);
 }
 
