@@ -1,5 +1,5 @@
-// Helpers shared by the entity tests: raised error numbers, XML round trips, "now" checks and the
-// texts that break naive escaping. Stateless; safe from any thread.
+// Helpers shared by the entity tests: XML round trips, "now" checks and the texts that break naive
+// escaping. Stateless; safe from any thread.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -9,10 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "util/date.h"
 #include "util/date_locale.h"
 #include "util/error_of.h"
-#include "util/errors.h"
 #include "util/values.h"
 
 namespace clipcat::test {

@@ -8,26 +8,6 @@ namespace {
 using test::RaisedNumber;
 using test::Texts;
 
-TEST(XmlIo, CarriableTextIsWrittenAndReadBackByteForByte) {
-  // Every allowed range at its edges, then texts that only exact escaping keeps.
-  Texts values = test::kHardTexts;
-  values.insert(values.end(),
-                {"\t", "\n", "\r", " ", "~\x7F", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80",
-                 "\xED\x9F\xBF", "\xEE\x80\x80", "\xEF\xBF\xBD", "\xF0\x90\x80\x80",
-                 "\xF4\x8F\xBF\xBF", "\r\n", "\n\r", "  lead and trail  ", "a<b>&c"});
-  for (const std::string& value : values) {
-    EXPECT_TRUE(IsXmlText(value)) << ::testing::PrintToString(value);
-    pugi::xml_document document;
-    pugi::xml_node element = document.append_child("e");
-    SetTextAttribute(element, "a", value);
-    SetTextContent(element, value);
-    pugi::xml_document parsed;
-    const pugi::xml_node root = LoadRoot(parsed, Print(element), "e");
-    EXPECT_EQ(ReadText(root, "a"), value) << Print(element);
-    EXPECT_EQ(TextContent(root), value) << Print(element);
-  }
-}
-
 TEST(XmlIo, UncarriableTextIsRefusedBeforeAnythingIsWritten) {
   // Every control character but the layout ones, and bytes that are not shortest-form UTF-8 of
   // a character XML allows.

@@ -14,20 +14,12 @@
 #include <type_traits>
 #include <vector>
 
-#include "entities/category.h"
-#include "entities/clipping.h"
-#include "entities/connection_details.h"
-#include "entities/folder.h"
-#include "entities/search.h"
-#include "service/clipping_access_manager.h"
 #include "service/clipping_data_read.h"
 #include "service/clipping_data_write.h"
 #include "service/connection_handler.h"
 #include "store/catalog_schema.h"
 #include "store/connection_string.h"
-#include "store/data_access.h"
 #include "util/error_of.h"
-#include "util/errors.h"
 #include "util/temp_dir.h"
 
 namespace clipcat::service_test {
@@ -69,16 +61,15 @@ inline std::shared_ptr<Search> NewSearch(const std::string& text, const Ids& fol
 
 // The ids (or names) of the items of a Folders, Clippings or Categories list, in order.
 template <typename L>
-Ids IdsOf(const std::shared_ptr<L>& list) {
+Ids IdsOf(const std::shared_ptr<L>& list, bool names = false) {
   Ids ids;
-  for (const auto& item : list->Items()->Snapshot()) ids.push_back(item->ID());
+  for (const auto& item : list->Items()->Snapshot())
+    ids.push_back(names ? item->Name() : item->ID());
   return ids;
 }
 template <typename L>
 Ids NamesOf(const std::shared_ptr<L>& list) {
-  Ids names;
-  for (const auto& item : list->Items()->Snapshot()) names.push_back(item->Name());
-  return names;
+  return IdsOf(list, true);
 }
 inline Ids Sorted(Ids texts) {
   std::sort(texts.begin(), texts.end());
@@ -116,16 +107,11 @@ class ServiceFixture : public ::testing::Test {
     return path;
   }
 
-  // Links the catalog at `path` into the personal catalog as the linked folder `name`.
-  std::shared_ptr<Folder> Link(const std::string& path, const std::string& name) {
-    return write_.AddLinkedFolder(FileDetails(path), name, personal_);
-  }
-
   // Creates a file catalog (root `root_name`) in `folder` and links it as `link_name`.
   LinkedCatalog AddLinkedCatalog(const std::string& folder, const std::string& root_name,
                                  const std::string& link_name) {
     const std::string path = NewCatalog(folder, root_name);
-    const auto linked = Link(path, link_name);
+    const auto linked = write_.AddLinkedFolder(FileDetails(path), link_name, personal_);
     EXPECT_GT(linked->ExternalCatalogID(), 0);
     return {folder, path, linked, linked->ExternalCatalogID()};
   }

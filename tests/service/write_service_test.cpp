@@ -61,12 +61,6 @@ TEST_F(WriteService, UpdateFolderOfALinkedCatalogsRootChangesTheLinkingFolder) {
   EXPECT_EQ(RaisedNumber([&] { write_.UpdateFolder(root, personal_, true); }),
             err::kFolderNameNotUnique);
   EXPECT_EQ(personal_direct_->GetFolder(l_.a.linked->ID())->Name(), "Team");
-  // Any other folder changes in its own catalog, not the personal one of the same local key.
-  const auto shared = read_.GetFolder(l_.shared, personal_);
-  shared->SetName("Common");
-  write_.UpdateFolder(shared, personal_);
-  EXPECT_EQ(a_->GetFolder(InA(l_.shared))->Name(), "Common");
-  EXPECT_EQ(personal_direct_->GetFolder(InA(l_.shared))->Name(), "Letters");
 }
 
 TEST_F(WriteService, DeleteLinkedFolderRemovesFolderAndRecordAndReleasesTheCatalog) {
@@ -95,6 +89,11 @@ TEST_F(WriteService, WritesOfTaggedItemsChangeTheirOwnCatalogOnly) {
   top->ClippingData()->Item(1)->SetRawData("revised");
   write_.UpdateClipping(top, personal_, true);
   EXPECT_EQ(a_->GetClipping(InA(l_.top_note), true)->ClippingData()->Item(1)->RawData(), "revised");
+  const auto shared = read_.GetFolder(l_.shared, personal_);
+  shared->SetName("Common");
+  write_.UpdateFolder(shared, personal_);
+  EXPECT_EQ(a_->GetFolder(InA(l_.shared))->Name(), "Common");
+  EXPECT_EQ(personal_direct_->GetFolder(InA(l_.shared))->Name(), "Letters");
   const auto urgent = write_.AddCategory(Named<Category>("Urgent"), l_.deeper, personal_);
   write_.AddClippingToCategory(l_.deep_note, urgent->ID(), personal_);
   EXPECT_EQ(NamesOf(a_->GetCategoriesForClipping(InA(l_.deep_note))), Ids{"Urgent"});
