@@ -56,41 +56,31 @@ TEST_F(ConnectionHandler, DestroyingAnyServiceObjectDropsTheThreadsManager) {
 }
 
 TEST_F(ConnectionHandler, EachThreadHasAManagerOfItsOwn) {
-  const std::string path_a = NewCatalog("a", "Thread A");
-  const std::string path_b = NewCatalog("b", "Thread B");
   const auto main_manager = GetAccessManager(personal_);
-
   // Both threads hold their managers at the same time, so distinct addresses mean distinct
   // managers; each thread's service calls reach its own catalog.
   std::latch both_hold(2);
   std::latch checked(1);
   ClippingAccessManager* seen[2] = {nullptr, nullptr};
   std::string root_names[2];
-  bool same_on_second_call[2] = {false, false};
   auto body = [&](int i, const std::string& path) {
-    const auto details = FileDetails(path);
-    const auto mine = GetAccessManager(details);
-    seen[i] = mine.get();
-    same_on_second_call[i] = GetAccessManager(personal_) == mine;
-    ClippingDataRead read;
-    root_names[i] = read.GetPersonalCatalogRootFolder(personal_)->Name();
+    const auto mine = GetAccessManager(FileDetails(path));
+    seen[i] = GetAccessManager(personal_) == mine ? mine.get() : nullptr;
+    root_names[i] = ClippingDataRead().GetPersonalCatalogRootFolder(personal_)->Name();
     both_hold.count_down();
     checked.wait();
   };
-  std::thread a(body, 0, path_a);
-  std::thread b(body, 1, path_b);
+  std::thread a(body, 0, NewCatalog("a", "Thread A"));
+  std::thread b(body, 1, NewCatalog("b", "Thread B"));
   both_hold.wait();
-  EXPECT_NE(seen[0], seen[1]);
-  EXPECT_NE(seen[0], main_manager.get());
-  EXPECT_NE(seen[1], main_manager.get());
+  EXPECT_TRUE(seen[0] && seen[1] && seen[0] != seen[1]);
+  EXPECT_TRUE(seen[0] != main_manager.get() && seen[1] != main_manager.get());
   checked.count_down();
   a.join();
   b.join();
-  EXPECT_TRUE(same_on_second_call[0] && same_on_second_call[1]);
-  EXPECT_EQ(root_names[0], "Thread A");
-  EXPECT_EQ(root_names[1], "Thread B");
+  EXPECT_EQ(root_names[0] + "|" + root_names[1], "Thread A|Thread B");
   // The threads' work left this thread's manager as it was.
-  EXPECT_EQ(GetAccessManager(FileDetails(path_a)), main_manager);
+  EXPECT_EQ(GetAccessManager(personal_), main_manager);
   EXPECT_EQ(read_.GetPersonalCatalogRootFolder(personal_)->Name(), "Personal");
 }
 
