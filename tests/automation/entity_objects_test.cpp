@@ -71,18 +71,6 @@ TEST(EntityObjects, EveryClassIsCreatableAndListsItsMembersWithOnlyClientSetters
   }
 }
 
-TEST(EntityObjects, ReadOnlyPropertiesShowWhatTheStoreSet) {
-  auto folder = New("Folder");
-  SetProperty(folder, "XML",
-              "<Folder guid=\"{G}\" parentid=\"P7C1\" status=\"3\" isleaf=\"9\" "
-              "updated=\"14:05:09 3 Mar 2002\"/>");
-  EXPECT_EQ(GetProperty(folder, "GUID").ToText() + "|" + GetProperty(folder, "ParentID").ToText() +
-                "|" + GetProperty(folder, "status").ToText() + "|" +
-                GetProperty(folder, "ExternalCatalogID").ToText(),
-            "{G}|P7C1|3|9");
-  EXPECT_EQ(GetProperty(folder, "Updated"), Variant("2002-03-03 14:05:09").ToDate());
-}
-
 TEST(EntityObjects, CreateEntityFromXMLMakesAnObjectOfTheNamedClass) {
   const auto folder = CreateEntityFromXML("fOLDER", "<Folder name=\"n\"><Folder/></Folder>");
   EXPECT_EQ(folder->TypeName(), "Folder");

@@ -65,7 +65,7 @@ TEST(Folder, WritesAllEightAttributesInOrderAndReadsThemBackByteForByte) {
   EXPECT_EQ(WriteError(*Named("p", {Named("bad\x01")})), err::kInvalidProcedureCall);
 }
 
-TEST(Folder, ThreeLevelTreeNestsInListOrderAndReadsBack) {
+TEST(Folder, TreesNestInListOrderReadBackAndRefuseCycles) {
   ScopedDateLocale locale(test::EnglishDates());
   auto a = Named("a", {Named("a1", {Named("a1x")}), Named("a2")});
   auto root = Named("root", {a, Named("b")});
@@ -78,6 +78,19 @@ TEST(Folder, ThreeLevelTreeNestsInListOrderAndReadsBack) {
       "<Folder name=\"r\">\r\n  <Folder name=\"a\">\n    <Folder name=\"a1\"/>\n  </Folder>\n"
       "\t<Folder name=\"b\"></Folder>\n</Folder>\n");
   EXPECT_EQ(Shape(*read), "r(a(a1),b)") << "layout between elements is not content";
+  // Child lists refuse nothing, and a folder inside itself cannot be written; the same folder
+  // twice in different places is not a cycle.
+  EXPECT_EQ(test::RaisedNumber([&] { root->SetChildFolders(nullptr); }),
+            err::kObjectVariableNotSet);
+  a->ChildFolders()->Add(root);
+  EXPECT_EQ(WriteError(*root), err::kInvalidProcedureCall);
+  a->ChildFolders()->Remove(3);  // breaks the cycle so that both can be released
+  auto leaf = Named("leaf");
+  root->ChildFolders()->Add(leaf);
+  a->ChildFolders()->Add(leaf);
+  EXPECT_EQ(Shape(*ReadBack(*root)), "root(a(a1(a1x),a2,leaf),b,leaf)");
+  root->ChildFolders()->Add(nullptr);
+  EXPECT_EQ(WriteError(*root), err::kObjectVariableNotSet);
 }
 
 TEST(Folder, ReadingResetsWhatTheTextLacksAndRefusedTextEmptiesTheChildren) {
@@ -142,24 +155,6 @@ TEST(Folder, DeepTreesAreReadWrittenAndReleasedWithoutRecursion) {
   });
   EXPECT_EQ(levels, depth);
   EXPECT_TRUE(same_text);
-}
-
-TEST(Folder, ChildListsRefuseNothingAndCycles) {
-  auto folder = Folder::Create();
-  EXPECT_EQ(test::RaisedNumber([&] { folder->SetChildFolders(nullptr); }),
-            err::kObjectVariableNotSet);
-  folder->ChildFolders()->Add(nullptr);
-  EXPECT_EQ(WriteError(*folder), err::kObjectVariableNotSet);
-  auto child = Named("child");
-  auto root = Named("root", {child});
-  child->ChildFolders()->Add(root);
-  EXPECT_EQ(WriteError(*root), err::kInvalidProcedureCall);
-  child->ChildFolders()->Clear();  // break the cycle so both can be released
-  // The same folder twice in different places is not a cycle.
-  auto shared = Named("s");
-  root->ChildFolders()->Add(shared);
-  child->ChildFolders()->Add(shared);
-  EXPECT_EQ(Shape(*ReadBack(*root)), "root(child(s),s)");
 }
 
 }  // namespace

@@ -71,24 +71,6 @@ TEST(ParseDateText, UsesTheLocalesMonthNames) {
             "14:05:09 3 Mär 2002");
 }
 
-TEST(FormatLocaleDate, RoundTripsThroughTheReaderInEveryOrder) {
-  for (DateOrder order :
-       {DateOrder::kDayMonthYear, DateOrder::kMonthDayYear, DateOrder::kYearMonthDay}) {
-    const DateLocale locale = DateLocale::English(order);
-    for (const DateParts& p : {DateParts{2002, 4, 3, 14, 5, 9}, DateParts{1899, 12, 30, 23, 59, 59},
-                               DateParts{100, 1, 1, 0, 0, 1}, DateParts{1850, 2, 28, 12, 0, 0}}) {
-      const Date date = *Date::FromParts(p);
-      const std::string text = FormatLocaleDate(date, locale);
-      const auto back = ParseDateText(text, locale);
-      ASSERT_TRUE(back) << text;
-      EXPECT_EQ(FormatIsoDate(*back), FormatIsoDate(date)) << text;
-    }
-  }
-  const DateLocale en = DateLocale::English(DateOrder::kDayMonthYear);
-  EXPECT_EQ(FormatLocaleDate(Date(), en), "00:00:00");
-  EXPECT_EQ(FormatLocaleDate(*Date::FromParts({2002, 4, 3, 0, 0, 0}), en), "3/4/2002");
-}
-
 TEST(Date, SerialsMatchTheAutomationCalendar) {
   EXPECT_EQ(Date::FromParts({1899, 12, 30, 0, 0, 0})->serial(), 0.0);
   EXPECT_EQ(Date::FromParts({1900, 1, 1, 0, 0, 0})->serial(), 2.0);

@@ -9,8 +9,7 @@
 
 namespace clipcat::testing {
 
-// The AutomationError `call` raises. When it raises none the test fails and the answer is an
-// error numbered 0, so that checks of the number fail as well.
+// The AutomationError `call` raises; when none, the test fails and the answer is numbered 0.
 template <typename Call>
 AutomationError ErrorOf(Call&& call) {
   try {
@@ -22,8 +21,7 @@ AutomationError ErrorOf(Call&& call) {
   return AutomationError(0, "", "");
 }
 
-// The number of the AutomationError `call` raises, or 0 when it raises none: for checks where
-// raising nothing is one of the expected outcomes.
+// The number of the AutomationError `call` raises, or 0 when it raises none.
 template <typename Call>
 int32_t RaisedNumber(Call&& call) {
   try {

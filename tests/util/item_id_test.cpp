@@ -34,25 +34,16 @@ TEST(ItemID, GetLocalStripsTheCatalogPrefixTextually) {
 
 TEST(ItemID, CatalogIDReadsOnlyWellFormedPrefixes) {
   EXPECT_EQ(GetCatalogIDFromItemID("P12C345"), "12");
-  EXPECT_EQ(GetCatalogIDFromItemID("P7C15"), "7");
-  EXPECT_EQ(GetCatalogIDFromItemID("12"), "0");
-  EXPECT_EQ(GetCatalogIDFromItemID("P12"), "0");
-  EXPECT_EQ(GetCatalogIDFromItemID("PC5"), "0");
-  EXPECT_EQ(GetCatalogIDFromItemID("XP1C2"), "0");
-  EXPECT_EQ(GetCatalogIDFromItemID("PxC2"), "0");
-  EXPECT_EQ(GetCatalogIDFromItemID("P99999999999C2"), "0");  // does not fit 32 bits
-  EXPECT_EQ(GetCatalogIDFromItemID(""), "0");
+  // The last does not fit 32 bits.
+  for (const char* id : {"12", "P12", "PC5", "XP1C2", "PxC2", "", "P99999999999C2"})
+    EXPECT_EQ(GetCatalogIDFromItemID(id), "0") << id;
 }
 
 TEST(ItemID, ExternalAndSameCatalog) {
-  EXPECT_TRUE(IsExternalItemID("XP1"));
-  EXPECT_TRUE(IsExternalItemID("P7C15"));
-  EXPECT_FALSE(IsExternalItemID("15"));
-  EXPECT_FALSE(IsExternalItemID("p7c15"));
-  EXPECT_TRUE(ItemsInSameCatalog("1", "2"));
-  EXPECT_TRUE(ItemsInSameCatalog("P7C1", "P7C2"));
-  EXPECT_FALSE(ItemsInSameCatalog("P7C1", "1"));
-  EXPECT_FALSE(ItemsInSameCatalog("P7C1", "P8C1"));
+  EXPECT_TRUE(IsExternalItemID("XP1") && IsExternalItemID("P7C15"));
+  EXPECT_FALSE(IsExternalItemID("15") || IsExternalItemID("p7c15"));
+  EXPECT_TRUE(ItemsInSameCatalog("1", "2") && ItemsInSameCatalog("P7C1", "P7C2"));
+  EXPECT_FALSE(ItemsInSameCatalog("P7C1", "1") || ItemsInSameCatalog("P7C1", "P8C1"));
   EXPECT_TRUE(ItemsInSameCatalog("P12", "1"));  // an unreadable prefix counts as catalog 0
 }
 

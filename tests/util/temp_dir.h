@@ -29,10 +29,9 @@ class TempDir {
 
   const std::string& path() const { return path_; }
 
-  // The path of `name` in the directory; nothing is created.
+  // The path of `name` in the directory (nothing is created), and writing `text` to it.
   std::string File(const std::string& name) const { return path_ + "/" + name; }
 
-  // Writes the bytes `text` to the file `name` in the directory; answers its path.
   std::string Write(const std::string& name, const std::string& text) const {
     const std::string file = File(name);
     std::ofstream(file, std::ios::binary) << text;
