@@ -43,7 +43,7 @@ inline std::shared_ptr<Clipping> NewClipping(const std::string& name,
   return clipping;
 }
 
-// A new list of new clippings with nothing but the ids `ids`, in order.
+// New clippings with nothing but the ids `ids`, in order.
 inline std::shared_ptr<Clippings> ClippingsWithIds(const std::vector<std::string>& ids) {
   auto clippings = Clippings::Create();
   for (const std::string& id : ids) {
@@ -79,15 +79,6 @@ class CatalogFixture {
   // The number of rows of "FROM `from_where`" that `db_` sees ("Folder WHERE iStatus=1").
   int32_t Count(const std::string& from_where) {
     return db_.GetRecordsetRO("SELECT COUNT(*) AS n FROM " + from_where).Value("n").ToLong();
-  }
-
-  // A folder row with nothing but its key, parent, name, status and external catalog.
-  void AddFolderRow(int32_t key, int32_t parent, const std::string& name, int32_t status = 1,
-                    int32_t external = 0) {
-    db_.ExecuteSQL(
-        "INSERT INTO Folder (lFolderID, lParentID, sName, lExternalCatalogId, iStatus) VALUES (" +
-        SqlNumber(key) + ", " + SqlNumber(parent) + ", " + SqlText(name) + ", " +
-        SqlNumber(external) + ", " + SqlNumber(status) + ")");
   }
 
   // A clipping row without content whose GUID is "guid-<key>". `status` is spliced as given, so

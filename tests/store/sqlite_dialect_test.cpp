@@ -47,10 +47,8 @@ TEST(SqliteDialect, DateLiteralsInDatePositionsBecomeIsoTextAndNothingElseChange
        {"Insert Into Folder (lFolderID, sName, sDescription, tUpdated) Values ( 2, '12:00:00 1 "
         "Jan 2020', 'tUpdated >= ''12:00:00 1 Jan 2020''', Null )",
         ""},
-       {"UPDATE Folder Set sName='12:00:00 1 Jan 2020' WHERE lFolderID=2", ""},
        {"Select * From Clipping WHERE sName LIKE '%12:00:00 1 Jan 2020%'", ""},
        {"Select 1 From t Where Datediff('s', tUpdated, tUpdated) < 0 AND sGUID='1 Jan 2020'", ""},
-       {"Select 1 From Folder Where tUpdated >= 'not a date'", ""},
        {"Select 'tUpdated' = '12:00:00 1 Jan 2020' From Folder", ""}},
       kDateColumns);
   // Without date columns only the arguments of Datediff change.
@@ -76,7 +74,6 @@ TEST(SqliteDialect, WholeEqualityChainsOnOneColumnBecomeInLists) {
        {"SELECT 1 FROM t WHERE lFolderID=1 OR lFolderID=2 AND a=1", ""},
        {"SELECT 1 FROM t WHERE lFolderID=1 OR lParentID=2", ""},
        {"SELECT 1 FROM t WHERE (lFolderID=1 OR lFolderID='2')", ""},
-       {"SELECT 1 FROM t WHERE (lFolderID=1 OR lFolderID=a)", ""},
        {"SELECT 1 FROM t WHERE (lFolderID=1)", ""},
        {"SELECT 1 FROM t WHERE sName='(lFolderID=1 OR lFolderID=2)'", ""}},
       kDateColumns);
