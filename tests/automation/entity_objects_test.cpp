@@ -76,12 +76,10 @@ TEST(EntityObjects, CreateEntityFromXMLMakesAnObjectOfTheNamedClass) {
   EXPECT_EQ(folder->TypeName(), "Folder");
   EXPECT_EQ(GetProperty(folder, "Name"), Variant("n"));
   EXPECT_EQ(GetProperty(GetProperty(folder, "ChildFolders").AsObject(), "Count"), Variant(1));
-  const auto search = CreateEntityFromXML("Search", "<search searchtext=\"Qz\"/>");
-  EXPECT_EQ(GetProperty(search, "SearchText"), Variant("Qz"));
-  for (const char* name : {"ExternalCatalog", "Widget"}) {
-    EXPECT_EQ(RaisedNumber([&] { CreateEntityFromXML(name, "<Folder/>"); }), err::kTypeMismatch)
-        << name;
-  }
+  EXPECT_EQ(GetProperty(CreateEntityFromXML("Search", "<search searchtext=\"Qz\"/>"), "SearchText"),
+            Variant("Qz"));
+  for (const char* name : {"ExternalCatalog", "Widget"})
+    EXPECT_EQ(RaisedNumber([&] { CreateEntityFromXML(name, "<Folder/>"); }), err::kTypeMismatch);
   EXPECT_EQ(RaisedNumber([] { CreateEntityFromXML("Folder", "<folder/>"); }), err::kObjectRequired);
 }
 

@@ -36,7 +36,7 @@ std::shared_ptr<T> ReadBack(const T& from) {
   return read;
 }
 
-// True when `value` lies between `before` and the moment of this call: a date stamped "now".
+// True when `value` lies between `before` and now: a date stamped "now".
 inline bool StampedSince(const Date& before, const Date& value) {
   return before.serial() <= value.serial() && value.serial() <= Date::Now().serial();
 }
@@ -61,9 +61,8 @@ struct TextProperty {
   const std::string& (T::*get)() const;
 };
 
-// Checks that each property carries every hard text through the object's XML, and that the
-// XML of an object holding text XML cannot carry (control character, lone byte, non-character,
-// surrogate, NUL) in any one of them raises 5 instead.
+// Checks that each property carries every hard text through the object's XML, and that writing
+// text XML cannot carry (control, lone byte, non-character, surrogate, NUL) raises 5 instead.
 template <typename T>
 void ExpectTextPropertiesCarried(const std::vector<TextProperty<T>>& properties) {
   for (const std::string& value : kHardTexts) {

@@ -1,8 +1,7 @@
 // Test fixture of the service layer: a personal file catalog in a fresh temporary directory, and
-// helpers that create further file catalogs (each in a folder of its own, so that moving the
-// folder away takes the catalog offline), link them into the personal catalog and read them
-// directly, past the services. Every test starts and ends without a per-thread manager, so no
-// test sees the catalogs of another. Single-threaded.
+// further file catalogs (each in a folder of its own, so that moving the folder away takes it
+// offline) linked into it. Every test starts and ends without a per-thread manager, so no test
+// sees the catalogs of another. Single-threaded.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -98,8 +97,8 @@ class ServiceFixture : public ::testing::Test {
   // Closes every catalog before the directory goes.
   void TearDown() override { ReleaseAccessManager(); }
 
-  // Creates a file catalog with the root folder `root_name` in the new folder `folder` of the
-  // test directory; answers the catalog's path.
+  // Creates a file catalog with the root folder `root_name` in the new folder `folder`; answers
+  // the catalog's path.
   std::string NewCatalog(const std::string& folder, const std::string& root_name) {
     std::filesystem::create_directory(dir_.File(folder));
     const std::string path = dir_.File(folder + "/catalog.db");
