@@ -59,8 +59,7 @@ ItemSet ItemsFor(int writer, int i) {
 
 // The shared categories a clipping joins: one or two of the three, by its number.
 std::vector<int> SharedCategoriesOf(int i) {
-  if (i % 2 == 0) return {i % 3, (i + 1) % 3};
-  return {i % 3};
+  return i % 2 == 0 ? std::vector{i % 3, (i + 1) % 3} : std::vector{i % 3};
 }
 
 // One writer process: adds its clippings with two data items each, tags them with its own
@@ -196,7 +195,7 @@ TEST(ConcurrentWriters, FourProcessesOnOneFileCatalogLoseNothing) {
   CreateCatalog(path, "Personal");
   RawCatalog raw(path);
   RunWritersAndCheck(FileDetails(path), raw);
-  EXPECT_EQ(raw.Scalar("PRAGMA integrity_check"), "ok");
+  EXPECT_EQ(raw.Rows("PRAGMA integrity_check").at(0).at(0), "ok");
 }
 
 TEST(ConcurrentWriters, FourProcessesOnOneServerCatalogLoseNothing) {

@@ -16,7 +16,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -43,6 +42,7 @@
 #include "store/catalog_schema.h"
 #include "util/errors.h"
 #include "util/item_id.h"
+#include "util/text.h"
 
 namespace clipcat::robustness {
 namespace {
@@ -59,7 +59,7 @@ struct Baseline {
   std::string personal, linked, spare;  // the working files the calls use
   std::string letters, dear, red, linked_folder, dear_guid;
   std::map<std::string, std::string> xml;  // the XML of the ordinary object arguments, by role
-  // The rows of each working file before any call (normalized), and its bytes, by file.
+  // The rows of each working file before any call, and its bytes, by file.
   std::map<std::string, CatalogDump> saved;
   std::map<std::string, std::string> saved_bytes;
 
@@ -69,34 +69,6 @@ struct Baseline {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << saved_bytes.at(path);
   }
 };
-
-std::string Lower(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return text;
-}
-
-bool LooksLikeGuid(const std::string& text) {
-  return text.size() == 32 && text.find_first_not_of("0123456789ABCDEF") == std::string::npos;
-}
-
-// A dump with what differs from call to call (times, GUIDs) replaced by placeholders.
-CatalogDump Normalized(CatalogDump dump) {
-  for (auto& [name, table] : dump) {
-    for (size_t c = 0; c < table.columns.size(); ++c) {
-      const std::string& column = table.columns[c];
-      const bool time = column.size() > 1 && column[0] == 't' && std::isupper(column[1]);
-      const bool guid = Lower(column).find("guid") != std::string::npos;
-      for (auto& row : table.rows) {
-        if (time && row[c] != "n") row[c] = "<time>";
-        if (guid && row[c].size() > 2 && LooksLikeGuid(row[c].substr(2))) row[c] = "<guid>";
-      }
-    }
-    std::sort(table.rows.begin(), table.rows.end());
-  }
-  return dump;
-}
-
-CatalogDump DumpOf(const std::string& path) { return Normalized(RawCatalog(path, true).Dump()); }
 
 std::string BytesOf(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -148,10 +120,10 @@ Baseline BuildBaseline(const ScratchDir& dir) {
 
     // The ordinary object arguments. The categories are ones "Dear sir" is not in yet, so that
     // the ordinary call succeeds, and a refused last one must undo the first.
-    b.xml["Connection"] = personal->XML();
-    b.xml["NewConnection"] = FileDetails(b.spare)->XML();
+    b.xml["ConnectionDetails"] = personal->XML();
+    b.xml["ConnectionDetails/new"] = FileDetails(b.spare)->XML();
     b.xml["Folder"] = read.GetFolder(b.letters, personal)->XML();
-    b.xml["LinkedFolder"] = read.GetFolder(b.linked_folder, personal)->XML();
+    b.xml["Folder/linked"] = read.GetFolder(b.linked_folder, personal)->XML();
     b.xml["Clipping"] = dear->XML();
     b.xml["Category"] = red->XML();
     auto categories = Categories::Create();
@@ -173,26 +145,23 @@ Baseline BuildBaseline(const ScratchDir& dir) {
   }
   ReleaseAccessManager();
   for (const std::string* path : {&b.personal, &b.linked, &b.spare}) {
-    b.saved[*path] = DumpOf(*path);
+    b.saved[*path] = RawCatalog(*path, true).Dump();
     b.saved_bytes[*path] = BytesOf(*path);
   }
   return b;
 }
 
-// What an object parameter stands for: its class, or for the two kinds of connection details and
-// a folder that must be a linked one, a name of its own. The ordinary values are kept by role.
+// What an object parameter stands for: its class, and for new connection details and a folder
+// that must be a linked one, "/" and a word more. The ordinary values are kept by role.
 std::string RoleOf(const ParamInfo& param) {
-  const std::string name = Lower(param.name);
-  if (param.object_type == "ConnectionDetails") {
-    return name == "onewconnectiondetails" ? "NewConnection" : "Connection";
-  }
-  if (param.object_type == "Folder" && name == "olinkedfolder") return "LinkedFolder";
-  return param.object_type;
+  const std::string name = ToLowerAscii(param.name);
+  if (name == "onewconnectiondetails") return param.object_type + "/new";
+  return name == "olinkedfolder" ? param.object_type + "/linked" : param.object_type;
 }
 
 // The ordinary value of a member's parameter: what a client would pass.
 Variant OrdinaryArgument(const Baseline& b, const ParamInfo& param) {
-  const std::string name = Lower(param.name);
+  const std::string name = ToLowerAscii(param.name);
   switch (param.type) {
     case ParamType::kString:
       if (name == "sclippingid" || name == "sitemid" || name == "sitemid1") return b.dear;
@@ -205,7 +174,7 @@ Variant OrdinaryArgument(const Baseline& b, const ParamInfo& param) {
       if (name == "sclippingguid") return b.dear_guid;
       if (name == "bgetdata") return "True";
       if (name == "ssearchdataxml") return b.xml.at("Search");
-      if (name == "odefaultconnection") return b.xml.at("Connection");
+      if (name == "odefaultconnection") return b.xml.at("ConnectionDetails");
       return "1";
     case ParamType::kBoolean:
       return name == "bgetdata";
@@ -217,10 +186,7 @@ Variant OrdinaryArgument(const Baseline& b, const ParamInfo& param) {
       return param.type == ParamType::kLong ? "10" : "1";
   }
   const std::string role = RoleOf(param);
-  const std::string class_name = role.find("Connection") != std::string::npos ? "ConnectionDetails"
-                                 : role == "LinkedFolder"                     ? "Folder"
-                                                                              : role;
-  return Variant(CreateEntityFromXML(class_name, b.xml.at(role)));
+  return Variant(CreateEntityFromXML(role.substr(0, role.find('/')), b.xml.at(role)));
 }
 
 const MemberTable& TableOf(const Variant& object) { return AsAutomationObject(object)->Members(); }
@@ -268,9 +234,10 @@ struct Slot {
   }
 };
 
-bool IsTextSetter(const MemberInfo& m) {
-  return m.kind == InvokeKind::kPropertyPut && m.params.size() == 1 &&
-         m.params[0].type == ParamType::kString;
+// True for a property setter (or with `kind`, a method) of one text parameter.
+bool TakesText(const MemberInfo* m, InvokeKind kind = InvokeKind::kPropertyPut) {
+  return m != nullptr && m->kind == kind && m->params.size() == 1 &&
+         m->params[0].type == ParamType::kString;
 }
 
 // The places a member's parameters take text, found from the member tables of the parameters'
@@ -284,7 +251,7 @@ std::vector<Slot> SlotsOf(const Baseline& b, const MemberInfo& member) {
     if (param.type != ParamType::kObject) continue;
     const Variant value = OrdinaryArgument(b, param);
     for (const MemberInfo& m : TableOf(value).members()) {
-      if (IsTextSetter(m)) slots.push_back({Slot::kProperty, i, "", m.name});
+      if (TakesText(&m)) slots.push_back({Slot::kProperty, i, "", m.name});
       if (m.kind != InvokeKind::kPropertyGet || !m.params.empty() ||
           m.result != ParamType::kObject) {
         continue;
@@ -293,13 +260,12 @@ std::vector<Slot> SlotsOf(const Baseline& b, const MemberInfo& member) {
       if (!list.IsObject() || !list.AsObject() || list.AsObject()->TypeName() != "Collection") {
         continue;
       }
-      const MemberInfo* add = TableOf(list).Find("Add", InvokeKind::kMethod);
-      if (add != nullptr && add->params.size() == 1 && add->params[0].type == ParamType::kString) {
+      if (TakesText(TableOf(list).Find("Add", InvokeKind::kMethod), InvokeKind::kMethod)) {
         slots.push_back({Slot::kTextItem, i, m.name, ""});
       } else if (GetProperty(list.AsObject(), "Count").ToLong() > 0) {
         for (const MemberInfo& p :
              TableOf(CallMember(list.AsObject(), "Item", {int32_t{1}})).members()) {
-          if (IsTextSetter(p) && p.name != "XML") {
+          if (TakesText(&p) && p.name != "XML") {
             slots.push_back({Slot::kItemProperty, i, m.name, p.name});
           }
         }
@@ -314,7 +280,10 @@ std::vector<Slot> SlotsOf(const Baseline& b, const MemberInfo& member) {
 // out: it repeats the properties.
 std::string Render(const Variant& value, int depth = 0) {
   if (value.type() == Variant::Type::kDate) return "<date>";
-  if (value.type() == Variant::Type::kString && LooksLikeGuid(value.AsString())) return "<guid>";
+  if (value.type() == Variant::Type::kString && value.AsString().size() == 32 &&
+      value.AsString().find_first_not_of("0123456789ABCDEF") == std::string::npos) {
+    return "<guid>";
+  }
   if (value.IsEmpty() || value.IsNull()) return value.IsNull() ? "<null>" : "<empty>";
   if (!value.IsObject()) return value.ToText();
   const auto& object = value.AsObject();
@@ -336,23 +305,12 @@ std::string Render(const Variant& value, int depth = 0) {
   return text + "}";
 }
 
-// Every occurrence of `from` replaced by `to`.
-std::string Substituted(std::string text, const std::string& from, const std::string& to) {
-  for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
-    text.replace(at, from.size(), to);
-  }
-  return text;
-}
-
 // `dump` as it would be had the hostile text gone where the unknown text went. A value that is
 // the whole text went in as a SQL literal: trimmed of spaces when it is text, as SQLite keeps
 // the number when it is a number (an integer when it fits in 64 bits, else a real). Inside XML
 // held in a value (a stored connection) it appears as XML writes it.
 CatalogDump Substituted(CatalogDump dump, const std::string& unknown, const std::string& hostile) {
-  const size_t first = hostile.find_first_not_of(' ');
-  const std::string trimmed =
-      first == std::string::npos ? ""
-                                 : hostile.substr(first, hostile.find_last_not_of(' ') - first + 1);
+  const std::string trimmed = TrimSpaces(hostile);
   errno = 0;
   const long long integer = std::strtoll(hostile.c_str(), nullptr, 10);
   const bool integral =
@@ -361,8 +319,8 @@ CatalogDump Substituted(CatalogDump dump, const std::string& unknown, const std:
   char number[64];
   std::snprintf(number, sizeof number, "r:%.17g", std::strtod(hostile.c_str(), nullptr));
   if (integral) std::snprintf(number, sizeof number, "i:%lld", integer);
-  for (auto& [name, table] : dump) {
-    for (auto& row : table.rows) {
+  for (auto& [name, rows] : dump) {
+    for (auto& row : rows) {
       for (std::string& cell : row) {
         if (cell == "t:" + unknown) {
           cell = trimmed.empty() ? "n" : "t:" + trimmed;
@@ -370,11 +328,11 @@ CatalogDump Substituted(CatalogDump dump, const std::string& unknown, const std:
           cell = number;
         } else if (cell.find(unknown) != std::string::npos) {
           const bool xml = cell.rfind("t:<", 0) == 0;
-          cell = Substituted(cell, unknown, xml ? EscapeXmlAttribute(hostile) : hostile);
+          cell = ReplaceAll(cell, unknown, xml ? EscapeXmlAttribute(hostile) : hostile);
         }
       }
     }
-    std::sort(table.rows.begin(), table.rows.end());
+    std::sort(rows.begin(), rows.end());
   }
   return dump;
 }
@@ -386,7 +344,7 @@ struct Outcome {
   bool clear = true;  // an AutomationError with a number, a source and a description
   std::string result;
   bool transaction_open = false;
-  std::map<std::string, CatalogDump> dumps;  // the rows of each file after the call, normalized
+  std::map<std::string, CatalogDump> dumps;  // the rows of each file after the call
 };
 
 // Calls the member on a fresh service object with `text` where `slot` says and ordinary arguments
@@ -427,7 +385,7 @@ Outcome Call(const Baseline& b, const char* progid, const MemberInfo& member, co
         BytesOf(*path) == b.saved_bytes.at(*path)) {
       out.dumps[*path] = b.saved.at(*path);
     } else {
-      out.dumps[*path] = DumpOf(*path);
+      out.dumps[*path] = RawCatalog(*path, true).Dump();
       b.Restore(*path);
     }
   }
@@ -439,7 +397,7 @@ Outcome Call(const Baseline& b, const char* progid, const MemberInfo& member, co
 std::string Mismatch(const Outcome& o, const std::string& hostile, const std::string& unknown,
                      const Outcome& with_unknown) {
   if (with_unknown.failed) return "\"" + unknown + "\" fails with " + with_unknown.error;
-  const std::string expected = Substituted(with_unknown.result, unknown, hostile);
+  const std::string expected = ReplaceAll(with_unknown.result, unknown, hostile);
   if (o.result != expected) {
     return "answered " + Printable(o.result, 300) + " where \"" + unknown + "\" gives " +
            Printable(expected, 300);
@@ -463,12 +421,10 @@ std::vector<HostileValue> ValuesFor(const Baseline& b, const MemberInfo& member,
   const ParamInfo& param = member.params[slot.param];
   const bool full = slot.kind == Slot::kTextArgument ||
                     (slot.kind != Slot::kOtherArgument && full_roles.count(RoleOf(param)) > 0);
-  if (!slot.IsXml()) return full ? HostileTexts() : SomeHostileTexts();
-  const std::string xml = b.xml.at(RoleOf(param));
-  const std::string root = xml.substr(1, xml.find_first_of(" />", 1) - 1);
-  if (!full) return SomeHostileXml(root, xml);
+  if (!slot.IsXml()) return full ? HostileTexts() : Sample(HostileTexts());
+  std::vector<HostileValue> values = HostileXml(b.xml.at(RoleOf(param)));
+  if (!full) return Sample(values);
   // 10,000 levels show what a member does with a deep object.
-  std::vector<HostileValue> values = HostileXml(root, xml);
   std::erase_if(values, [](const HostileValue& v) { return v.label == kDeepestXml; });
   return values;
 }

@@ -1,6 +1,5 @@
 #include "robustness/hostile_values.h"
 
-#include <set>
 #include <string_view>
 
 namespace clipcat::robustness {
@@ -21,15 +20,7 @@ std::string Inside(const std::string& benign_xml, const std::string& root,
   const std::string close = "</" + root + ">";
   const size_t at = benign_xml.rfind(close);
   if (at != std::string::npos) return benign_xml.substr(0, at) + inner + benign_xml.substr(at);
-  const size_t slash = benign_xml.rfind("/>");
-  if (slash == std::string::npos) return benign_xml + inner;
-  return benign_xml.substr(0, slash) + ">" + inner + close;
-}
-
-std::vector<HostileValue> Only(std::vector<HostileValue> values,
-                               const std::set<std::string>& labels) {
-  std::erase_if(values, [&](const HostileValue& value) { return !labels.count(value.label); });
-  return values;
+  return benign_xml.substr(0, benign_xml.rfind("/>")) + ">" + inner + close;  // it closed itself
 }
 
 }  // namespace
@@ -37,9 +28,9 @@ std::vector<HostileValue> Only(std::vector<HostileValue> values,
 const std::vector<HostileValue>& HostileTexts() {
   static const std::vector<HostileValue> values = {
       {"1 OR 1=1", "1 OR 1=1"},
-      {"1; DROP TABLE Folder", "1; DROP TABLE Folder"},
+      {"1; DROP TABLE Folder", "1; DROP TABLE Folder", true},
       {"0) OR (1=1", "0) OR (1=1"},
-      {"' OR ''='", "' OR ''='"},
+      {"' OR ''='", "' OR ''='", true},
       {"1' OR '1'='1", "1' OR '1'='1"},
       {"x'); DROP TABLE Clipping; --", "x'); DROP TABLE Clipping; --"},
       {"quote in double quotes", "\" OR \"\"=\""},
@@ -59,11 +50,11 @@ const std::vector<HostileValue>& HostileTexts() {
       {"LIKE wildcards", "%_%"},
       {"backslash and bracket", "\\'[a]*"},
       {"NUL inside", std::string("a\0b", 3)},
-      {"NUL before a statement", std::string("1\0; DROP TABLE Folder", 21)},
+      {"NUL before a statement", std::string("1\0; DROP TABLE Folder", 21), true},
       {"1 MB of letters", std::string(kMegabyte, 'A')},
-      {"1 MB of quotes", std::string(kMegabyte, '\'')},
+      {"1 MB of quotes", std::string(kMegabyte, '\''), true},
       {"1 MB of digits", std::string(kMegabyte, '9')},
-      {"invalid UTF-8 bytes", "\xff\xfe"},
+      {"invalid UTF-8 bytes", "\xff\xfe", true},
       {"overlong UTF-8 slash", "\xc0\xaf"},
       {"UTF-8 surrogate", "\xed\xa0\x80"},
       {"lone continuation byte", "a\x80z"},
@@ -75,17 +66,13 @@ const std::vector<HostileValue>& HostileTexts() {
   return values;
 }
 
-std::vector<HostileValue> SomeHostileTexts() {
-  return Only(HostileTexts(), {"' OR ''='", "1; DROP TABLE Folder", "NUL before a statement",
-                               "1 MB of quotes", "invalid UTF-8 bytes"});
+std::vector<HostileValue> Sample(std::vector<HostileValue> values) {
+  std::erase_if(values, [](const HostileValue& value) { return !value.sample; });
+  return values;
 }
 
-std::vector<HostileValue> SomeHostileXml(const std::string& root, const std::string& benign_xml) {
-  return Only(HostileXml(root, benign_xml),
-              {"billion laughs", "external entity", "root nested 10,000 levels"});
-}
-
-std::vector<HostileValue> HostileXml(const std::string& root, const std::string& benign_xml) {
+std::vector<HostileValue> HostileXml(const std::string& benign_xml) {
+  const std::string root = benign_xml.substr(1, benign_xml.find_first_of(" />", 1) - 1);
   std::string laughs = "<!DOCTYPE " + root + " [<!ENTITY lol \"lol\">";
   std::string previous = "lol";
   for (int level = 1; level <= 9; ++level) {
@@ -98,16 +85,18 @@ std::vector<HostileValue> HostileXml(const std::string& root, const std::string&
   const std::string open = "<" + root + ">";
   const std::string close = "</" + root + ">";
   return {
-      {"billion laughs", laughs},
-      {"external entity", "<!DOCTYPE " + root + " [<!ENTITY xxe SYSTEM \"file:///etc/passwd\">]><" +
-                              root + " Name=\"&xxe;\">&xxe;</" + root + ">"},
+      {"billion laughs", laughs, true},
+      {"external entity",
+       "<!DOCTYPE " + root + " [<!ENTITY xxe SYSTEM \"file:///etc/passwd\">]><" + root +
+           " Name=\"&xxe;\">&xxe;</" + root + ">",
+       true},
       {"parameter entity",
        "<!DOCTYPE " + root + " [<!ENTITY % p SYSTEM \"file:///etc/passwd\"> %p;]>" + benign_xml},
       {"document type only", "<!DOCTYPE " + root + ">" + benign_xml},
       {"undeclared entity", "<" + root + " Name=\"&xxe;\">&xxe;</" + root + ">"},
       {"reference to NUL", "<" + root + " Name=\"&#0;\">&#0;</" + root + ">"},
       {"reference to a surrogate", "<" + root + " Name=\"&#xD800;\"></" + root + ">"},
-      {"root nested 10,000 levels", Repeat(open, 10'000) + Repeat(close, 10'000)},
+      {"root nested 10,000 levels", Repeat(open, 10'000) + Repeat(close, 10'000), true},
       {"root nested 100,000 levels", Repeat(open, 100'000) + Repeat(close, 100'000)},
       {"elements nested 10,000 levels inside",
        Inside(benign_xml, root, Repeat("<x>", 10'000) + Repeat("</x>", 10'000))},

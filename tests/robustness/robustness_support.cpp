@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <exception>
 #include <fstream>
@@ -32,7 +33,12 @@ std::string CellText(sqlite3_stmt* stmt, int column) {
 }
 
 std::string TaggedCell(sqlite3_stmt* stmt, int column) {
-  switch (sqlite3_column_type(stmt, column)) {
+  const std::string name = sqlite3_column_name(stmt, column);
+  const int type = sqlite3_column_type(stmt, column);
+  if (type != SQLITE_NULL && name.size() > 1 && name[0] == 't' && std::isupper(name[1])) {
+    return "<time>";
+  }
+  switch (type) {
     case SQLITE_NULL:
       return "n";
     case SQLITE_INTEGER:
@@ -53,24 +59,22 @@ std::string TaggedCell(sqlite3_stmt* stmt, int column) {
       }
       return "b:" + bytes;
     }
-    default:
-      return "t:" + CellText(stmt, column);
   }
+  const std::string text = CellText(stmt, column);
+  const bool guid =
+      text.size() == 32 && text.find_first_not_of("0123456789ABCDEF") == std::string::npos;
+  return guid ? "<guid>" : "t:" + text;
 }
 
-// Every row of `sql` on `db`, each value as `cell` gives it; the column names into `columns`.
+// Every row of `sql` on `db`, each value as `cell` gives it.
 template <typename Cell>
-std::vector<std::vector<std::string>> Query(sqlite3* db, const std::string& sql, Cell cell,
-                                            std::vector<std::string>* columns = nullptr) {
+std::vector<std::vector<std::string>> Query(sqlite3* db, const std::string& sql, Cell cell) {
   sqlite3_stmt* stmt = nullptr;
   if (sqlite3_prepare_v2(db, sql.c_str(), static_cast<int>(sql.size()), &stmt, nullptr) !=
       SQLITE_OK) {
     Fail(db, "prepare " + sql);
   }
   const int count = sqlite3_column_count(stmt);
-  for (int i = 0; columns != nullptr && i < count; ++i) {
-    columns->emplace_back(sqlite3_column_name(stmt, i));
-  }
   std::vector<std::vector<std::string>> rows;
   int rc = SQLITE_OK;
   while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
@@ -105,9 +109,8 @@ ScratchDir::ScratchDir() : owner_(getpid()) {
 }
 
 ScratchDir::~ScratchDir() {
-  if (getpid() != owner_) return;
   std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
+  if (getpid() == owner_) std::filesystem::remove_all(path_, ignored);
 }
 
 // Data source types 1 (file) and 2 (server).
@@ -117,11 +120,6 @@ std::shared_ptr<ConnectionDetails> FileDetails(const std::string& path) {
 
 std::shared_ptr<ConnectionDetails> ServerDetails(const std::string& connection_string) {
   return Details(2, connection_string);
-}
-
-std::string RawSql::Scalar(const std::string& sql) {
-  const auto rows = Rows(sql);
-  return rows.empty() || rows[0].empty() ? std::string() : rows[0][0];
 }
 
 RawCatalog::RawCatalog(const std::string& path, bool read_only) {
@@ -147,9 +145,8 @@ CatalogDump RawCatalog::Dump() {
     tables.push_back(row[0]);
   }
   for (const std::string& table : tables) {
-    TableDump& out = dump[table];
-    out.rows = Query(db_, "SELECT * FROM \"" + table + "\"", TaggedCell, &out.columns);
-    std::sort(out.rows.begin(), out.rows.end());
+    auto& rows = dump[table] = Query(db_, "SELECT * FROM \"" + table + "\"", TaggedCell);
+    std::sort(rows.begin(), rows.end());
   }
   return dump;
 }
@@ -253,10 +250,9 @@ std::string Letters(uint64_t seed, size_t size) {
 std::string DescribeDifference(const CatalogDump& before, const CatalogDump& after) {
   // A table made or dropped shows in the rows of "sqlite_schema".
   std::string text;
-  for (const auto& [name, table] : before) {
+  for (const auto& [name, was] : before) {
     const auto now = after.find(name);
-    const auto& was = table.rows;
-    const auto& rows = now != after.end() ? now->second.rows : decltype(table.rows){};
+    const auto& rows = now != after.end() ? now->second : decltype(was){};
     std::vector<std::vector<std::string>> removed;
     std::vector<std::vector<std::string>> added;
     std::set_difference(was.begin(), was.end(), rows.begin(), rows.end(),
@@ -295,8 +291,6 @@ pid_t StartChild(const std::function<int()>& body) {
     code = body();
   } catch (const std::exception& e) {
     std::fprintf(stderr, "child %d: %s\n", static_cast<int>(getpid()), e.what());
-  } catch (...) {
-    std::fprintf(stderr, "child %d: unknown exception\n", static_cast<int>(getpid()));
   }
   std::fflush(nullptr);
   _exit(code);

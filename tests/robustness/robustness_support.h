@@ -49,29 +49,24 @@ class ScratchDir {
 std::shared_ptr<ConnectionDetails> FileDetails(const std::string& path);
 std::shared_ptr<ConnectionDetails> ServerDetails(const std::string& connection_string);
 
-// The contents of one table: its column names and its rows in a canonical (sorted) order. Each
-// value is a kind letter and its text: "n" Null, "i:42", "r:1.5", "t:text", "b:bytes", and
-// "z:text" for a blob holding a clipping content frame, decoded.
-struct TableDump {
-  std::vector<std::string> columns;
-  std::vector<std::vector<std::string>> rows;
-
-  friend bool operator==(const TableDump&, const TableDump&) = default;
-};
-
-// Every table of a catalog file by name, the schema itself as "sqlite_schema".
-using CatalogDump = std::map<std::string, TableDump>;
+// Every table of a catalog file by name (the schema itself as "sqlite_schema"), its rows sorted,
+// each value a kind letter and its text: "n" Null, "i:42", "r:1.5", "t:text", "b:bytes", and
+// "z:text" for a blob holding a clipping content frame, decoded. What differs from one write to
+// the next reads "<time>" (any value of a column named "t" and a capital) and "<guid>".
+using CatalogDump = std::map<std::string, std::vector<std::vector<std::string>>>;
 
 // SQL run on a catalog past clipcat. Raises std::runtime_error with the engine's message on any
 // failure.
 class RawSql {
  public:
+  RawSql() = default;
+  RawSql(const RawSql&) = delete;
+  RawSql& operator=(const RawSql&) = delete;
   virtual ~RawSql() = default;
   // Every row of `sql`, each value as text; Null reads as "<null>".
   virtual std::vector<std::vector<std::string>> Rows(const std::string& sql) = 0;
-  // The first value of the first row, "" when there is none.
-  std::string Scalar(const std::string& sql);
-  int64_t Count(const std::string& sql) { return std::stoll(Scalar(sql)); }
+  // The first value of the first row, as a number.
+  int64_t Count(const std::string& sql) { return std::stoll(Rows(sql).at(0).at(0)); }
 };
 
 // One SQLite connection to a catalog file. Read-write unless `read_only`, so that a connection
@@ -81,8 +76,6 @@ class RawCatalog : public RawSql {
  public:
   explicit RawCatalog(const std::string& path, bool read_only = false);
   ~RawCatalog() override;
-  RawCatalog(const RawCatalog&) = delete;
-  RawCatalog& operator=(const RawCatalog&) = delete;
 
   std::vector<std::vector<std::string>> Rows(const std::string& sql) override;
   CatalogDump Dump();
@@ -100,8 +93,6 @@ class RawServerCatalog : public RawSql {
  public:
   explicit RawServerCatalog(const std::string& conninfo);
   ~RawServerCatalog() override;
-  RawServerCatalog(const RawServerCatalog&) = delete;
-  RawServerCatalog& operator=(const RawServerCatalog&) = delete;
 
   std::vector<std::vector<std::string>> Rows(const std::string& sql) override;
 
@@ -134,8 +125,8 @@ std::string DescribeDifference(const CatalogDump& before, const CatalogDump& aft
 std::string Printable(const std::string& text, size_t limit = 120);
 
 // Forks a child that runs `body` and ends with its answer as exit status, without running the
-// parent's exit handlers. A body that throws ends the child with status 99 after writing the
-// error to standard error.
+// parent's exit handlers. A body that throws a std::exception ends the child with status 99 after
+// writing the error to standard error.
 pid_t StartChild(const std::function<int()>& body);
 
 // Waits for the child and describes how it ended: "exit 0", "killed by signal 9" and the like.

@@ -3,6 +3,7 @@
 // other's work, and nothing is lost.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -85,10 +86,8 @@ void RunUser(const std::vector<User>& users, int user, std::ostream& out) {
       write.AddClippingToCategories(id, categories, me.personal);
       if ((i + 1) % kSearchEvery == 0) {
         const auto found = Search(read, me, "*", kTeamCategory);
-        if (CountNamed(found, Prefix(user)) != i + 1) {
-          out << "error after " << i + 1 << " adds a search found "
-              << CountNamed(found, Prefix(user)) << " of them\n";
-        }
+        const int mine = CountNamed(found, Prefix(user));
+        if (mine != i + 1) out << "error: a search found " << mine << " of " << i + 1 << "\n";
         out << "seen " << CountNamed(found, Prefix(other)) << "\n";
       }
     }
@@ -148,12 +147,10 @@ TEST(TeamCatalog, TwoUsersLinkingOneServerCatalogSeeEachOthersWorkAndLoseNothing
   double seconds = 0;
   const auto lines = RunTogether(
       kUsers, [&](int user, std::ostream& out) { RunUser(users, user, out); }, seconds);
-  std::vector<int> seen_while_working(kUsers, 0);
+  std::vector<int> seen(kUsers, 0);  // the most of the other's clippings one user's search saw
   for (int user = 0; user < kUsers; ++user) {
     for (const std::string& line : lines[user]) {
-      if (line.rfind("seen ", 0) == 0) {
-        seen_while_working[user] = std::max(seen_while_working[user], std::stoi(line.substr(5)));
-      }
+      if (line.rfind("seen ", 0) == 0) seen[user] = std::max(seen[user], std::stoi(line.substr(5)));
     }
   }
 
@@ -171,7 +168,7 @@ TEST(TeamCatalog, TwoUsersLinkingOneServerCatalogSeeEachOthersWorkAndLoseNothing
       "[ measured ] %d users x %d clippings on one team catalog in %.2f s; while both were at "
       "work, user 0's searches saw up to %d of user 1's clippings and user 1's up to %d of "
       "user 0's\n",
-      kUsers, kClippingsPerUser, seconds, seen_while_working[0], seen_while_working[1]);
+      kUsers, kClippingsPerUser, seconds, seen[0], seen[1]);
 }
 
 }  // namespace
