@@ -69,9 +69,8 @@ TEST(ServiceObjects, WrongCallsRaiseTheLateBindingErrors) {
     EXPECT_EQ(unknown.description(), "Unknown name.");
   }
   // Text that is no number, and an object of the wrong class for the connection.
-  const Variant folder = New("Folder");
-  for (const auto& args : {std::vector<Variant>{"ten", folder}, std::vector<Variant>{"10", folder},
-                           std::vector<Variant>{"10", "connection"}}) {
+  for (const auto& args : {std::vector<Variant>{"ten", New("ConnectionDetails")},
+                           std::vector<Variant>{"10", New("Folder")}}) {
     const auto e = ErrorOf([&] { CallMember(New(kRead), "GetClippingsHistroy", args); });
     EXPECT_EQ(e.number(), err::kArgumentTypeMismatch);
     EXPECT_EQ(e.source(), kRead);

@@ -19,7 +19,7 @@ class LinkedCatalogs : public ServiceFixture {
 TEST_F(LinkedCatalogs, FolderListingsShowAnOfflineCatalogAsItsLinkedFolderWithStatusFour) {
   // Either catalog, or both, offline; GetFolders and GetLinkedFolders alike.
   for (const Ids& away : std::vector<Ids>{{"a"}, {"b"}, {"a", "b"}}) {
-    for (const auto& folder : away) TakeOffline(folder);
+    for (const auto& folder : away) SetOnline(folder, false);
     const bool a_away = away.front() == "a";
     const bool b_away = away.back() == "b";
     for (bool linked_only : {false, true}) {
@@ -40,7 +40,7 @@ TEST_F(LinkedCatalogs, FolderListingsShowAnOfflineCatalogAsItsLinkedFolderWithSt
         EXPECT_EQ(all->Items()->Item(2)->ChildFolders()->Item(1)->ID(), l_.bee);
       }
     }
-    for (const auto& folder : away) BringOnline(folder);
+    for (const auto& folder : away) SetOnline(folder, true);
   }
   // The mark is not stored.
   const auto personal = OpenDirect(personal_path_);
@@ -51,7 +51,7 @@ TEST_F(LinkedCatalogs, FolderListingsShowAnOfflineCatalogAsItsLinkedFolderWithSt
 TEST_F(LinkedCatalogs, GetFolderOfAnOfflineCatalogsRootAnswersTheLinkedFolder) {
   const std::string in_a = read_.GetClipping(l_.deep_note, personal_)->GUID();
   const std::string in_b = read_.GetClipping(l_.bee_note, personal_)->GUID();
-  TakeOffline("a");
+  SetOnline("a", false);
   const auto root = read_.GetFolder(l_.a.Root(), personal_);
   EXPECT_EQ(root->ID(), l_.a.Root());
   EXPECT_EQ(root->Status(), kStatusError);
@@ -73,7 +73,7 @@ TEST_F(LinkedCatalogs, GetFolderOfAnOfflineCatalogsRootAnswersTheLinkedFolder) {
   EXPECT_EQ(RaisedNumber([&] { found = read_.FindClippingWithGUID(in_a, personal_); }), 0);
   EXPECT_EQ(found, nullptr);
 
-  BringOnline("a");
+  SetOnline("a", true);
   EXPECT_NE(read_.GetFolder(l_.a.Root(), personal_)->Status(), kStatusError);
   EXPECT_EQ(read_.FindClippingWithGUID(in_a, personal_)->ID(), l_.deep_note);
 }
@@ -81,16 +81,16 @@ TEST_F(LinkedCatalogs, GetFolderOfAnOfflineCatalogsRootAnswersTheLinkedFolder) {
 TEST_F(LinkedCatalogs, HistoryOfAnOfflineCatalogIsKeptButNotAnswered) {
   for (const auto& id : {l_.top_note, l_.bee_note, l_.dear})
     write_.UpdateClippingHistory(read_.GetClipping(id, personal_), personal_);
-  TakeOffline("a");
+  SetOnline("a", false);
   std::shared_ptr<Clippings> history;
   ASSERT_EQ(RaisedNumber([&] { history = read_.GetClippingsHistroy(10, personal_); }), 0);
   EXPECT_EQ(Sorted(IdsOf(history)), Sorted({l_.bee_note, l_.dear}));
-  BringOnline("a");
+  SetOnline("a", true);
   EXPECT_EQ(IdsOf(read_.GetClippingsHistroy(10, personal_)).size(), 3u);
 }
 
 TEST_F(LinkedCatalogs, WritesUnderAnOfflineLinkedFolderFailButItCanBeRemoved) {
-  TakeOffline("a");
+  SetOnline("a", false);
   const auto folder = Named<Folder>("Nowhere");
   EXPECT_EQ(RaisedNumber([&] { write_.AddFolder(folder, l_.a.linked->ID(), personal_); }),
             err::kCatalogCannotBeOpened);

@@ -160,14 +160,11 @@ class ServiceFixture : public ::testing::Test {
   }
 
   // Drops the thread's manager (closing every catalog) and moves the folder `folder` away, so
-  // that the catalog in it can no longer be reached; BringOnline puts it back.
-  void TakeOffline(const std::string& folder) {
+  // that the catalog in it can no longer be reached, or (`online`) back.
+  void SetOnline(const std::string& folder, bool online) {
     ReleaseAccessManager();
-    std::filesystem::rename(dir_.File(folder), dir_.File(folder + ".away"));
-  }
-  void BringOnline(const std::string& folder) {
-    ReleaseAccessManager();
-    std::filesystem::rename(dir_.File(folder + ".away"), dir_.File(folder));
+    const std::string away = dir_.File(folder + ".away"), here = dir_.File(folder);
+    std::filesystem::rename(online ? away : here, online ? here : away);
   }
 
   // The catalog at `path`, opened past the services: its ids are its own keys, untagged.
