@@ -21,9 +21,8 @@ const char* const kWrite = "TORVEL.ClippingDataWrite";
 
 const MemberTable& TableOf(const char* progid) { return test::TableOf(New(progid)); }
 
-// Every member once, as a method, under the service's ProgID, whose parameters' declared types
-// follow their prefixes (except the two the interface declares as strings) so that arguments
-// convert as clients expect. The member names are pinned by the script below, which calls each.
+// Every member once, under the service's ProgID, with parameter types by prefix (but for two the
+// interface declares as text) so that arguments convert as clients expect.
 TEST(ServiceObjects, TablesHoldEveryMemberOnceWithTypesByPrefix) {
   const std::map<char, ParamType> by_prefix = {{'s', ParamType::kString},
                                                {'b', ParamType::kBoolean},
@@ -77,9 +76,9 @@ TEST(ServiceObjects, WrongCallsRaiseTheLateBindingErrors) {
   }
 }
 
-// Calls every member of both services by name, on file catalogs, with its arguments as text where
-// the member takes a value. What each member does is the services' own tests' business: each
-// call checks only what a wrongly bound member or a badly converted argument would change.
+// Calls every member of both services by name, with text for every value argument. What each
+// member does is the services' own tests' business: each call checks only what a wrongly bound
+// member or a badly converted argument would change.
 class ServiceCalls : public ::testing::Test {
  protected:
   void SetUp() override {

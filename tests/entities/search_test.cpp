@@ -31,8 +31,6 @@ TEST(Search, WritesTextAndSwitchesThenFoldersThenCategories) {
   EXPECT_EQ(read->FolderIDs()->Snapshot(), (Texts{"15", "P7C3", "15"}));
   EXPECT_EQ(read->CategoryNames()->Snapshot(), (Texts{"Legal & <Tax>", " \t "}));
   EXPECT_EQ(read->XML(), text);
-  search->FolderIDs()->Add("\x7F\x1F");
-  EXPECT_EQ(test::WriteError(*search), err::kInvalidProcedureCall);
   test::ExpectTextPropertiesCarried<Search>({{&Search::SetSearchText, &Search::SearchText}});
 }
 

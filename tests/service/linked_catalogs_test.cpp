@@ -1,6 +1,5 @@
-// Linked catalogs that cannot be reached: the read service shows their linked folders with status
-// 4 instead of failing, keeps serving the other catalogs, and picks the catalog up again once it
-// is back. The catalog's folder is moved away to take it offline.
+// Linked catalogs that cannot be reached (their folder moved away): their linked folders show
+// with status 4, the other catalogs are served, and the catalog is picked up again once back.
 #include "service/service_fixture.h"
 
 namespace clipcat::service_test {
@@ -51,6 +50,8 @@ TEST_F(LinkedCatalogs, FolderListingsShowAnOfflineCatalogAsItsLinkedFolderWithSt
 TEST_F(LinkedCatalogs, GetFolderOfAnOfflineCatalogsRootAnswersTheLinkedFolder) {
   const std::string in_a = read_.GetClipping(l_.deep_note, personal_)->GUID();
   const std::string in_b = read_.GetClipping(l_.bee_note, personal_)->GUID();
+  for (const auto& id : {l_.top_note, l_.bee_note, l_.dear})
+    write_.UpdateClippingHistory(read_.GetClipping(id, personal_), personal_);
   SetOnline("a", false);
   const auto root = read_.GetFolder(l_.a.Root(), personal_);
   EXPECT_EQ(root->ID(), l_.a.Root());
@@ -67,25 +68,19 @@ TEST_F(LinkedCatalogs, GetFolderOfAnOfflineCatalogsRootAnswersTheLinkedFolder) {
   EXPECT_FALSE(read_.ConnectionOK(personal_, l_.a.linked->ID(), true));
   EXPECT_FALSE(read_.CatalogsConnectionOK(l_.shared, personal_));
   EXPECT_TRUE(read_.ConnectionOK(personal_, l_.bee));
-  // FindClippingWithGUID passes over it.
+  // FindClippingWithGUID passes over it; the others answer.
   EXPECT_EQ(read_.FindClippingWithGUID(in_b, personal_)->ID(), l_.bee_note);
   std::shared_ptr<Clipping> found;
   EXPECT_EQ(RaisedNumber([&] { found = read_.FindClippingWithGUID(in_a, personal_); }), 0);
   EXPECT_EQ(found, nullptr);
+  // The history keeps the catalog's entries without answering them.
+  std::shared_ptr<Clippings> history;
+  ASSERT_EQ(RaisedNumber([&] { history = read_.GetClippingsHistroy(10, personal_); }), 0);
+  EXPECT_EQ(Sorted(IdsOf(history)), Sorted({l_.bee_note, l_.dear}));
 
   SetOnline("a", true);
   EXPECT_NE(read_.GetFolder(l_.a.Root(), personal_)->Status(), kStatusError);
   EXPECT_EQ(read_.FindClippingWithGUID(in_a, personal_)->ID(), l_.deep_note);
-}
-
-TEST_F(LinkedCatalogs, HistoryOfAnOfflineCatalogIsKeptButNotAnswered) {
-  for (const auto& id : {l_.top_note, l_.bee_note, l_.dear})
-    write_.UpdateClippingHistory(read_.GetClipping(id, personal_), personal_);
-  SetOnline("a", false);
-  std::shared_ptr<Clippings> history;
-  ASSERT_EQ(RaisedNumber([&] { history = read_.GetClippingsHistroy(10, personal_); }), 0);
-  EXPECT_EQ(Sorted(IdsOf(history)), Sorted({l_.bee_note, l_.dear}));
-  SetOnline("a", true);
   EXPECT_EQ(IdsOf(read_.GetClippingsHistroy(10, personal_)).size(), 3u);
 }
 

@@ -1,6 +1,5 @@
-// ClippingDataRead with a personal catalog and two linked file catalogs, all online: routing of
-// plain and tagged ids, ids in results routing back, the merged folder tree, searches, the access
-// history and categories across catalogs.
+// ClippingDataRead over a personal catalog and two linked file catalogs, all online: every id
+// routes to its catalog, in arguments and in results alike.
 #include "service/service_fixture.h"
 #include "util/item_id.h"
 
@@ -115,7 +114,6 @@ TEST_F(ReadService, CategoriesAndQueriesRouteByTheIdsTheyName) {
   // A linked folder of the personal catalog leads to the catalog it links.
   EXPECT_EQ(NamesOf(read_.GetCategoriesFromLinkedFolder(l_.a.linked->ID(), personal_)),
             Ids{"Legal"});
-  EXPECT_TRUE(read_.CategoryNameExists("Legal", l_.a.linked->ID(), personal_));
   write_.AddClippingToCategory(l_.top_note, legal, personal_);
   EXPECT_EQ(IdsOf(read_.GetClippingsFromCategory(legal, false, personal_)), Ids{l_.top_note});
   // bGetData is text here: "True" and "-1" get the data, anything else does not.

@@ -115,14 +115,11 @@ class ServiceFixture : public ::testing::Test {
     return {folder, path, linked, linked->ExternalCatalogID()};
   }
 
-  // The catalogs most tests work on, written past the services so that the read tests do not
-  // depend on the write service:
-  //   personal: Personal(1) / Letters / Old; clippings "Root note" in Personal, "Dear sir" in
-  //             Letters, "Yours" in Old; the linked folders "Alpha" and "Beta"
-  //   a:        A root(1) / Shared / Deeper; "Top note" in A root, "Shared note" in Shared,
-  //             "Deep note" in Deeper
-  //   b:        B root(1) / Bee; "Bee note" in Bee
-  // Ids are as the services answer them: plain for the personal catalog, tagged for a and b.
+  // The catalogs most tests work on, written past the services (ids as the services answer them):
+  //   personal: Personal(1) / Letters / Old, with "Root note", "Dear sir" and "Yours" in them in
+  //             turn, and the linked folders "Alpha" and "Beta"
+  //   a:        A root(1) / Shared / Deeper, with "Top note", "Shared note", "Deep note"
+  //   b:        B root(1) / Bee, with "Bee note" in Bee
   struct Layout {
     std::string letters, old, root_note, dear, yours;
     LinkedCatalog a, b;

@@ -18,7 +18,6 @@ TEST(Compression, RoundTripsEveryLengthAroundPowersOfTwo) {
       std::string text(static_cast<size_t>(n), '\0');
       for (char& c : text) c = static_cast<char>(rng() & 0xFF);
       const std::string frame = compression.Compress(text);
-      ASSERT_TRUE(Compression::LooksLikeFrame(frame));
       ASSERT_EQ(frame.substr(0, 5), std::string("CLPZ\x01", 5));
       ASSERT_EQ(compression.DecompressString(frame), text) << n;
     }

@@ -35,7 +35,6 @@ TEST(FindMount, TakesTheLongestWholeComponentPrefixAndTheTopmostMountWithItsHost
   EXPECT_EQ(mounts[5].source + "|" + mounts[7].source, "tmp fs|/dev/x\\");
   // The path, then the mount point that holds it and the network host behind that mount.
   const std::pair<const char*, const char*> cases[] = {
-      {"/", "/|"},
       {"/mnt", "/|"},
       {"/mnt/share one/cat.db", "/mnt/share one|fs1"},
       {"/mnt/share", "/|"},

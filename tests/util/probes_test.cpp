@@ -17,10 +17,8 @@ namespace {
 TEST(ServerFromPath, CutsUncTextAfterTheHostAndAnswersEmptyForLocalPaths) {
   // Two backslashes anywhere make UNC text; the cut is the first "\\" from the third character.
   const std::pair<const char*, const char*> cases[] = {{"\\\\server\\share\\x.mdb", "\\\\server"},
-                                                       {"\\\\a\\b", "\\\\a"},
                                                        {"ab\\\\c", "ab"},
                                                        {"/mnt\\\\x", "/mnt"},
-                                                       {"/proc/version", ""},
                                                        {"/proc/self/../version", ""}};
   for (const auto& [path, server] : cases) EXPECT_EQ(ServerFromPath(path), server) << path;
   for (const char* path : {"\\\\server", "\\\\"})
