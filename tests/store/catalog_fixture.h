@@ -1,6 +1,5 @@
-// The fixtures the store operation tests share: a fresh catalog, the data access object under
-// test on it, and a connection of the test's own, which sees only what the store committed and
-// writes rows the way other programs sharing the catalog would. Used by one thread.
+// Fixtures of the store operation tests: a fresh catalog, the data access object under test, and
+// a connection of the test's own that sees only what the store committed. Used by one thread.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -22,8 +21,7 @@
 
 namespace clipcat::testing {
 
-// Names the instances of a test whose parameter is the kind of data access object: 0 for
-// DataAccessSQL, 1 for DataAccessMDB. The two must behave alike.
+// Names the instances of a test run on DataAccessSQL (0) and DataAccessMDB (1), which must agree.
 inline std::string KindName(const ::testing::TestParamInfo<size_t>& info) {
   return info.param == 0 ? "SQL" : "MDB";
 }
@@ -54,8 +52,7 @@ inline std::shared_ptr<Clippings> ClippingsWithIds(const std::vector<std::string
   return clippings;
 }
 
-// A search for `text` in `folders` among `categories`, the category term in the OR form when
-// `or_category`.
+// A search for `text` in `folders` among `categories`, in the OR form when `or_category`.
 inline std::shared_ptr<Search> NewSearch(const std::string& text,
                                          const std::vector<std::string>& folders = {},
                                          const std::vector<std::string>& categories = {},
@@ -79,17 +76,6 @@ class CatalogFixture {
   // The number of rows of "FROM `from_where`" that `db_` sees ("Folder WHERE iStatus=1").
   int32_t Count(const std::string& from_where) {
     return db_.GetRecordsetRO("SELECT COUNT(*) AS n FROM " + from_where).Value("n").ToLong();
-  }
-
-  // A clipping row without content whose GUID is "guid-<key>". `status` is spliced as given, so
-  // that "Null" writes a row without a status.
-  void AddClippingRow(int32_t key, int32_t folder, const std::string& name,
-                      const std::string& description = "", const std::string& status = "1") {
-    db_.ExecuteSQL(
-        "INSERT INTO Clipping (lClippingID, lFolderID, sGUID, sName, sDescription, "
-        "iClippingStatus) VALUES (" +
-        SqlNumber(key) + ", " + SqlNumber(folder) + ", 'guid-" + std::to_string(key) + "', " +
-        SqlText(name) + ", " + SqlText(description) + ", " + status + ")");
   }
 
   TempCatalog catalog_;

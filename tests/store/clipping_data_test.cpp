@@ -126,21 +126,16 @@ TEST_F(ClippingDataTest, DamagedFramesRaiseNamingTheClipping) {
   }
 }
 
-TEST_F(ClippingDataTest, UpdatesReplaceAllItemsOnlyWhenAsked) {
-  const Items first = {{1, "one"}, {2, "two"}, {3, "three"}};
-  const auto clipping = Add(first);
+TEST_F(ClippingDataTest, UpdatesReplaceAllItemsWhenAsked) {
+  const auto clipping = Add({{1, "one"}, {2, "two"}});
   const std::string other = Add({{2, "untouched"}})->ID();
-  clipping->ClippingData()->Clear();
-  access_->UpdateClipping(clipping, false);  // without the flag the stored items stay
-  EXPECT_TRUE(Read(clipping->ID()) == first);
+  clipping->ClippingData()->Remove(1);
   clipping->ClippingData()->Add(NewClipping("", "<doc/>", "", 4)->ClippingData()->Item(1));
   access_->UpdateClipping(clipping, true);
-  EXPECT_TRUE(Read(clipping->ID()) == (Items{{4, "<doc/>"}}));
-  // An empty collection removes every item; the clipping then reads an empty list.
-  clipping->ClippingData()->Clear();
+  EXPECT_TRUE(Read(clipping->ID()) == (Items{{2, "two"}, {4, "<doc/>"}}));
+  clipping->ClippingData()->Clear();  // an empty collection removes every item
   access_->UpdateClipping(clipping, true);
-  EXPECT_TRUE(Read(clipping->ID()).empty());
-  EXPECT_TRUE(Read(other) == (Items{{2, "untouched"}}));
+  EXPECT_TRUE(Read(clipping->ID()).empty() && Read(other) == (Items{{2, "untouched"}}));
 }
 
 }  // namespace

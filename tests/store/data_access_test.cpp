@@ -48,7 +48,7 @@ TEST_P(DataAccessTest, PathNamesRunFromTheTopDownAndBrokenChainsRaise) {
   db_.ExecuteSQL(
       "INSERT INTO Folder (lFolderID, lParentID, sName) VALUES (2, 1, 'Projects'), (3, "
       "2, '2002'), (5, 0, 'Linked\\'), (6, 99, 'Orphan'), (7, 8, 'A'), (8, 7, 'B')");
-  auto access = Make();
+  auto& access = access_;
   EXPECT_EQ(access->GetFolderPathName("3"), "Personal\\Projects\\2002");
   EXPECT_EQ(access->GetFolderPathName("5"), "Linked");
   EXPECT_EQ(access->GetFolderPathName("0"), "");
@@ -62,16 +62,15 @@ TEST_P(DataAccessTest, PathNamesRunFromTheTopDownAndBrokenChainsRaise) {
 TEST_P(DataAccessTest, InterleavedGeneratorsNeverShareAKeyAndRefuseOtherTables) {
   auto first = Make();
   auto second = Make();
-  int32_t last = 1;
-  for (int i = 0; i < 20; ++i) {
-    const int32_t key =
-        DataAccessInternal::GetNextID(i % 2 == 0 ? *first : *second, "Folder", CreateGUIDString());
-    EXPECT_EQ(key, last + 1);  // the root folder's key is 1
-    last = key;
+  const auto next = [](DataAccess& access, const std::string& table) {
+    return DataAccessInternal::GetNextID(access, table, CreateGUIDString());
+  };
+  for (int32_t key = 2; key < 22; ++key) {  // the root folder's key is 1
+    EXPECT_EQ(next(key % 2 == 0 ? *first : *second, "Folder"), key);
   }
-  EXPECT_EQ(DataAccessInternal::GetNextID(*first, "GroupClipping", CreateGUIDString()), 1);
-  EXPECT_EQ(DataAccessInternal::GetNextID(*second, "ExternalCatalog", CreateGUIDString()), 1);
-  EXPECT_EQ(DataAccessInternal::GetNextID(*second, "GroupClipping", CreateGUIDString()), 2);
+  EXPECT_EQ(next(*first, "GroupClipping"), 1);
+  EXPECT_EQ(next(*second, "ExternalCatalog"), 1);
+  EXPECT_EQ(next(*second, "GroupClipping"), 2);
   EXPECT_EQ(Count("FolderIDGenerator") + Count("GroupClippingIDGenerator") +
                 Count("ExternalCatalogIDGenerator"),
             0);

@@ -126,35 +126,24 @@ TEST(DBConnection, UnreachableFilesFailBeforeTheEngineIsAskedAndAreNeverCreated)
     EXPECT_FALSE(db.IsOpen());
   }
   EXPECT_EQ(opened, 0);
-  // A data link file naming a missing catalog gets as far as the engine, which creates nothing.
-  const std::string dangling = dir.File("dangling.udl");
-  std::ofstream(dangling) << "[oledb]\n" << FileCatalogConnectionString(missing) << "\n";
-  const AutomationError error =
-      ErrorOf([&] { db.OpenConnection("File Name=" + dangling, "", ""); });
-  EXPECT_EQ(error.number(), err::kDatabaseError);
-  EXPECT_EQ(error.source(), "SQLite");
+  // A data link file naming a missing catalog, and a file that is no database, get as far as
+  // the engine, which creates nothing.
+  std::ofstream(dir.File("dangling.udl")) << "[oledb]\n" << FileCatalogConnectionString(missing);
+  std::ofstream(dir.File("notes.txt")) << std::string(500, 'x');
+  for (const std::string& cs : {"File Name=" + dir.File("dangling.udl"),
+                                FileCatalogConnectionString(dir.File("notes.txt"))}) {
+    EXPECT_EQ(ErrorOf([&] { db.OpenConnection(cs, "", ""); }).source(), "SQLite") << cs;
+    EXPECT_FALSE(db.IsOpen());
+  }
   EXPECT_FALSE(std::filesystem::exists(missing));
-  // So does a file that is no database.
-  const std::string text = dir.File("notes.txt");
-  std::ofstream(text) << "these are not the pages of a database, just some text that is long "
-                         "enough to fill a header";
-  EXPECT_EQ(ErrorOf([&] { db.OpenConnection(FileCatalogConnectionString(text), "", ""); }).source(),
-            "SQLite");
-  EXPECT_FALSE(db.IsOpen());
 }
 
 TEST(DBConnection, MarkersDataLinkFilesAndUnknownProviders) {
   TempCatalog catalog;
   DBConnection db;
-  // A trailing ";" after the file name is dropped, a further parameter is not; without the full
-  // provider prefix the string is a server string; "File Name=" wins over the Jet marker.
-  for (const auto& [connection_string, reachable] : std::vector<std::pair<std::string, bool>>{
-           {catalog.connection_string() + ";", true},
-           {catalog.connection_string() + ";Mode=Share Deny None", false},
-           {"Data Source=/no/such/file.db", true},
-           {catalog.connection_string() + ";File Name=/no/x.udl", false}}) {
-    EXPECT_EQ(db.TestConnection(connection_string).ToBoolean(), reachable) << connection_string;
-  }
+  // A trailing ";" after the file name is dropped, a further parameter is not.
+  EXPECT_TRUE(db.TestConnection(catalog.connection_string() + ";").ToBoolean());
+  EXPECT_FALSE(db.TestConnection(catalog.connection_string() + ";Mode=Share").ToBoolean());
   std::ofstream(catalog.dir().File("c.udl")) << "[oledb]\n; comment\n"
                                              << catalog.connection_string();
   db.OpenConnection("File Name=" + catalog.dir().File("c.udl"), "", "");

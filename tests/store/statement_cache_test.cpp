@@ -1,5 +1,5 @@
-// Statements that differ only in their literals share one prepared statement with the values
-// bound; these tests hold that every result and error stays what the text as written gives.
+// Statements differing only in literals share one prepared statement with the values bound:
+// results and errors must stay what the text as written gives.
 #include <gtest/gtest.h>
 
 #include <string>

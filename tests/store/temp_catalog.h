@@ -1,5 +1,4 @@
-// A temporary directory with a fresh catalog in it, removed with everything in it at the end of
-// the test. Tests never touch a user's catalog.
+// A temporary directory with a fresh catalog, removed at the end of the test: never a user's.
 #pragma once
 
 #include <string>
