@@ -359,6 +359,9 @@ class DataAccess {
   std::string BuildFolderIdList(const std::shared_ptr<Folder>& oFolder);
   void RemoveFolderRow(const std::string& sFolderId, bool bDeletePermenantly);
   void DeleteFolderTree(const std::shared_ptr<Folder>& oFolder, bool bDeletePermenantly);
+  // What deleting a folder does once everything below it is gone: its row and clippings once
+  // more, and its parent marked a leaf when it has no children left.
+  void FinishFolderDelete(const std::shared_ptr<Folder>& oFolder, bool bDeletePermenantly);
   bool FolderNameIsUnique(const std::string& sFolderName, const std::string& sParentFolderID);
   bool ClippingNameIsUnique(const std::string& sClippingName, const std::string& sFolderId);
   bool CategoryNameIsUnique(const std::shared_ptr<Category>& oCategory);

@@ -348,29 +348,52 @@ void DataAccess::RemoveFolderRow(const std::string& sFolderId, bool bDeletePerme
 }
 
 void DataAccess::DeleteFolderTree(const std::shared_ptr<Folder>& oFolder, bool bDeletePermenantly) {
-  for (const std::shared_ptr<Folder>& child : oFolder->ChildFolders()->Snapshot()) {
-    DeleteFolder(child->ID(), bDeletePermenantly);
+  // Every folder below `oFolder` goes as DeleteFolder takes a folder, its children first, in the
+  // order a recursive walk would take them; `oFolder` itself loses its clippings and its row. The
+  // tree is the one loaded already: walked with a stack of our own, not loaded again per level
+  // and not through the call stack, so that deep trees cost neither time nor stack.
+  struct Frame {
+    std::shared_ptr<Folder> folder;
+    std::vector<std::shared_ptr<Folder>> children;
+    size_t next;
+  };
+  std::vector<Frame> path{{oFolder, oFolder->ChildFolders()->Snapshot(), 0}};
+  while (!path.empty()) {
+    Frame& top = path.back();
+    if (top.next < top.children.size()) {
+      std::shared_ptr<Folder> child = top.children[top.next++];
+      std::vector<std::shared_ptr<Folder>> grandchildren = child->ChildFolders()->Snapshot();
+      path.push_back({std::move(child), std::move(grandchildren), 0});  // may move `top`
+      continue;
+    }
+    const std::shared_ptr<Folder> done = std::move(top.folder);
+    path.pop_back();
+    DeleteClippingsFromFolder(done->ID(), bDeletePermenantly);
+    RemoveFolderRow(done->ID(), bDeletePermenantly);
+    if (!path.empty()) FinishFolderDelete(done, bDeletePermenantly);
   }
-  DeleteClippingsFromFolder(oFolder->ID(), bDeletePermenantly);
+}
+
+void DataAccess::FinishFolderDelete(const std::shared_ptr<Folder>& oFolder,
+                                    bool bDeletePermenantly) {
   RemoveFolderRow(oFolder->ID(), bDeletePermenantly);
+  DeleteClippingsFromFolder(oFolder->ID(), bDeletePermenantly);
+  // Only the deleted folder's own remaining children are looked at, not its siblings: the
+  // parent is marked a leaf even when other children are left. Clients rely on the mark as it
+  // has always been set.
+  GetChildFolders(oFolder, true, false);
+  if (oFolder->ChildFolders()->Count() == 0) UpdateParentFolder(oFolder->ParentID(), true);
 }
 
 void DataAccess::DeleteFolder(const std::string& sFolderId, bool bDeletePermenantly) {
   EnsureCatalogOpen();
-  // The whole tree goes in one transaction (nested levels become savepoints), so that a failure
-  // halfway leaves the tree as it was.
+  // The whole tree goes in one transaction, so that a failure halfway leaves the tree as it was.
   InTransaction(Connection(), [&] {
     std::shared_ptr<Folder> folder = GetFolder(sFolderId);
     if (folder == nullptr) return;
     GetChildFolders(folder, true, false);
     DeleteFolderTree(folder, bDeletePermenantly);
-    RemoveFolderRow(folder->ID(), bDeletePermenantly);
-    DeleteClippingsFromFolder(folder->ID(), bDeletePermenantly);
-    // Only the deleted folder's own remaining children are looked at, not its siblings: the
-    // parent is marked a leaf even when other children are left. Clients rely on the mark as it
-    // has always been set.
-    GetChildFolders(folder, true, false);
-    if (folder->ChildFolders()->Count() == 0) UpdateParentFolder(folder->ParentID(), true);
+    FinishFolderDelete(folder, bDeletePermenantly);
   });
 }
 

@@ -212,8 +212,11 @@ TEST_P(FolderOpsTest, UpdateRewritesTheRowButNotItsPlaceAndRollsBackAClash) {
 TEST_P(FolderOpsTest, DeleteTakesTheWholeSubtreeAndItsClippings) {
   BuildTree();
   EXPECT_EQ(Statuses(), "11111 111 3");
+  EXPECT_EQ(Row(x_) + " " + Row(x1_), "1/X/-/0/0/1 " + std::to_string(x_) + "/X1/-/0/0/1");
   access_->DeleteFolder(std::to_string(x_), false);
   EXPECT_EQ(Statuses(), "33331 441 3");
+  // Each folder of the subtree reads as a leaf once its own children are deleted.
+  EXPECT_EQ(Row(x_) + " " + Row(x1_), "1/X/-/0/1/3 " + std::to_string(x_) + "/X1/-/0/1/3");
   // The parent reads as a leaf although Y is still there: only the deleted folder's own
   // children are looked at.
   EXPECT_EQ(Row(1), "0/Personal/-/0/1/1");
