@@ -10,8 +10,11 @@
 namespace clipcat {
 namespace {
 
+// `convert` applied to `value`, or `fallback` when it raises. Null, which every conversion
+// refuses, is answered without raising: rows and XML are full of it.
 template <typename T, typename Convert>
-T ConvertOr(Convert convert, T fallback) {
+T ConvertOr(const Variant& value, Convert convert, T fallback) {
+  if (value.type() == Variant::Type::kNull) return fallback;
   try {
     return convert();
   } catch (const AutomationError&) {
@@ -105,6 +108,7 @@ Date ToDateOr(const Variant& value, Date fallback) {
     if (const auto date = ParseExactCatalogDate(value.AsString())) return *date;
   }
   return ConvertOr<Date>(
+      value,
       [&] {
         const auto iso = ParseIsoDate(NormaliseDateText(value.ToText()));
         if (!iso) RaiseRuntimeError(err::kTypeMismatch);
@@ -116,7 +120,8 @@ Date ToDateOr(const Variant& value, Date fallback) {
 }
 
 std::string ToTextOr(const Variant& value, const std::string& fallback) {
-  return ConvertOr<std::string>([&] { return value.ToText(); }, fallback);
+  return ConvertOr<std::string>(
+      value, [&] { return value.ToText(); }, fallback);
 }
 
 bool ToBooleanOr(const Variant& value, bool fallback) {
@@ -124,15 +129,18 @@ bool ToBooleanOr(const Variant& value, bool fallback) {
     if (value.AsString() == "Yes") return true;
     if (value.AsString() == "No") return false;
   }
-  return ConvertOr<bool>([&] { return value.ToBoolean(); }, fallback);
+  return ConvertOr<bool>(
+      value, [&] { return value.ToBoolean(); }, fallback);
 }
 
 int32_t ToLongOr(const Variant& value, int32_t fallback) {
-  return ConvertOr<int32_t>([&] { return value.ToLong(); }, fallback);
+  return ConvertOr<int32_t>(
+      value, [&] { return value.ToLong(); }, fallback);
 }
 
 double ToDecimalOr(const Variant& value, double fallback) {
-  return ConvertOr<double>([&] { return value.ToDouble(); }, fallback);
+  return ConvertOr<double>(
+      value, [&] { return value.ToDouble(); }, fallback);
 }
 
 }  // namespace clipcat
