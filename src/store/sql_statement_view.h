@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <functional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "store/sql_tokenizer.h"
@@ -31,6 +32,11 @@ class SqlStatementView {
 
   // Every token of the statement, spaces and comments included.
   const std::vector<SqlToken>& tokens() const { return tokens_; }
+  // The tokens, moved out: the view is empty afterwards.
+  std::vector<SqlToken> TakeTokens() {
+    significant_.clear();
+    return std::move(tokens_);
+  }
 
   // The number of meaningful tokens, and the k-th of them.
   size_t Count() const { return significant_.size(); }

@@ -17,6 +17,9 @@ class Translator {
   Translator(std::string_view sql, const DateColumnSet& date_columns)
       : view_(sql), tokens_(view_.tokens()), date_columns_(date_columns) {}
 
+  // The statement's tokens; the translator is done with them.
+  std::vector<SqlToken> TakeTokens() { return view_.TakeTokens(); }
+
   std::string Run() {
     MarkInsertValues();
     MarkComparisonsAndCalls();
@@ -170,6 +173,15 @@ class Translator {
 
 std::string TranslateSqlForSqlite(std::string_view sql, const DateColumnSet& date_columns) {
   return Translator(sql, date_columns).Run();
+}
+
+std::string TranslateSqlForSqlite(std::string_view sql, const DateColumnSet& date_columns,
+                                  std::vector<SqlToken>& tokens) {
+  Translator translator(sql, date_columns);
+  std::string text = translator.Run();
+  tokens.clear();
+  if (text == sql) tokens = translator.TakeTokens();
+  return text;
 }
 
 }  // namespace clipcat

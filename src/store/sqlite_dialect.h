@@ -7,6 +7,9 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "store/sql_tokenizer.h"
 
 namespace clipcat {
 
@@ -23,5 +26,11 @@ using DateColumnSet = std::set<std::string, std::less<>>;
 // (1,2,...,n)": the same condition without the expression depth that SQLite bounds. Everything else
 // in the text, the content of every literal above all, is never changed.
 std::string TranslateSqlForSqlite(std::string_view sql, const DateColumnSet& date_columns);
+
+// TranslateSqlForSqlite, handing the tokens it read on to the next reader of the statement when
+// they are still the statement's: `tokens` receives the tokens of `sql` (views into `sql`, which
+// must outlive them) when the translation changed nothing, and is left empty otherwise.
+std::string TranslateSqlForSqlite(std::string_view sql, const DateColumnSet& date_columns,
+                                  std::vector<SqlToken>& tokens);
 
 }  // namespace clipcat

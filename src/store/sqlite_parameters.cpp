@@ -70,7 +70,11 @@ std::optional<SqlLiteralValue> LiteralValue(const SqlToken& token) {
 }  // namespace
 
 std::optional<ParameterisedSql> ParameteriseSql(std::string_view sql) {
-  const std::vector<SqlToken> tokens = TokenizeSql(sql);
+  return ParameteriseSql(sql, TokenizeSql(sql));
+}
+
+std::optional<ParameterisedSql> ParameteriseSql(std::string_view sql,
+                                                const std::vector<SqlToken>& tokens) {
   const SqlToken* first = nullptr;
   for (const SqlToken& token : tokens) {
     if (token.kind == SqlTokenKind::kParameter) return std::nullopt;

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "store/sql_tokenizer.h"
+
 namespace clipcat {
 
 // One value taken out of a statement's text: a string literal's text or an integer literal.
@@ -33,5 +35,9 @@ struct ParameterisedSql {
 // Answers nothing for any statement that is not a SELECT, INSERT, UPDATE or DELETE, or that has
 // parameters of its own: those must be prepared from their own text.
 std::optional<ParameterisedSql> ParameteriseSql(std::string_view sql);
+
+// The same for a statement already lexed: `tokens` are the tokens of `sql`.
+std::optional<ParameterisedSql> ParameteriseSql(std::string_view sql,
+                                                const std::vector<SqlToken>& tokens);
 
 }  // namespace clipcat

@@ -108,9 +108,11 @@ SqliteSession::Deadline::~Deadline() { session_.deadline_set_ = false; }
 
 SqliteStatement::SqliteStatement(SqliteSession& session, std::string_view sql, bool may_share)
     : session_(session) {
-  const std::string text = TranslateSqlForSqlite(sql, session.date_columns());
+  std::vector<SqlToken> tokens;  // of `sql`, when the translation left it as it was
+  const std::string text = TranslateSqlForSqlite(sql, session.date_columns(), tokens);
   if (may_share) {
-    if (const auto shared = ParameteriseSql(text); shared && PrepareShared(*shared)) return;
+    const auto shared = tokens.empty() ? ParameteriseSql(text) : ParameteriseSql(sql, tokens);
+    if (shared && PrepareShared(*shared)) return;
   }
   PrepareOwn(text);
 }
