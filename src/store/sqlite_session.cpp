@@ -199,11 +199,15 @@ RowSet SqliteStatement::Collect(size_t max_rows) {
   // the schema changed, and "*" may then stand for other columns.
   bool more = Step();
   const int count = sqlite3_column_count(stmt_);
-  for (int i = 0; i < count; ++i) rows.columns.emplace_back(sqlite3_column_name(stmt_, i));
+  std::vector<SqliteColumnKind> kinds;
+  for (int i = 0; i < count; ++i) {
+    rows.columns.emplace_back(sqlite3_column_name(stmt_, i));
+    kinds.push_back(KindOfDeclaredType(sqlite3_column_decltype(stmt_, i)));
+  }
   while (more) {
     std::vector<StoredValue> row;
     row.reserve(static_cast<size_t>(count));
-    for (int i = 0; i < count; ++i) row.push_back(ReadColumn(stmt_, i));
+    for (int i = 0; i < count; ++i) row.push_back(ReadColumn(stmt_, i, kinds[i]));
     rows.rows.push_back(std::move(row));
     if (max_rows != 0 && rows.rows.size() >= max_rows) break;
     more = Step();
@@ -250,11 +254,20 @@ void SqliteStatement::Bind(int index, const Variant& value, bool date_column) {
   if (rc != SQLITE_OK) session_.RaiseError();
 }
 
-StoredValue ReadColumn(sqlite3_stmt* stmt, int column) {
+SqliteColumnKind KindOfDeclaredType(const char* declared_type) {
+  if (declared_type == nullptr) return SqliteColumnKind::kPlain;
+  const std::string type = ToUpperAscii(declared_type);
+  if (type.rfind("BOOL", 0) == 0) return SqliteColumnKind::kBoolean;
+  if (type.find("SMALLINT") != std::string::npos || type.find("TINYINT") != std::string::npos) {
+    return SqliteColumnKind::kSmallInteger;
+  }
+  if (IsDateType(declared_type)) return SqliteColumnKind::kDate;
+  return SqliteColumnKind::kPlain;
+}
+
+StoredValue ReadColumn(sqlite3_stmt* stmt, int column, SqliteColumnKind kind) {
   StoredValue out;
-  const char* declared = sqlite3_column_decltype(stmt, column);
-  const std::string type = declared != nullptr ? ToUpperAscii(declared) : std::string();
-  const bool boolean = type.rfind("BOOL", 0) == 0;
+  const bool boolean = kind == SqliteColumnKind::kBoolean;
   switch (sqlite3_column_type(stmt, column)) {
     case SQLITE_NULL:
       out.value = Variant::Null();
@@ -268,8 +281,7 @@ StoredValue ReadColumn(sqlite3_stmt* stmt, int column) {
     }
     case SQLITE_INTEGER: {
       const sqlite3_int64 v = sqlite3_column_int64(stmt, column);
-      const bool small =
-          type.find("SMALLINT") != std::string::npos || type.find("TINYINT") != std::string::npos;
+      const bool small = kind == SqliteColumnKind::kSmallInteger;
       if (boolean) {
         out.value = Variant(v != 0);
       } else if (small && v >= INT16_MIN && v <= INT16_MAX) {
@@ -289,7 +301,7 @@ StoredValue ReadColumn(sqlite3_stmt* stmt, int column) {
     default: {
       const auto* data = reinterpret_cast<const char*>(sqlite3_column_text(stmt, column));
       std::string text(data, static_cast<size_t>(sqlite3_column_bytes(stmt, column)));
-      if (IsDateType(declared)) {
+      if (kind == SqliteColumnKind::kDate) {
         if (const auto date = ParseIsoDate(text)) {
           out.value = Variant(*date);
           break;

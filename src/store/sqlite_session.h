@@ -116,10 +116,17 @@ class SqliteStatement {
   bool shared_ = false;  // stmt_ belongs to the session's cache
 };
 
-// The value of column `column` of the statement's current row, typed by the column's declared
-// type: BOOLEAN columns read as Boolean, SMALLINT as Integer, DATETIME text as Date, other
-// integers as Long (Double beyond 32 bits), BLOBs as bytes.
-StoredValue ReadColumn(sqlite3_stmt* stmt, int column);
+// What a column's declared type says about reading its values.
+enum class SqliteColumnKind { kPlain, kBoolean, kSmallInteger, kDate };
+
+// The kind of the declared type `declared_type` (nullptr for an expression): BOOL..., ...SMALLINT
+// or ...TINYINT..., DATE... or TIMESTAMP..., compared without case.
+SqliteColumnKind KindOfDeclaredType(const char* declared_type);
+
+// The value of column `column` of the statement's current row, typed by the column's kind:
+// Boolean columns read as Boolean, small integers as Integer, date text as Date, other integers
+// as Long (Double beyond 32 bits), BLOBs as bytes.
+StoredValue ReadColumn(sqlite3_stmt* stmt, int column, SqliteColumnKind kind);
 
 // True for a declared type that holds dates.
 bool IsDateType(const char* declared_type);
