@@ -1,9 +1,10 @@
-// Messages and errors.
+// Messages, errors and UTF-16 text.
 #include <gtest/gtest.h>
 
 #include "util/error_of.h"
 #include "util/errors.h"
 #include "util/messages.h"
+#include "util/utf16.h"
 
 namespace clipcat::testing {
 namespace {
@@ -33,6 +34,18 @@ TEST(RaiseError, TakesMissingPartsFromTheCurrentError) {
   EXPECT_EQ(std::to_string(own.number()) + "|" + own.source() + "|" + own.description(),
             "-2147220997|Data Services|dup");
   EXPECT_EQ(ErrorOf([] { RaiseNotImplemented("ClippingExists"); }).number(), -999999);
+}
+
+TEST(Utf16, PairsSurrogatesAndMakesBrokenInputTheReplacementCharacter) {
+  // "a", e-acute, the euro sign and a clef outside the Basic Multilingual Plane.
+  const std::string text = "a\xC3\xA9\xE2\x82\xAC\xF0\x9D\x84\x9E";
+  const std::string utf16 = Utf8ToUtf16LE(text);
+  EXPECT_EQ(utf16, std::string("a\0\xE9\0\xAC\x20\x34\xD8\x1E\xDD", 10));
+  EXPECT_EQ(Utf16LEToUtf8(utf16), text);
+  const std::string replacement = "\xEF\xBF\xBD";
+  EXPECT_EQ(Utf16LEToUtf8(std::string("\x34\xD8x\0", 4)), replacement + "x");   // lone high
+  EXPECT_EQ(Utf16LEToUtf8(std::string("\x1E\xDDx\0y", 5)), replacement + "x");  // lone low, odd
+  EXPECT_EQ(Utf8ToUtf16LE("\xFFz"), std::string("\xFD\xFFz\0", 4));
 }
 
 }  // namespace
