@@ -254,6 +254,13 @@ TEST_P(FolderOpsTest, TrialsAndAFailureHalfwayLeaveTheTreeAsItWas) {
             err::kDatabaseError);
   EXPECT_EQ(Statuses(), "11111 111 3");
   db_.ExecuteSQL("DROP TRIGGER refuse_x2");
+  // An add whose parent cannot be marked takes back its row and its key.
+  db_.ExecuteSQL(
+      "CREATE TRIGGER refuse_mark BEFORE UPDATE OF bIsLeaf ON Folder"
+      " BEGIN SELECT RAISE(ABORT, 'no marks'); END");
+  EXPECT_EQ(ErrorOf([&] { Add("Unmarked", y_); }).number(), err::kDatabaseError);
+  EXPECT_EQ(Count("Folder") * 10 + Count("FolderIDGenerator"), 60);
+  db_.ExecuteSQL("DROP TRIGGER refuse_mark");
   access_->DeleteFolder(std::to_string(x_), true);  // no transaction was left open
   EXPECT_EQ(Statuses(), "----1 --1 1");
 }
