@@ -51,11 +51,16 @@ void SqliteStatementCache::Clear() {
       ++it;
       continue;
     }
-    by_text_.erase(it->text);
-    by_stmt_.erase(it->stmt);
-    sqlite3_finalize(it->stmt);
-    it = entries_.erase(it);
+    it = Finalize(it);
   }
+}
+
+std::list<SqliteStatementCache::Entry>::iterator SqliteStatementCache::Finalize(
+    std::list<Entry>::iterator it) {
+  by_text_.erase(it->text);
+  by_stmt_.erase(it->stmt);
+  sqlite3_finalize(it->stmt);
+  return entries_.erase(it);
 }
 
 void SqliteStatementCache::Trim() {
@@ -71,10 +76,7 @@ void SqliteStatementCache::Trim() {
       ++it;
       continue;
     }
-    by_text_.erase(it->text);
-    by_stmt_.erase(it->stmt);
-    sqlite3_finalize(it->stmt);
-    it = entries_.erase(it);
+    it = Finalize(it);
   }
 }
 

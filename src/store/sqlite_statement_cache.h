@@ -46,6 +46,8 @@ class SqliteStatementCache {
     bool dropped;  // cleared while in use: finalize on release
   };
   void Trim();
+  // Forgets and finalizes the idle statement at `it`; answers the entry after it.
+  std::list<Entry>::iterator Finalize(std::list<Entry>::iterator it);
 
   size_t capacity_;
   std::list<Entry> entries_;  // most recently used first
