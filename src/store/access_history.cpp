@@ -5,6 +5,7 @@
 
 #include "entities/clipping.h"
 #include "store/data_access.h"
+#include "store/transaction_internal.h"
 #include "util/date.h"
 #include "util/errors.h"
 #include "util/item_id.h"
@@ -40,32 +41,36 @@ std::shared_ptr<Clippings> DataAccess::GetClippingsHistroy(int32_t lMaximumItems
 void DataAccess::UpdateClippingHistory(const std::shared_ptr<Clipping>& oClipping) {
   EnsureCatalogOpen();
   if (oClipping == nullptr) RaiseRuntimeError(err::kObjectVariableNotSet);
-  Recordset rs = Connection().GetRecordsetRO("Select * From AccessHistory Where sClippingID=" +
-                                             SqlText(Variant(oClipping->ID())));
-  const Date now = Date::Now();
-  if (!(rs.Bof() && rs.Eof())) {
-    rs.MoveFirst();
-    int32_t count = ToLongOr(rs.Value("lAccessCount"), 0);
-    // The count is 32 bits wide; it stops at its largest value rather than wrap.
-    if (count < std::numeric_limits<int32_t>::max()) ++count;
-    rs.Close();
-    // The row is found by id but changed by GUID, as other programs sharing the history do.
-    Connection().ExecuteSQL(
-        "Update AccessHistory Set sName=" + SqlText(Variant(oClipping->Name())) +
-        ", lAccessCount=" + std::to_string(count) + ", " + "tDateLastAccessed=" +
-        SqlDate(Variant(now)) + " Where sClippingGUID=" + SqlText(Variant(oClipping->GUID())));
-  } else {
-    rs.Close();
-    // The history lives in the default catalog; the catalog that holds the clipping is the one
-    // its id names.
-    Connection().ExecuteSQL(
-        "Insert Into AccessHistory (sClippingGUID, lExternalCatalogId, sClippingId, sName, "
-        "bIsFavorite, lAccessCount, tDateLastAccessed) Values( " +
-        SqlText(Variant(oClipping->GUID())) + ", " +
-        SqlNumber(Variant(GetCatalogIDFromItemID(oClipping->ID()))) + ", " +
-        SqlText(Variant(oClipping->ID())) + ", " + SqlText(Variant(oClipping->Name())) +
-        ", 0, 1, " + SqlDate(Variant(now)) + " )");
-  }
+  // Read and write are one step: the write transaction is taken before the read, so that
+  // processes showing one clipping at once neither lose counts nor add a second row.
+  InTransaction(Connection(), [&] {
+    Recordset rs = Connection().GetRecordsetRO("Select * From AccessHistory Where sClippingID=" +
+                                               SqlText(Variant(oClipping->ID())));
+    const Date now = Date::Now();
+    if (!(rs.Bof() && rs.Eof())) {
+      rs.MoveFirst();
+      int32_t count = ToLongOr(rs.Value("lAccessCount"), 0);
+      // The count is 32 bits wide; it stops at its largest value rather than wrap.
+      if (count < std::numeric_limits<int32_t>::max()) ++count;
+      rs.Close();
+      // The row is found by id but changed by GUID, as other programs sharing the history do.
+      Connection().ExecuteSQL(
+          "Update AccessHistory Set sName=" + SqlText(Variant(oClipping->Name())) +
+          ", lAccessCount=" + std::to_string(count) + ", " + "tDateLastAccessed=" +
+          SqlDate(Variant(now)) + " Where sClippingGUID=" + SqlText(Variant(oClipping->GUID())));
+    } else {
+      rs.Close();
+      // The history lives in the default catalog; the catalog that holds the clipping is the one
+      // its id names.
+      Connection().ExecuteSQL(
+          "Insert Into AccessHistory (sClippingGUID, lExternalCatalogId, sClippingId, sName, "
+          "bIsFavorite, lAccessCount, tDateLastAccessed) Values( " +
+          SqlText(Variant(oClipping->GUID())) + ", " +
+          SqlNumber(Variant(GetCatalogIDFromItemID(oClipping->ID()))) + ", " +
+          SqlText(Variant(oClipping->ID())) + ", " + SqlText(Variant(oClipping->Name())) +
+          ", 0, 1, " + SqlDate(Variant(now)) + " )");
+    }
+  });
 }
 
 void DataAccess::DeleteClippingHistory(const std::string& sClippingID) {

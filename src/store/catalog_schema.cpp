@@ -96,7 +96,7 @@ const std::vector<std::string_view> kSchema = {
     " lAccessCount INTEGER DEFAULT 0,"
     " tDateLastAccessed DATETIME)",
     "CREATE INDEX ixAccessHistory_sClippingGUID ON AccessHistory (sClippingGUID)",
-    "CREATE INDEX ixAccessHistory_sClippingId ON AccessHistory (sClippingId)",
+    "CREATE UNIQUE INDEX ixAccessHistory_sClippingId ON AccessHistory (sClippingId)",
     "CREATE INDEX ixAccessHistory_tDateLastAccessed ON AccessHistory (tDateLastAccessed)",
 
     "CREATE TABLE ExternalCatalog ("

@@ -5,6 +5,7 @@
 #include <set>
 #include <utility>
 
+#include "store/catalog_upgrade.h"
 #include "util/errors.h"
 #include "util/item_id.h"
 #include "util/paths.h"
@@ -38,6 +39,7 @@ void DataAccess::OpenCatalog(const std::string& sConnectionString, const std::st
   if (!sPassword.empty()) password_ = sPassword;
   auto connection = std::make_unique<DBConnection>();
   connection->OpenConnection(connection_string_, user_name_, password_);
+  UpgradeCatalog(*connection);
   connection_ = std::move(connection);
   is_open_ = true;
 }

@@ -80,6 +80,8 @@ class DatabaseBackend {
   virtual void BeginTransaction() = 0;
   virtual void CommitTransaction() = 0;
   virtual void RollbackTransaction() = 0;
+  // True while a transaction, at any level, is open on the engine connection.
+  virtual bool InTransaction() = 0;
 
   // Closes the engine connection; an open transaction is rolled back. Calls after Close raise.
   virtual void Close() = 0;

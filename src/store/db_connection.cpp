@@ -79,6 +79,11 @@ UpdatableRecordset DBConnection::GetRecordsetRW(const std::string& sql) {
 void DBConnection::BeginTrans() { Backend().BeginTransaction(); }
 void DBConnection::CommitTrans() { Backend().CommitTransaction(); }
 void DBConnection::RollbackTrans() { Backend().RollbackTransaction(); }
+bool DBConnection::InTransaction() { return Backend().InTransaction(); }
+void DBConnection::RollbackAll() {
+  while (Backend().InTransaction()) Backend().RollbackTransaction();
+}
+std::string DBConnection::EngineName() { return Backend().EngineName(); }
 
 Variant DBConnection::TestConnection(const std::string& connection_string) {
   const TestTarget target = TargetOf(connection_string);

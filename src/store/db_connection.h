@@ -46,6 +46,10 @@ class DBConnection {
 
   bool IsOpen() const { return backend_ != nullptr; }
 
+  // The engine's name ("SQLite", "PostgreSQL"), the source of its errors. Raises 91 when the
+  // connection is not open.
+  std::string EngineName();
+
   // Runs one statement (INSERT, UPDATE, DELETE ...). Text after the first statement raises
   // err::kDatabaseError and nothing runs. A failing statement changes nothing else: an open
   // transaction stays open. Raises 91 when the connection is not open.
@@ -66,6 +70,11 @@ class DBConnection {
   void BeginTrans();
   void CommitTrans();
   void RollbackTrans();
+  // True while a transaction, at any level, is open.
+  bool InTransaction();
+  // Rolls back every open level of transaction; nothing happens when none is open. For the end of
+  // a request whose operation deliberately left its transaction open.
+  void RollbackAll();
 
   // A Boolean: true when the catalog `connection_string` names can be reached. A string holding
   // "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" is tested by the text after its first

@@ -86,6 +86,8 @@ void PostgresBackend::CommitTransaction() {
   --depth_;
 }
 
+bool PostgresBackend::InTransaction() { return Depth() > 0; }
+
 void PostgresBackend::RollbackTransaction() {
   const int depth = Depth();
   if (depth == 0) RaiseEngineText("there is no transaction in progress");

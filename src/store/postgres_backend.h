@@ -38,6 +38,7 @@ class PostgresBackend : public DatabaseBackend {
   void BeginTransaction() override;
   void CommitTransaction() override;
   void RollbackTransaction() override;
+  bool InTransaction() override;
   void Close() override;
 
  private:

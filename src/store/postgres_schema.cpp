@@ -90,7 +90,7 @@ const std::vector<std::string_view> kSchema = {
     " lAccessCount integer DEFAULT 0,"
     " tDateLastAccessed timestamp(0))",
     "CREATE INDEX ixAccessHistory_sClippingGUID ON AccessHistory (sClippingGUID)",
-    "CREATE INDEX ixAccessHistory_sClippingId ON AccessHistory (sClippingId)",
+    "CREATE UNIQUE INDEX ixAccessHistory_sClippingId ON AccessHistory (sClippingId)",
     "CREATE INDEX ixAccessHistory_tDateLastAccessed ON AccessHistory (tDateLastAccessed)",
 
     "CREATE TABLE ExternalCatalog ("

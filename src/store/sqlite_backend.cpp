@@ -84,6 +84,8 @@ void SqliteBackend::CommitTransaction() {
   if (depth_ > 0) --depth_;
 }
 
+bool SqliteBackend::InTransaction() { return Depth() > 0; }
+
 void SqliteBackend::RollbackTransaction() {
   const int depth = Depth();
   if (depth <= 1) {

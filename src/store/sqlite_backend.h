@@ -31,6 +31,7 @@ class SqliteBackend : public DatabaseBackend {
   void BeginTransaction() override;
   void CommitTransaction() override;
   void RollbackTransaction() override;
+  bool InTransaction() override;
   void Close() override;
 
  private:
