@@ -84,6 +84,49 @@ TEST_F(LinkedCatalogs, GetFolderOfAnOfflineCatalogsRootAnswersTheLinkedFolder) {
   EXPECT_EQ(IdsOf(read_.GetClippingsHistroy(10, personal_)).size(), 3u);
 }
 
+// Members that read one item by id answer nothing for an id that names no item, in the personal
+// catalog and in a linked one that is open, and raise only when the store itself fails. GetFolder
+// is the exception: a folder that is not there raises 91, as clients of the member rely on, unless
+// it is the root of a linked catalog that cannot be read.
+TEST_F(LinkedCatalogs, UnknownIdsAnswerNothingAndOnlyStoreFailuresRaise) {
+  const std::string unknown_in_a = l_.a.Item("987654");
+  for (const std::string& id : {std::string("987654"), unknown_in_a}) {
+    SCOPED_TRACE(id);
+    std::shared_ptr<Clipping> clipping = Clipping::Create();
+    std::shared_ptr<Category> category = Category::Create();
+    ASSERT_EQ(RaisedNumber([&] { clipping = read_.GetClipping(id, personal_, true); }), 0);
+    EXPECT_EQ(clipping, nullptr);
+    ASSERT_EQ(RaisedNumber([&] { category = read_.GetCategory(id, personal_); }), 0);
+    EXPECT_EQ(category, nullptr);
+    EXPECT_EQ(RaisedNumber([&] { read_.GetFolder(id, personal_); }), err::kObjectVariableNotSet);
+  }
+  const std::string a_root = l_.a.Root();
+  EXPECT_EQ(read_.GetFolderByName("Nothing", a_root, personal_), nullptr);
+  EXPECT_EQ(read_.GetClippingByName("Nothing", a_root, false, personal_), nullptr);
+  EXPECT_EQ(read_.FindClippingWithGUID("{00000000-0000-0000-0000-000000000000}", personal_),
+            nullptr);
+  EXPECT_EQ(read_.GetConnectionDetails(l_.letters, personal_), nullptr);
+
+  // The store fails: the linked catalog is offline, then the personal catalog is.
+  SetOnline("a", false);
+  EXPECT_EQ(RaisedNumber([&] { read_.GetClipping(unknown_in_a, personal_); }),
+            err::kCatalogCannotBeOpened);
+  EXPECT_EQ(RaisedNumber([&] { read_.GetCategory(unknown_in_a, personal_); }),
+            err::kCatalogCannotBeOpened);
+  EXPECT_EQ(RaisedNumber([&] { read_.GetFolder(unknown_in_a, personal_); }),
+            err::kCatalogCannotBeOpened);
+  EXPECT_EQ(RaisedNumber([&] { read_.GetClippingByName("Nothing", a_root, false, personal_); }),
+            err::kCatalogCannotBeOpened);
+  SetOnline("a", true);
+  SetOnline("personal", false);
+  for (const std::string& id : {std::string("987654"), l_.dear}) {
+    EXPECT_EQ(RaisedNumber([&] { read_.GetClipping(id, personal_); }), err::kCatalogCannotBeOpened);
+    EXPECT_EQ(RaisedNumber([&] { read_.GetCategory(id, personal_); }), err::kCatalogCannotBeOpened);
+    EXPECT_EQ(RaisedNumber([&] { read_.GetFolder(id, personal_); }), err::kCatalogCannotBeOpened);
+  }
+  SetOnline("personal", true);
+}
+
 TEST_F(LinkedCatalogs, WritesUnderAnOfflineLinkedFolderFailButItCanBeRemoved) {
   SetOnline("a", false);
   const auto folder = Named<Folder>("Nowhere");
