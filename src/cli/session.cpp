@@ -2,6 +2,7 @@
 
 #include "automation/progid_registry.h"
 #include "cli/call_command.h"
+#include "library/request_scope.h"
 
 namespace clipcat::cli {
 namespace {
@@ -19,11 +20,15 @@ Session::Session(const CatalogSelection& selection)
 void Session::RequireCatalog() { Read("GetPersonalCatalogRootFolder"); }
 
 Variant Session::Read(const std::string& member, std::vector<Variant> args) {
-  return CallWithConnection(read_, kReadProgID, member, std::move(args), connection_).first;
+  return RunRequest([&] {
+    return CallWithConnection(read_, kReadProgID, member, std::move(args), connection_).first;
+  });
 }
 
 Variant Session::Write(const std::string& member, std::vector<Variant> args) {
-  return CallWithConnection(write_, kWriteProgID, member, std::move(args), connection_).first;
+  return RunRequest([&] {
+    return CallWithConnection(write_, kWriteProgID, member, std::move(args), connection_).first;
+  });
 }
 
 }  // namespace clipcat::cli

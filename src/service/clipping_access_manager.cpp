@@ -54,6 +54,12 @@ std::shared_ptr<DataAccess> ClippingAccessManager::Item(const Variant& key) cons
   return entries_[static_cast<size_t>(at)].second;
 }
 
+void ClippingAccessManager::RollbackLeftoverTransactions() {
+  for (const auto& entry : entries_) {
+    if (entry.second) entry.second->RollbackLeftoverTransaction();
+  }
+}
+
 std::vector<std::shared_ptr<DataAccess>> ClippingAccessManager::Entries() const {
   std::vector<std::shared_ptr<DataAccess>> out;
   for (const auto& entry : entries_) out.push_back(entry.second);

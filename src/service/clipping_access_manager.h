@@ -37,6 +37,9 @@ class ClippingAccessManager {
   // The entries in insertion order.
   std::vector<std::shared_ptr<DataAccess>> Entries() const;
 
+  // Rolls back whatever transaction any held catalog has left open. Never raises.
+  void RollbackLeftoverTransactions();
+
   // Holds `details` as the default catalog's details. The first call, and any later call whose
   // details differ in DataSourceType, ClippingManagerServerName, ClippingSourceName or
   // ConnectionString, drops every entry and creates the "D" entry anew; equal details keep the

@@ -28,4 +28,8 @@ std::shared_ptr<ClippingAccessManager> GetAccessManager(
 
 void ReleaseAccessManager() { t_manager.reset(); }
 
+void RollbackLeftoverTransactions() {
+  if (t_manager) t_manager->RollbackLeftoverTransactions();
+}
+
 }  // namespace clipcat

@@ -19,6 +19,10 @@ std::shared_ptr<ClippingAccessManager> GetAccessManager(
 // Drops the calling thread's manager; its catalogs close when the last reference goes.
 void ReleaseAccessManager();
 
+// Rolls back whatever transaction the calling thread's catalogs were left with; nothing when the
+// thread has no manager. Never raises.
+void RollbackLeftoverTransactions();
+
 // Whether every call gets a manager of its own instead of the thread's: always false.
 bool UseAccessManagerPerCall();
 

@@ -50,6 +50,16 @@ void DataAccess::CloseCatalog() {
   if (connection != nullptr && connection->IsOpen()) connection->CloseConnection();
 }
 
+void DataAccess::RollbackLeftoverTransaction() {
+  if (connection_ == nullptr || !connection_->IsOpen()) return;
+  try {
+    connection_->RollbackAll();
+  } catch (const AutomationError&) {
+    // What cannot be rolled back must not stay: closing the engine connection ends it.
+    IgnoreErrors([&] { CloseCatalog(); });
+  }
+}
+
 void DataAccess::EnsureCatalogOpen() {
   if (!is_open_) OpenCatalog("", "", "");
 }

@@ -333,6 +333,12 @@ class DataAccess {
   // Forgets the accesses of clipping `sClippingID`; not an error when there are none.
   void DeleteClippingHistory(const std::string& sClippingID);
 
+  // Rolls back every transaction level an operation left open on this catalog (UpdateCategory
+  // leaves a refused rename pending), so that a kept connection starts its next request clean.
+  // A connection whose rollback fails is closed; the next operation opens it anew. Never raises;
+  // nothing happens when the catalog is closed or no transaction is open.
+  void RollbackLeftoverTransaction();
+
  protected:
   DataAccess();
 
