@@ -68,23 +68,22 @@ std::shared_ptr<Category> DataAccess::AddCategory(const std::shared_ptr<Category
   // A failed add hands the caller's object back as it came.
   const std::string old_id = oCategory->ID();
   const Date old_updated = oCategory->Updated();
-  DBConnection& db = Connection();
-  db.BeginTrans();
   try {
-    oCategory->SetUpdated(Date::Now());
-    const std::string key = std::to_string(GetNextID("GroupClipping", CreateGUIDString()));
-    oCategory->SetID(key);
-    db.ExecuteSQL(std::string("Insert Into GroupClipping (lGroupClippingID, lGroupCategoryID, "
-                              "sName, sDescription, ") +
-                  "iSortOrder, iStatus, tUpdated) Values (" + SqlNumber(Variant(key)) + ", " +
-                  kCategoryGroup + ", " + SqlText(Variant(oCategory->Name())) + ", " +
-                  SqlText(Variant(oCategory->Description())) + ", 0, " + kCategoryStatusActive +
-                  ", " + SqlDate(Variant(oCategory->Updated())) + " ) ");
-    oCategory->SetID(ComposeItemID(key, external_catalog_id_));
-    if (!CategoryNameIsUnique(oCategory)) RaiseCategoryNameNotUnique(oCategory->Name());
-    db.CommitTrans();
+    InTransaction(Connection(), [&] {
+      oCategory->SetUpdated(Date::Now());
+      const std::string key = std::to_string(GetNextID("GroupClipping", CreateGUIDString()));
+      oCategory->SetID(key);
+      Connection().ExecuteSQL(
+          std::string("Insert Into GroupClipping (lGroupClippingID, lGroupCategoryID, "
+                      "sName, sDescription, ") +
+          "iSortOrder, iStatus, tUpdated) Values (" + SqlNumber(Variant(key)) + ", " +
+          kCategoryGroup + ", " + SqlText(Variant(oCategory->Name())) + ", " +
+          SqlText(Variant(oCategory->Description())) + ", 0, " + kCategoryStatusActive + ", " +
+          SqlDate(Variant(oCategory->Updated())) + " ) ");
+      oCategory->SetID(ComposeItemID(key, external_catalog_id_));
+      if (!CategoryNameIsUnique(oCategory)) RaiseCategoryNameNotUnique(oCategory->Name());
+    });
   } catch (...) {
-    IgnoreErrors([&] { db.RollbackTrans(); });
     oCategory->SetID(old_id);
     oCategory->SetUpdated(old_updated);
     throw;
@@ -98,25 +97,28 @@ std::shared_ptr<Category> DataAccess::UpdateCategory(const std::shared_ptr<Categ
   // Formatted before the transaction begins, so that an id that is not a key opens nothing.
   const std::string key = SqlNumber(Variant(GetLocalItemID(oCategory->ID(), external_catalog_id_)));
   const Date old_updated = oCategory->Updated();
-  DBConnection& db = Connection();
-  db.BeginTrans();
+  TransactionGuard transaction(Connection());
   bool unique = false;
   try {
     oCategory->SetUpdated(Date::Now());
-    db.ExecuteSQL("Update GroupClipping Set sName=" + SqlText(Variant(oCategory->Name())) + ", " +
-                  "sDescription=" + SqlText(Variant(oCategory->Description())) + ", " +
-                  "tUpdated=" + SqlDate(Variant(oCategory->Updated())) + " Where " +
-                  "lGroupClippingId =" + key);
+    Connection().ExecuteSQL(
+        "Update GroupClipping Set sName=" + SqlText(Variant(oCategory->Name())) + ", " +
+        "sDescription=" + SqlText(Variant(oCategory->Description())) + ", " + "tUpdated=" +
+        SqlDate(Variant(oCategory->Updated())) + " Where " + "lGroupClippingId =" + key);
     unique = CategoryNameIsUnique(oCategory);
   } catch (...) {
-    IgnoreErrors([&] { db.RollbackTrans(); });
     oCategory->SetUpdated(old_updated);
     throw;
   }
-  // A duplicate name leaves the update pending in the still open transaction: the connection's
-  // next commit keeps it, its next rollback or its closing drops it. Callers rely on this.
-  if (!unique) RaiseCategoryNameNotUnique(oCategory->Name());
-  db.CommitTrans();
+  if (!unique) {
+    // The one write that deliberately differs: a duplicate name leaves the update pending in the
+    // still open transaction, as callers of this operation rely on; the connection's next commit
+    // keeps it, its next rollback or its closing drops it. Requests over kept connections end in
+    // a RequestScope, which rolls it back.
+    transaction.LeavePending();
+    RaiseCategoryNameNotUnique(oCategory->Name());
+  }
+  transaction.Commit();
   return oCategory;
 }
 

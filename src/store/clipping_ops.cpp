@@ -49,19 +49,6 @@ int32_t ClippingKeyNumber(const std::string& key) {
              FormatResourceMessage(kMessageNameNotUnique, {name}));
 }
 
-// Runs `body` in a transaction that is always rolled back; true when `body` raised nothing.
-template <typename Body>
-bool Trial(DBConnection& connection, Body&& body) {
-  try {
-    connection.BeginTrans();
-  } catch (const AutomationError&) {
-    return false;
-  }
-  const bool ok = IgnoreErrors(body);
-  const bool rolled_back = IgnoreErrors([&] { connection.RollbackTrans(); });
-  return ok && rolled_back;
-}
-
 }  // namespace
 
 std::string DataAccess::GetClippingPathName(const std::string& sClippingID) {

@@ -118,20 +118,6 @@ void WriteFolder(DBConnection& connection, Folder& folder, StoreKey key, Body&& 
   }
 }
 
-// Runs `body` in a transaction that is always rolled back; true when `body` raised nothing and
-// the transaction began and rolled back.
-template <typename Body>
-bool Trial(DBConnection& connection, Body&& body) {
-  try {
-    connection.BeginTrans();
-  } catch (const AutomationError&) {
-    return false;
-  }
-  const bool ok = IgnoreErrors(body);
-  const bool rolled_back = IgnoreErrors([&] { connection.RollbackTrans(); });
-  return ok && rolled_back;
-}
-
 }  // namespace
 
 std::shared_ptr<Folder> DataAccess::ReadFolderRow(const Recordset& rs) {

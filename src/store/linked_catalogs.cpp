@@ -5,6 +5,7 @@
 #include <string>
 
 #include "store/data_access.h"
+#include "store/transaction_internal.h"
 #include "util/errors.h"
 #include "util/guid.h"
 #include "util/item_id.h"
@@ -34,9 +35,8 @@ std::shared_ptr<Folder> DataAccess::AddLinkedFolder(
   catalog->SetGUID(CreateGUIDString());
 
   // The catalog row and its folder go in together: a failure leaves neither behind.
-  Connection().BeginTrans();
   std::shared_ptr<Folder> added;
-  try {
+  InTransaction(Connection(), [&] {
     catalog->SetID(GetNextID("ExternalCatalog", catalog->GUID()));
     catalog->SetIsOnline(true);
     // True is -1 to the automation runtime; the catalog stores its absolute value, 1.
@@ -51,11 +51,7 @@ std::shared_ptr<Folder> DataAccess::AddLinkedFolder(
     folder->SetExternalCatalogID(StoreKey(), catalog->ID());
     folder->SetName(sFolderName);
     added = AddFolder(folder, "0", false);
-    Connection().CommitTrans();
-  } catch (...) {
-    IgnoreErrors([&] { Connection().RollbackTrans(); });
-    throw;
-  }
+  });
   return added;
 }
 
