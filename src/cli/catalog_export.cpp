@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "automation/entity_objects.h"
-#include "cli/base64.h"
+#include "util/base64.h"
 #include "cli/catalog_document.h"
 #include "entities/xml_io.h"
 #include "util/errors.h"

@@ -13,6 +13,7 @@
 #include "cli/item_lookup.h"
 #include "cli/progress.h"
 #include "cli/session.h"
+#include "entities/xml_io.h"
 #include "util/errors.h"
 
 namespace clipcat::cli {
@@ -20,9 +21,6 @@ namespace {
 
 // The runtime's "Path/File access error": a file that cannot be written.
 constexpr int32_t kPathFileAccessError = 75;
-
-// Indented for people who open the file; data stays inline, so indentation never enters it.
-constexpr unsigned kFormat = pugi::format_indent;
 
 bool IsStandardStream(const std::string& file) { return file.empty() || file == "-"; }
 
@@ -37,7 +35,7 @@ void WriteFile(const pugi::xml_document& document, const std::string& file) {
   {
     std::ofstream out(partial, std::ios::binary | std::ios::trunc);
     if (!out) CannotWrite(partial);
-    document.save(out, "  ", kFormat, pugi::encoding_utf8);
+    xml::SaveIndented(document, out);
     out.flush();
     if (!out) {
       std::remove(partial.c_str());
@@ -77,7 +75,7 @@ void ExportCommand(const Context& context, const std::string& file) {
     counts = ExportFolderTree(session, top->ID(), true, document, progress);
   }
   if (IsStandardStream(file)) {
-    document.save(context.out, "  ", kFormat, pugi::encoding_utf8);
+    xml::SaveIndented(document, context.out);
     return;
   }
   WriteFile(document, file);

@@ -47,14 +47,16 @@ class ClippingData {
   void SetIsCompressed(StoreKey, bool bNewValue) { is_compressed_ = bNewValue; }
 
   // The item as the clipping form writes it:
-  // <clippingdataitem datatype="2">content</clippingdataitem>. Raises 5 when the content holds a
-  // character XML cannot carry.
+  // <clippingdataitem datatype="2">content</clippingdataitem>. Content that XML text cannot
+  // carry (control characters, invalid UTF-8 ...) is written in base64 instead:
+  // <clippingdataitem datatype="2" encoding="base64">AQI=</clippingdataitem>. Never raises.
   std::string XML() const;
 
   // Reads the content and type from a "clippingdataitem" element; IsCompressed is left as it is.
-  // Raises 424 "Object required" for text that is not well formed or has another root, 94
-  // "Invalid use of Null" without a "datatype" attribute and 13 "Type mismatch" when it is not a
-  // number, in each case after the content has been replaced.
+  // Raises 424 "Object required", changing nothing, for text that is not well formed or has
+  // another root, an "encoding" other than "base64", or base64 that does not decode; 94 "Invalid
+  // use of Null" without a "datatype" attribute and 13 "Type mismatch" when it is not a number,
+  // in each case after the content has been replaced.
   void SetXML(const std::string& sNewValue);
 
  private:
@@ -126,8 +128,9 @@ class Clipping {
   // <clipping ClippingID="15" GUID="" FolderID="3" Name="A" Description="" Status="1"
   // Updated="14:05:09 3 Mar 2002" lastaccessed="00:00:00 30 Dec 1899" Categories=""
   // PathName=""><clippingdata><clippingdataitem datatype="2">text</clippingdataitem>
-  // </clippingdata></clipping> (without the line breaks). Raises 5 when a text or content holds
-  // a character XML cannot carry, 91 when an item is nullptr.
+  // </clippingdata></clipping> (without the line breaks). Items' content XML text cannot carry
+  // is written as ClippingData::XML writes it. Raises 5 when a text property holds a character
+  // XML cannot carry, 91 when an item is nullptr.
   std::string XML() const;
 
   // Replaces the properties (Keywords aside) and the data items from `sNewValue`. Missing

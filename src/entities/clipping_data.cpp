@@ -22,12 +22,13 @@ namespace internal {
 
 void ClippingDataXml::Append(const ClippingData& data, pugi::xml_node parent) {
   pugi::xml_node element = parent.append_child(kDataItemElement);
-  xml::SetTextContent(element, data.RawData());
   xml::SetLongAttribute(element, kDataTypeAttribute, data.ClippingDataType());
+  // Content is any bytes: what XML text cannot carry travels in base64 instead of being refused.
+  xml::SetDataContent(element, data.RawData());
 }
 
 void ClippingDataXml::Read(ClippingData& data, pugi::xml_node element) {
-  data.raw_data_ = xml::TextContent(element);
+  data.raw_data_ = xml::DataContent(element);
   // A missing type is Null, which no number can be made of: the item is refused (94).
   data.clipping_data_type_ = xml::AttributeValue(element, kDataTypeAttribute).ToLong();
 }

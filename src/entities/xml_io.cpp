@@ -1,7 +1,11 @@
 #include "entities/xml_io.h"
 
+#include <algorithm>
+#include <cstring>
+#include <optional>
 #include <string>
 
+#include "util/base64.h"
 #include "util/errors.h"
 #include "util/values.h"
 
@@ -9,8 +13,9 @@ namespace clipcat::xml {
 namespace {
 
 // Parsing keeps what a round trip needs and what readers must see:
-// - no end-of-line normalisation, so carriage returns in text content come back byte for byte
-//   (the writer escapes them in attribute values, where normalisation would not apply anyway);
+// - no end-of-line normalisation: our writer escapes every CR, but text written before it did
+//   so (and by clients that never did) holds raw CRs in content, and they come back byte for
+//   byte;
 // - whitespace-only text when it is an element's only child, so blank content survives while
 //   layout between member elements still does not become a node;
 // - comments and processing instructions as nodes, so that one standing where a member belongs
@@ -21,9 +26,68 @@ constexpr unsigned kParseOptions = pugi::parse_cdata | pugi::parse_escapes |
                                    pugi::parse_wconv_attribute | pugi::parse_ws_pcdata_single |
                                    pugi::parse_comments | pugi::parse_pi | pugi::parse_doctype;
 
-// Escapes stay on: "&", "<", ">" and quotes, and tab, CR and LF in attribute values, are written
-// as references.
-constexpr unsigned kFormatOptions = pugi::format_raw | pugi::format_no_declaration;
+// Values reach the tree already escaped by our writers, so pugixml prints them as they are: what
+// a document holds does not depend on which characters a pugixml version escapes (1.13 leaves CR
+// raw in text, where a conforming parser turns CR LF into LF).
+constexpr unsigned kFormatOptions =
+    pugi::format_raw | pugi::format_no_declaration | pugi::format_no_escapes;
+
+// Frozen: the marker of a data item's content that XML text cannot carry. Never change it.
+constexpr char kEncodingAttribute[] = "encoding";
+constexpr char kBase64[] = "base64";
+
+// `value` as it stands between the quotes of an attribute or in element text. CR is escaped
+// everywhere because parsers normalise line ends, tab and LF in attributes because attribute-value
+// normalisation turns them into spaces. The forms are those pugixml wrote for us before ("&#09;",
+// ">" raw in attributes), so text that was already carried correctly is written as it was.
+std::string Escape(std::string_view value, bool attribute) {
+  std::string out;
+  out.reserve(value.size());
+  for (const char c : value) {
+    switch (c) {
+      case '&':
+        out += "&amp;";
+        break;
+      case '<':
+        out += "&lt;";
+        break;
+      case '>':  // "]]>" may not stand in text; in attributes ">" is harmless
+        if (attribute) {
+          out += c;
+        } else {
+          out += "&gt;";
+        }
+        break;
+      case '"':
+        if (attribute) {
+          out += "&quot;";
+        } else {
+          out += c;
+        }
+        break;
+      case '\r':
+        out += "&#13;";
+        break;
+      case '\t':
+        if (attribute) {
+          out += "&#09;";
+        } else {
+          out += c;
+        }
+        break;
+      case '\n':
+        if (attribute) {
+          out += "&#10;";
+        } else {
+          out += c;
+        }
+        break;
+      default:
+        out += c;
+    }
+  }
+  return out;
+}
 
 bool IsXmlChar(uint32_t c) {
   return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) ||
@@ -139,7 +203,8 @@ void CheckXmlText(std::string_view text, std::string_view what) {
 
 void SetTextAttribute(pugi::xml_node element, const char* name, std::string_view value) {
   CheckXmlText(value, std::string("attribute \"") + name + "\"");
-  element.append_attribute(name).set_value(value.data(), value.size());
+  const std::string escaped = Escape(value, true);
+  element.append_attribute(name).set_value(escaped.data(), escaped.size());
 }
 
 void SetLongAttribute(pugi::xml_node element, const char* name, int32_t value) {
@@ -157,7 +222,18 @@ void SetDateAttribute(pugi::xml_node element, const char* name, const Date& valu
 void SetTextContent(pugi::xml_node element, std::string_view value) {
   CheckXmlText(value, std::string("the text of \"") + element.name() + "\"");
   if (value.empty()) return;
-  element.append_child(pugi::node_pcdata).set_value(value.data(), value.size());
+  const std::string escaped = Escape(value, false);
+  element.append_child(pugi::node_pcdata).set_value(escaped.data(), escaped.size());
+}
+
+void SetDataContent(pugi::xml_node element, std::string_view value) {
+  if (IsXmlText(value)) {
+    SetTextContent(element, value);
+    return;
+  }
+  element.append_attribute(kEncodingAttribute).set_value(kBase64);
+  const std::string encoded = EncodeBase64(value);  // the alphabet needs no escaping
+  element.append_child(pugi::node_pcdata).set_value(encoded.data(), encoded.size());
 }
 
 std::string Print(pugi::xml_node element) {
@@ -257,6 +333,44 @@ std::string TextContent(pugi::xml_node node) {
     current = current.next_sibling();
   }
   return text;
+}
+
+namespace {
+
+// Passes pugixml's output on with every raw CR byte as a character reference. pugixml escapes CR
+// in attribute values itself, so a raw CR can only be text content.
+class CrEscapingWriter : public pugi::xml_writer {
+ public:
+  explicit CrEscapingWriter(std::ostream& out) : out_(out) {}
+  void write(const void* data, size_t size) override {
+    const std::string_view text(static_cast<const char*>(data), size);
+    size_t start = 0;
+    for (size_t cr = text.find('\r'); cr != std::string_view::npos; cr = text.find('\r', start)) {
+      out_.write(text.data() + start, static_cast<std::streamsize>(cr - start));
+      out_ << "&#13;";
+      start = cr + 1;
+    }
+    out_.write(text.data() + start, static_cast<std::streamsize>(text.size() - start));
+  }
+
+ private:
+  std::ostream& out_;
+};
+
+}  // namespace
+
+void SaveIndented(const pugi::xml_document& document, std::ostream& out) {
+  CrEscapingWriter writer(out);
+  document.save(writer, "  ", pugi::format_indent, pugi::encoding_utf8);
+}
+
+std::string DataContent(pugi::xml_node node) {
+  const pugi::xml_attribute encoding = node.attribute(kEncodingAttribute);
+  if (!encoding) return TextContent(node);
+  std::optional<std::string> decoded;
+  if (std::string_view(encoding.value()) == kBase64) decoded = DecodeBase64(TextContent(node));
+  if (!decoded) RaiseRuntimeError(err::kObjectRequired);
+  return *decoded;
 }
 
 }  // namespace clipcat::xml

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ostream>
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
@@ -22,7 +23,11 @@ bool IsXmlText(std::string_view text);
 void CheckXmlText(std::string_view text, std::string_view what);
 
 // Writers. Each appends to `element` after what is already there, so the call order is the
-// attribute order of the printed text. Text values are checked with CheckXmlText first.
+// attribute order of the printed text. Text values are checked with CheckXmlText first and kept
+// in the tree already escaped, the way Print writes them: a tree built with these writers is for
+// printing, not for reading values back. Markup characters are written as "&amp;", "&lt;",
+// "&gt;" (in text) and "&quot;" (in attributes); CR always, and tab and LF in attribute values,
+// as character references, so that any XML 1.0 parser reads the exact bytes back.
 void SetTextAttribute(pugi::xml_node element, const char* name, std::string_view value);
 void SetLongAttribute(pugi::xml_node element, const char* name, int32_t value);
 // Booleans are written as "true" and "false".
@@ -31,6 +36,16 @@ void SetBooleanAttribute(pugi::xml_node element, const char* name, bool value);
 void SetDateAttribute(pugi::xml_node element, const char* name, const Date& value);
 // Makes `value` the element's text content. The empty text adds no text node.
 void SetTextContent(pugi::xml_node element, std::string_view value);
+// Makes `value`, whatever bytes it holds, the element's content: as SetTextContent when
+// IsXmlText(value), otherwise in base64 with the attribute encoding="base64" appended. Never
+// raises.
+void SetDataContent(pugi::xml_node element, std::string_view value);
+
+// Writes `document`, a tree built with plain values (not with the writers above), to `out` with a
+// declaration and two-space indentation, such that any XML 1.0 parser reads back exactly the
+// values it holds: pugixml's escaping, and CR in text written as "&#13;", which pugixml leaves
+// raw and a parser would turn into LF. Text nodes stay inline, so indentation never enters them.
+void SaveIndented(const pugi::xml_document& document, std::ostream& out);
 
 // The element and everything under it as text: no declaration, no indentation, no line breaks.
 std::string Print(pugi::xml_node element);
@@ -67,5 +82,10 @@ bool ReadBoolean(pugi::xml_node element, const char* name);
 
 // The concatenated text of every text and CDATA node under `node`, in document order.
 std::string TextContent(pugi::xml_node node);
+
+// The content SetDataContent wrote: TextContent(node), decoded when `node` has the attribute
+// encoding="base64" (blanks in the base64 text are skipped). Raises 424 "Object required" for
+// another encoding or text that is not base64.
+std::string DataContent(pugi::xml_node node);
 
 }  // namespace clipcat::xml

@@ -62,6 +62,9 @@ TEST_F(Transfer, ImportIntoANewCatalogGivesTheSameCatalog) {
   const std::string document = ReadFile(file);
   EXPECT_EQ(Ok({"export"}), document) << "standard output and a file get the same document";
   EXPECT_EQ(document.find("Gone"), npos) << "deleted items stay behind";
+  // A conforming parser would read a raw CR LF as LF: CR travels as a character reference.
+  EXPECT_EQ(document.find('\r'), npos);
+  EXPECT_NE(document.find("line one&#13;\nline two"), npos) << document;
 
   const std::string copy = (dir_ / "copy.db").string();
   OkOn(copy, {"init", "--name", "Something else"});

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace clipcat::cli {
+namespace clipcat {
 
 // `bytes` in base64, without line breaks.
 std::string EncodeBase64(std::string_view bytes);
@@ -16,4 +16,4 @@ std::string EncodeBase64(std::string_view bytes);
 // padding anywhere but at the end.
 std::optional<std::string> DecodeBase64(std::string_view text);
 
-}  // namespace clipcat::cli
+}  // namespace clipcat

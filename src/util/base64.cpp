@@ -1,8 +1,8 @@
-#include "cli/base64.h"
+#include "util/base64.h"
 
 #include <cstdint>
 
-namespace clipcat::cli {
+namespace clipcat {
 namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -80,4 +80,4 @@ std::optional<std::string> DecodeBase64(std::string_view text) {
   return out;
 }
 
-}  // namespace clipcat::cli
+}  // namespace clipcat
