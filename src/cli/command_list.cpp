@@ -1,0 +1,323 @@
+// The commands of clipcat, each a small unit binding its arguments and options to the handler
+// that does the work (commands.h).
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+#include "cli/call_command.h"
+#include "cli/catalog_selection.h"
+#include "cli/command.h"
+
+namespace clipcat::cli {
+namespace {
+
+class CallUnit final : public Command {
+ public:
+  CallUnit()
+      : Command("call", "Call a member of a public class by name: call PROGID MEMBER [ARG ...]") {}
+  void Declare(CLI::App& command) override {
+    command.prefix_command();
+    // Everything after MEMBER is an argument of the member, even text that looks like an option.
+    command.fallthrough(false);
+    command_ = &command;
+  }
+  // The default catalog is made only for a call that names a member.
+  bool UsesDefaultCatalog() const override { return false; }
+  void Run(const Context& context) override {
+    const auto rest = command_->remaining();
+    if (rest.size() < 2) throw UsageError("clipcat call PROGID MEMBER [ARG ...]");
+    EnsureDefaultCatalog(context.selection);
+    RunCall(ConnectionObject(context.selection), rest[0], rest[1],
+            std::vector<std::string>(rest.begin() + 2, rest.end()), context.out);
+  }
+
+ private:
+  CLI::App* command_ = nullptr;
+};
+
+class InitUnit final : public Command {
+ public:
+  InitUnit()
+      : Command("init",
+                "Create the catalog (a file, or a catalog on a server named by --connection) "
+                "with its top folder") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("--name", name_, "Name of the top folder (default: the file's name)");
+  }
+  bool UsesDefaultCatalog() const override { return false; }
+  void Run(const Context& context) override { InitCommand(context, name_); }
+
+ private:
+  std::string name_;
+};
+
+class TourUnit final : public Command {
+ public:
+  TourUnit()
+      : Command("tour",
+                "Show the tree, a search and a clipping (seeds a new default catalog with a "
+                "sample library)") {}
+  void Declare(CLI::App&) override {}
+  bool UsesDefaultCatalog() const override { return false; }
+  void Run(const Context& context) override { TourCommand(context); }
+};
+
+class TreeUnit final : public Command {
+ public:
+  TreeUnit() : Command("tree", "Show the folder tree with ids") {}
+  void Declare(CLI::App&) override {}
+  void Run(const Context& context) override { TreeCommand(context); }
+};
+
+class ListUnit final : public Command {
+ public:
+  ListUnit() : Command("ls", "List the clippings of a folder") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("FOLDER", folder_, "Folder id")->required();
+  }
+  void Run(const Context& context) override { ListCommand(context, folder_); }
+
+ private:
+  std::string folder_;
+};
+
+class ShowUnit final : public Command {
+ public:
+  ShowUnit()
+      : Command("show", "Show a clipping with its data items (counts as a use in the history)") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("ID", id_, "Clipping id")->required();
+    command.add_option("--raw", raw_type_, "Write only the content of the data item of this type");
+  }
+  void Run(const Context& context) override { ShowCommand(context, id_, raw_type_); }
+
+ private:
+  std::string id_;
+  int raw_type_ = 0;
+};
+
+class AddUnit final : public Command {
+ public:
+  AddUnit() : Command("add", "Add a clipping with one data item") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("FOLDER", options_.folder, "Folder id")->required();
+    command.add_option("NAME", options_.name, "Clipping name")->required();
+    command.add_option("--type", options_.type,
+                       "Data type: 1 RTF, 2 text (default), 3 Excel XML, "
+                       "4 Word XML, 5 catalog XML");
+    file_option_ = command.add_option("--file", file_, "Content from this file");
+    text_option_ = command.add_option("--text", text_, "Content given here");
+    file_option_->excludes(text_option_);
+    command.add_option("--description", options_.description, "Description");
+  }
+  void Run(const Context& context) override {
+    // Only what was given: an empty --text is content, a missing one is not.
+    if (file_option_->count() > 0) options_.file = file_;
+    if (text_option_->count() > 0) options_.text = text_;
+    AddCommand(context, options_);
+  }
+
+ private:
+  AddOptions options_;
+  std::string file_, text_;
+  CLI::Option* file_option_ = nullptr;
+  CLI::Option* text_option_ = nullptr;
+};
+
+class MakeFolderUnit final : public Command {
+ public:
+  MakeFolderUnit() : Command("mkdir", "Add a folder") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("PARENT", parent_, "Parent folder id")->required();
+    command.add_option("NAME", name_, "Folder name")->required();
+  }
+  void Run(const Context& context) override { MakeFolderCommand(context, parent_, name_); }
+
+ private:
+  std::string parent_, name_;
+};
+
+class RenameUnit final : public Command {
+ public:
+  RenameUnit() : Command("rename", "Rename a folder or clipping") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("ID", id_, "Folder or clipping id")->required();
+    command.add_option("NAME", name_, "New name")->required();
+  }
+  void Run(const Context& context) override { RenameCommand(context, id_, name_); }
+
+ private:
+  std::string id_, name_;
+};
+
+class MoveUnit final : public Command {
+ public:
+  MoveUnit()
+      : Command("mv",
+                "Move a folder (with everything below it) or a clipping into another folder; "
+                "moved items get new ids, which are printed") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("ID", id_, "Folder or clipping id")->required();
+    command.add_option("PARENT", parent_, "Id of the folder to move it into")->required();
+  }
+  void Run(const Context& context) override { MoveCommand(context, id_, parent_); }
+
+ private:
+  std::string id_, parent_;
+};
+
+class RemoveUnit final : public Command {
+ public:
+  RemoveUnit()
+      : Command("rm", "Delete a folder or clipping (marked deleted unless --permanently)") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("ID", id_, "Folder or clipping id")->required();
+    command.add_flag("--permanently", permanently_, "Remove the rows for good");
+  }
+  void Run(const Context& context) override { RemoveCommand(context, id_, permanently_); }
+
+ private:
+  std::string id_;
+  bool permanently_ = false;
+};
+
+class SearchUnit final : public Command {
+ public:
+  SearchUnit() : Command("search", "Search clippings by text, folders and categories") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("TEXT", options_.text,
+                       "Text to find in names and descriptions ('*' matches anything)");
+    command.add_option("--folder", options_.folders, "Folder to search (repeatable)");
+    command.add_flag("--subfolders", options_.subfolders, "Search the folders below too");
+    command.add_option("--category", options_.categories,
+                       "Only clippings in this category (repeatable: in any of them)");
+    command.add_flag("--any-category", options_.any_category,
+                     "A clipping in one of the categories matches whatever its text");
+  }
+  void Run(const Context& context) override { SearchCommand(context, options_); }
+
+ private:
+  SearchOptions options_;
+};
+
+class TagUnit final : public Command {
+ public:
+  explicit TagUnit(bool untag)
+      : Command(untag ? "untag" : "tag", untag ? "Take a clipping out of a category"
+                                               : "Put a clipping in a category (made if new)"),
+        untag_(untag) {}
+  void Declare(CLI::App& command) override {
+    command.add_option("CLIPPING", clipping_, "Clipping id")->required();
+    command.add_option("CATEGORY", category_, "Category name")->required();
+  }
+  void Run(const Context& context) override { TagCommand(context, clipping_, category_, untag_); }
+
+ private:
+  bool untag_;
+  std::string clipping_, category_;
+};
+
+class CategoriesUnit final : public Command {
+ public:
+  CategoriesUnit() : Command("categories", "List the categories") {}
+  void Declare(CLI::App&) override {}
+  void Run(const Context& context) override { CategoriesCommand(context); }
+};
+
+class HistoryUnit final : public Command {
+ public:
+  HistoryUnit() : Command("history", "The most recently used clippings (show counts as a use)") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("--max", maximum_, "How many (default 20)");
+  }
+  void Run(const Context& context) override { HistoryCommand(context, maximum_); }
+
+ private:
+  int maximum_ = 20;
+};
+
+class LinkUnit final : public Command {
+ public:
+  LinkUnit() : Command("link", "Link another catalog as a top-level folder") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("NAME", name_, "Name of the linked folder")->required();
+    command
+        .add_option("--connection", connection_, "The linked catalog's connection details (XML)")
+        ->required();
+  }
+  void Run(const Context& context) override { LinkCommand(context, name_, connection_); }
+
+ private:
+  std::string name_, connection_;
+};
+
+class UnlinkUnit final : public Command {
+ public:
+  UnlinkUnit() : Command("unlink", "Remove a linked folder and its catalog record") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("FOLDER", folder_, "Linked folder id")->required();
+  }
+  void Run(const Context& context) override { UnlinkCommand(context, folder_); }
+
+ private:
+  std::string folder_;
+};
+
+class ExportUnit final : public Command {
+ public:
+  ExportUnit()
+      : Command("export",
+                "Write the whole catalog (folders, clippings with data, categories, links) as "
+                "one XML document") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("FILE", file_, "Document to write (default: standard output)");
+  }
+  void Run(const Context& context) override { ExportCommand(context, file_); }
+
+ private:
+  std::string file_;
+};
+
+class ImportUnit final : public Command {
+ public:
+  ImportUnit()
+      : Command("import",
+                "Add everything in a document that export wrote; into a new catalog this "
+                "gives the same catalog") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("FILE", file_, "Document to read ('-' for standard input)")->required();
+    command.add_option("--into", into_, "Folder to add it to (default: the catalog's top folder)");
+  }
+  void Run(const Context& context) override { ImportCommand(context, file_, into_); }
+
+ private:
+  std::string file_, into_;
+};
+
+}  // namespace
+
+std::vector<std::unique_ptr<Command>> AllCommands() {
+  std::vector<std::unique_ptr<Command>> commands;
+  commands.push_back(std::make_unique<CallUnit>());
+  commands.push_back(std::make_unique<InitUnit>());
+  commands.push_back(std::make_unique<TourUnit>());
+  commands.push_back(std::make_unique<TreeUnit>());
+  commands.push_back(std::make_unique<ListUnit>());
+  commands.push_back(std::make_unique<ShowUnit>());
+  commands.push_back(std::make_unique<AddUnit>());
+  commands.push_back(std::make_unique<MakeFolderUnit>());
+  commands.push_back(std::make_unique<RenameUnit>());
+  commands.push_back(std::make_unique<MoveUnit>());
+  commands.push_back(std::make_unique<RemoveUnit>());
+  commands.push_back(std::make_unique<SearchUnit>());
+  commands.push_back(std::make_unique<TagUnit>(false));
+  commands.push_back(std::make_unique<TagUnit>(true));
+  commands.push_back(std::make_unique<CategoriesUnit>());
+  commands.push_back(std::make_unique<HistoryUnit>());
+  commands.push_back(std::make_unique<LinkUnit>());
+  commands.push_back(std::make_unique<UnlinkUnit>());
+  commands.push_back(std::make_unique<ExportUnit>());
+  commands.push_back(std::make_unique<ImportUnit>());
+  return commands;
+}
+
+}  // namespace clipcat::cli
