@@ -28,7 +28,7 @@ target_compile_features(clipcat_shared PUBLIC cxx_std_20)
 # The entities' XML header includes pugixml's; the engines and compression stay inside.
 target_link_libraries(clipcat_shared
   PUBLIC pugixml::pugixml
-  PRIVATE Threads::Threads PkgConfig::ZSTD SQLite::SQLite3 PostgreSQL::PostgreSQL)
+  PRIVATE Threads::Threads PkgConfig::ZSTD SQLite::SQLite3 PostgreSQL::PostgreSQL ICU::uc)
 if(NOT CLIPCAT_SANITIZE)
   # Every symbol the library needs must be found when it is linked, not when a client loads it.
   target_link_options(clipcat_shared PRIVATE -Wl,--no-undefined)

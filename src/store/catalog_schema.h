@@ -12,7 +12,7 @@ namespace clipcat {
 // Stored in the file header of every SQLite catalog (PRAGMA application_id and user_version).
 // Frozen: they identify a catalog and its format.
 inline constexpr int32_t kCatalogApplicationId = 0x436C4374;  // "ClCt"
-inline constexpr int32_t kCatalogFormatVersion = 2;
+inline constexpr int32_t kCatalogFormatVersion = 3;
 
 // The key of the catalog's root folder, the one folder at the top of a new catalog.
 inline constexpr int32_t kRootFolderKey = 1;

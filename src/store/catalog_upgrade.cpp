@@ -3,6 +3,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "store/case_fold_upgrade.h"
 #include "store/catalog_schema.h"
 #include "store/db_connection.h"
 #include "store/sqlite_session.h"
@@ -59,6 +60,15 @@ void MergeHistoryRows(DBConnection& connection, Notes& notes) {
       "CREATE UNIQUE INDEX ixAccessHistory_sClippingId ON AccessHistory (sClippingId)");
 }
 
+// Format 3: names compare by Unicode simple case folding on both engines, not by ASCII case.
+void FoldNamesFully(DBConnection& connection, Notes& notes) {
+  if (IsSqlite(connection)) {
+    UpgradeSqliteCaseFolding(connection, notes);
+  } else {
+    UpgradePostgresCaseFolding(connection, notes);
+  }
+}
+
 struct UpgradeStep {
   int version;  // the format the catalog has after the step
   void (*run)(DBConnection&, Notes&);
@@ -66,6 +76,7 @@ struct UpgradeStep {
 
 constexpr UpgradeStep kSteps[] = {
     {2, MergeHistoryRows},
+    {3, FoldNamesFully},
 };
 
 static_assert(kSteps[std::size(kSteps) - 1].version == kCatalogFormatVersion,

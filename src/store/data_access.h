@@ -197,9 +197,10 @@ class DataAccess {
   bool ClippingsExist(const Variant& vArgument);
 
   // ---- Clipping queries and search ----
-  // Searches match text as the catalog compares it, without regard to ASCII case. In a search
-  // text only "*" is a wildcard (any run of characters), and only where a member says so; "%",
-  // "_" and every other character stand for themselves.
+  // Searches match text as the catalog compares it, without regard to case in any script
+  // (Unicode simple case folding, store/case_folding.h). In a search text only "*" is a wildcard
+  // (any run of characters), and only where a member says so; "%", "_" and every other character
+  // stand for themselves.
 
   // The clippings of folder `sFolderId` in name order, deleted ones (status 4) only with
   // `bGetDeletedItems`, each with its content when `bGetData`. With `oClippings` nullptr the

@@ -98,6 +98,7 @@ void PostgresBackend::RollbackTransaction() {
     Session().Run("RELEASE SAVEPOINT " + SavepointName(depth - 1));
   }
   --depth_;
+  Session().AfterRollback();
 }
 
 void PostgresBackend::Close() {

@@ -1,8 +1,8 @@
 // The PostgreSQL backend: a catalog in a database on a PostgreSQL server, reached through libpq.
 // The store's SQL runs as on SQLite, rewritten only where the server reads it differently (date
-// literals, numbers given for booleans, backslashes in LIKE patterns); text compares without
-// regard to ASCII case through the schema's citext columns, and Datediff is a function of the
-// catalog. Used by one thread at a time.
+// literals, numbers given for booleans, backslashes in LIKE patterns, text compared by folded
+// case through the catalog's clipcat_fold); Datediff is a function of the catalog. Used by one
+// thread at a time.
 #pragma once
 
 #include <memory>

@@ -14,6 +14,9 @@ namespace clipcat {
 struct PostgresColumnTypes {
   DateColumnSet dates;     // timestamp and date columns
   DateColumnSet booleans;  // boolean columns
+  // Text (citext) columns, when the catalog has its folding function clipcat_fold; empty
+  // otherwise (a catalog of an earlier format), and text then compares as citext does.
+  DateColumnSet texts = {};
 };
 
 // `sql` with
@@ -24,7 +27,22 @@ struct PostgresColumnTypes {
 //     ("bIsLeaf=1", "bIsOnline = -1", "VALUES (..., 0, ...)"), since PostgreSQL has no implicit
 //     cast from numbers to booleans;
 //   - " ESCAPE ''" added after a LIKE pattern literal that declares no escape character:
-//     PostgreSQL reads "\" in a pattern as an escape unless told otherwise, SQLite does not.
+//     PostgreSQL reads "\" in a pattern as an escape unless told otherwise, SQLite does not;
+//   - a column of `types.texts` compared (=, <>, <, ...) with a string literal or another such
+//     column, both sides on their own, as "clipcat_fold(col) = clipcat_fold('text')": folded
+//     case, as SQLite's NOCASE compares (case_folding.h). Not when ASCII case suffices for the
+//     literal (AsciiCaseSuffices): citext answers the same, through the column's own index. An
+//     UPDATE's SET assignments stay as they are; IN lists and expressions other than a lone
+//     column or literal compare as citext does;
+//   - "col [NOT] LIKE 'pattern' [ESCAPE 'c']" (or ILIKE) likewise, unless ASCII case suffices
+//     for the pattern, as "(col LIKE 'sieve' ESCAPE 'c' AND clipcat_fold(col) LIKE
+//     clipcat_fold('pattern') ESCAPE 'c')", where the sieve is the pattern with "_" for every
+//     character ASCII case does not suffice for: citext matches it wherever the folded pattern
+//     matches, so that only the rows it lets through are folded (NOT LIKE: "OR", both negated).
+//     A pattern whose escape character has other cases is folded here instead, since the
+//     server would fold the escape character too;
+//   - "ORDER BY col" on such a column as "ORDER BY clipcat_fold(col) COLLATE "C"", the order of
+//     the folded code points; not under DISTINCT, UNION, INTERSECT or EXCEPT.
 // Names, keywords and the content of every other literal are never changed.
 std::string TranslateSqlForPostgres(std::string_view sql, const PostgresColumnTypes& types);
 

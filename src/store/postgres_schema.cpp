@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "store/case_folding.h"
 #include "store/catalog_schema.h"
 #include "store/postgres_session.h"
 #include "store/sql_tokenizer.h"
@@ -16,8 +17,9 @@ namespace {
 // Table, column and index names are frozen and the same as a SQLite catalog's: the store's SQL
 // and other programs use them. PostgreSQL folds the unquoted names to lower case, and so does
 // every unquoted name in the store's SQL, so that names match without regard to case. Text is
-// citext with the "C" collation: it compares and sorts by its ASCII-lower-cased bytes, exactly as
-// SQLite's NOCASE does. Dates are whole seconds of local wall-clock time.
+// citext with the "C" collation, which compares its ASCII-lower-cased bytes; the backend makes
+// the store's comparisons fold every script through clipcat_fold (postgres_dialect.h), as
+// SQLite's NOCASE does on a catalog connection. Dates are whole seconds of local wall-clock time.
 const std::vector<std::string_view> kSchema = {
     "CREATE TABLE Folder ("
     " lFolderID integer PRIMARY KEY,"
@@ -158,6 +160,15 @@ const std::vector<std::string_view> kSchema = {
     "$body$",
 };
 
+// Indexes on the folded text of the columns whose names the store looks up and searches, for the
+// comparisons the dialect folds (postgres_dialect.h). Names are frozen.
+const std::vector<std::string_view> kFoldIndexes = {
+    "CREATE INDEX ixFolder_sName_Folded ON Folder (clipcat_fold(sName))",
+    "CREATE INDEX ixClipping_sName_Folded ON Clipping (clipcat_fold(sName))",
+    "CREATE INDEX ixClipping_sDescription_Folded ON Clipping (clipcat_fold(sDescription))",
+    "CREATE INDEX ixGroupClipping_sName_Folded ON GroupClipping (clipcat_fold(sName))",
+};
+
 // The tables a catalog consists of: a schema holding any of them holds a catalog already.
 constexpr std::string_view kTables[] = {"folder",
                                         "clipping",
@@ -206,6 +217,52 @@ const std::map<std::string, std::string, std::less<>>& CanonicalNames() {
 
 const std::vector<std::string_view>& PostgresSchemaStatements() { return kSchema; }
 
+std::string PostgresFoldFunctionStatement() {
+  const CaseFoldingMap& map = NonAsciiCaseFoldingMap();
+  // An SQL function of one expression, so that the planner inlines it: into the expressions of
+  // the indexes and the statements alike, where a literal's folding is worked out once. Text
+  // that is ASCII, or holds nothing outside ASCII that folds, needs only its ASCII letters
+  // lowered. Other text goes through a character map, which translate() searches from its start
+  // for every character: the map of the text's script when it has one, so that the characters
+  // it is made of are found among the first entries. Every name is qualified, since index
+  // expressions are also worked out under other search paths.
+  const std::string lowered = "pg_catalog.lower(sText COLLATE pg_catalog.\"C\")";
+  const auto translated = [&](const CharacterMap& characters) {
+    return "pg_catalog.translate(" + lowered + ", " + QuoteStringLiteral(characters.from) + ", " +
+           QuoteStringLiteral(characters.to) + ")";
+  };
+  std::string body =
+      "SELECT CASE WHEN pg_catalog.octet_length(sText) = pg_catalog.length(sText) OR sText !~ " +
+      QuoteStringLiteral("[" + map.folded_ranges + "]") + " THEN " + lowered;
+  for (const CaseFoldingMap::Script& script : map.scripts) {
+    // "Nothing but ASCII and the script": no character outside them.
+    body += " WHEN sText !~ " + QuoteStringLiteral("[^\x01-\x7F" + script.ranges + "]") + " THEN " +
+            translated(script.map);
+  }
+  body += " ELSE " + translated(map.any) + " END";
+  return "CREATE OR REPLACE FUNCTION " + std::string(kPostgresFoldFunction) +
+         "(sText text) RETURNS text LANGUAGE sql IMMUTABLE PARALLEL SAFE AS " +
+         QuoteStringLiteral(body);
+}
+
+const std::vector<std::string_view>& PostgresFoldIndexStatements() { return kFoldIndexes; }
+
+std::string_view IndexNameOf(std::string_view create_index) {
+  for (std::string_view prefix : {"CREATE INDEX ", "CREATE UNIQUE INDEX "}) {
+    if (create_index.rfind(prefix, 0) != 0) continue;
+    const std::string_view rest = create_index.substr(prefix.size());
+    return rest.substr(0, rest.find(' '));
+  }
+  return {};
+}
+
+void RequireUtf8Database(std::string_view encoding) {
+  if (encoding == "UTF8") return;
+  throw AutomationError(err::kDatabaseError, kComponentSource,
+                        "A catalog needs a database with the UTF8 encoding; this one uses " +
+                            std::string(encoding) + ".");
+}
+
 std::string CanonicalColumnName(std::string_view table, std::string_view column) {
   const auto found = CanonicalNames().find(std::string(table) + "." + std::string(column));
   return found != CanonicalNames().end() ? found->second : std::string(column);
@@ -247,7 +304,11 @@ void DeployPostgresCatalog(PostgresSession& session, const std::string& name) {
                                 PQgetvalue(hidden.get(), 0, 0) +
                                 "\", which the search path does not name.");
     }
+    const PostgresResult encoding = session.Run("SELECT pg_catalog.getdatabaseencoding()");
+    RequireUtf8Database(PQgetvalue(encoding.get(), 0, 0));
+    session.Run(PostgresFoldFunctionStatement());
     for (std::string_view statement : kSchema) session.Run(std::string(statement));
+    for (std::string_view statement : kFoldIndexes) session.Run(std::string(statement));
     session.Run(
         "INSERT INTO Folder (lFolderID, sGUID, lParentID, sName, sDescription, lExternalCatalogId,"
         " bIsLeaf, bIsOffline, iStatus, tUpdated) VALUES ($1, $2, 0, $3, NULL, 0, TRUE, FALSE, 1,"

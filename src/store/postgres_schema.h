@@ -12,9 +12,31 @@ class PostgresSession;
 
 // The statements that create the tables, indexes and the Datediff function of a catalog, in
 // order, one statement each. Text columns are citext with the "C" collation, so that "=", LIKE
-// and ORDER BY treat ASCII letters without regard to case, as a SQLite catalog's NOCASE columns
-// do; the citext extension must be installed first.
+// and ORDER BY treat ASCII letters without regard to case even in statements the backend does
+// not rewrite; the citext extension must be installed first.
 const std::vector<std::string_view>& PostgresSchemaStatements();
+
+// The name of the catalog's function that folds text: clipcat_fold(text) gives the text with
+// Unicode simple case folding (case_folding.h), NULL for NULL. Frozen.
+inline constexpr std::string_view kPostgresFoldFunction = "clipcat_fold";
+
+// The statement that creates clipcat_fold in the first schema of the search path, or replaces
+// it (indexes on its results must then be made again). The server cannot run clipcat's code, so
+// the function carries the folding of every code point, as this process's ICU has it, as a
+// character map. Immutable and inlined by the planner; ASCII text costs about what citext's
+// lower-casing does.
+std::string PostgresFoldFunctionStatement();
+
+// The statements that create the indexes on folded text (after clipcat_fold and the tables),
+// one statement each, "CREATE INDEX name ON ...".
+const std::vector<std::string_view>& PostgresFoldIndexStatements();
+
+// The index name of a "CREATE [UNIQUE] INDEX name ..." statement; empty for any other text.
+std::string_view IndexNameOf(std::string_view create_index);
+
+// Raises err::kDatabaseError, source "clipcat", unless `encoding` (the server's name of a
+// database's encoding) is UTF8: the folding function and the text of other clients need it.
+void RequireUtf8Database(std::string_view encoding);
 
 // The catalog's own spelling of column `column` of table `table` when the server reports them
 // folded to lower case ("clippinggroupclipping", "lclippingid" gives "lClippingId"), so that
@@ -22,10 +44,12 @@ const std::vector<std::string_view>& PostgresSchemaStatements();
 std::string CanonicalColumnName(std::string_view table, std::string_view column);
 
 // Deploys a catalog into the first schema of the session's search path, in one transaction:
-// the citext extension (when missing), every table and index, the Datediff function, the root
+// the citext extension (when missing), clipcat_fold, every table and index (those on folded
+// text too), the Datediff function, the root
 // folder with key 1 named `name`, the folder key generator continuing at 2 and the catalog
 // properties. Raises err::kDatabaseError, source "clipcat", when the schema already holds a table
 // of a catalog, and the server's error when it refuses a statement; on failure nothing stays.
+// Raises as RequireUtf8Database for a database whose encoding is not UTF8.
 // REQUIRES: `name` is trimmed and not empty; no transaction is open on `session`.
 void DeployPostgresCatalog(PostgresSession& session, const std::string& name);
 

@@ -228,17 +228,22 @@ PostgresResult PostgresSession::RunStoreStatement(std::string_view sql) {
   Conn();
   RequireOneStatement(sql);
   PostgresResult result = RunGuarded(TranslateSqlForPostgres(sql, column_types_));
-  if (MayChangeSchema(sql)) LoadColumnTypes();
+  if (MayChangeSchema(sql)) {
+    LoadColumnTypes();
+    if (TransactionStatus() != PQTRANS_IDLE) schema_changed_in_transaction_ = true;
+  }
   return result;
 }
 
 void PostgresSession::LoadColumnTypes() {
   // Also finds text columns whose citext type the search path does not show: their comparisons
-  // would silently fall back to case-sensitive text.
+  // would silently fall back to case-sensitive text. The last row tells whether the catalog has
+  // its folding function (a catalog of the first format has not).
   const PostgresResult result =
       Run("SELECT DISTINCT pg_catalog.lower(a.attname),"
           " CASE WHEN a.atttypid = 'pg_catalog.bool'::regtype THEN 'b'"
-          " WHEN t.typname = 'citext' THEN 'x' ELSE 'd' END, tn.nspname"
+          " WHEN t.typname = 'citext' AND NOT pg_catalog.pg_type_is_visible(t.oid) THEN 'x'"
+          " WHEN t.typname = 'citext' THEN 't' ELSE 'd' END, tn.nspname"
           " FROM pg_catalog.pg_attribute AS a"
           " JOIN pg_catalog.pg_class AS c ON c.oid = a.attrelid"
           " JOIN pg_catalog.pg_namespace AS n ON n.oid = c.relnamespace"
@@ -249,8 +254,11 @@ void PostgresSession::LoadColumnTypes() {
           " AND pg_catalog.pg_table_is_visible(c.oid)"
           " AND (a.atttypid IN ('pg_catalog.bool'::regtype, 'pg_catalog.timestamp'::regtype,"
           " 'pg_catalog.timestamptz'::regtype, 'pg_catalog.date'::regtype)"
-          " OR (t.typname = 'citext' AND NOT pg_catalog.pg_type_is_visible(t.oid)))");
+          " OR t.typname = 'citext')"
+          " UNION ALL SELECT '', 'f', '' WHERE EXISTS (SELECT FROM pg_catalog.pg_proc AS p"
+          " WHERE p.proname = 'clipcat_fold' AND pg_catalog.pg_function_is_visible(p.oid))");
   PostgresColumnTypes types;
+  bool folds = false;
   for (int row = 0; row < PQntuples(result.get()); ++row) {
     const std::string name = PQgetvalue(result.get(), row, 0);
     const std::string_view kind = PQgetvalue(result.get(), row, 1);
@@ -259,9 +267,20 @@ void PostgresSession::LoadColumnTypes() {
                       PQgetvalue(result.get(), row, 2) +
                       "\", which the search path does not name.");
     }
-    (kind == "b" ? types.booleans : types.dates).insert(name);
+    if (kind == "f") {
+      folds = true;
+    } else {
+      (kind == "b" ? types.booleans : kind == "t" ? types.texts : types.dates).insert(name);
+    }
   }
+  if (!folds) types.texts.clear();
   column_types_ = std::move(types);
+}
+
+void PostgresSession::AfterRollback() {
+  if (!schema_changed_in_transaction_) return;
+  schema_changed_in_transaction_ = false;
+  LoadColumnTypes();
 }
 
 const std::string& PostgresSession::TableName(Oid table) {

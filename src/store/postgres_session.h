@@ -94,8 +94,14 @@ class PostgresSession {
 
   const PostgresColumnTypes& column_types() const { return column_types_; }
 
-  // Re-reads which visible columns hold dates and booleans.
+  // Re-reads which visible columns hold dates, booleans and text, and whether the catalog has
+  // its folding function.
   void LoadColumnTypes();
+
+  // To be called after a rollback (of a transaction or to a savepoint): re-reads the column types
+  // when a statement of the store changed the schema inside a transaction, since the rollback
+  // may have taken the change back (a folding function made by an upgrade that then failed).
+  void AfterRollback();
 
   // Every row of `result`, typed by column type: boolean as Boolean, smallint as Integer,
   // integer as Long, bigint as Long (Double beyond 32 bits), floating and numeric types as
@@ -117,6 +123,7 @@ class PostgresSession {
 
   PGconn* conn_ = nullptr;  // null once closed
   PostgresColumnTypes column_types_;
+  bool schema_changed_in_transaction_ = false;
   std::map<Oid, std::string> table_names_;
 };
 

@@ -1,6 +1,7 @@
 // The SQLite backend: a catalog in a SQLite database file. Dates are stored as ISO text, text
-// compares without regard to ASCII case through the schema's NOCASE columns, and Datediff is a
-// function of the connection. Used by one thread at a time.
+// compares by folded case through the schema's NOCASE columns and the connection's own NOCASE
+// and like() (sqlite_functions.h), and Datediff is a function of the connection. Used by one
+// thread at a time.
 #pragma once
 
 #include <memory>

@@ -1,7 +1,9 @@
 #include "store/sqlite_functions.h"
 
+#include <memory>
 #include <string>
 
+#include "store/case_folding.h"
 #include "util/date_text.h"
 #include "util/errors.h"
 #include "util/text.h"
@@ -60,6 +62,60 @@ void DateDiffFunction(sqlite3_context* context, int argc, sqlite3_value** argv) 
   sqlite3_result_int64(context, *result);
 }
 
+// NOCASE: the catalog's text columns compare by folded code points (case_folding.h), so that a
+// name clashes with its other cases in every script. For ASCII text this is the order of SQLite's
+// own NOCASE, so the stock shell still reads a catalog's ASCII names through its indexes.
+int CompareNoCase(void* /*unused*/, int size_a, const void* a, int size_b, const void* b) {
+  return CompareFoldedCase(
+      std::string_view(static_cast<const char*>(a), static_cast<size_t>(size_a)),
+      std::string_view(static_cast<const char*>(b), static_cast<size_t>(size_b)));
+}
+
+// like(pattern, text [, escape]): the LIKE operator with the folding NOCASE compares by, so that
+// LIKE and "=" agree on which cases are the same. Errors, Null and the limit on the pattern's
+// length are those of SQLite's own like().
+void LikeFunction(sqlite3_context* context, int argc, sqlite3_value** argv) {
+  const int pattern_bytes = sqlite3_value_bytes(argv[0]);
+  if (pattern_bytes >
+      sqlite3_limit(sqlite3_context_db_handle(context), SQLITE_LIMIT_LIKE_PATTERN_LENGTH, -1)) {
+    sqlite3_result_error(context, "LIKE or GLOB pattern too complex", -1);
+    return;
+  }
+  std::optional<char32_t> escape;
+  if (argc == 3) {
+    const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(argv[2]));
+    if (text == nullptr) return;
+    const std::string_view escape_text(text, static_cast<size_t>(sqlite3_value_bytes(argv[2])));
+    size_t at = 0;
+    if (!escape_text.empty()) escape = NextCodePoint(escape_text, &at);
+    if (escape_text.empty() || at != escape_text.size()) {
+      sqlite3_result_error(context, "ESCAPE expression must be a single character", -1);
+      return;
+    }
+  }
+  const auto* pattern_text = reinterpret_cast<const char*>(sqlite3_value_text(argv[0]));
+  const auto* text_bytes = reinterpret_cast<const char*>(sqlite3_value_text(argv[1]));
+  if (pattern_text == nullptr || text_bytes == nullptr) return;
+  const std::string_view pattern(pattern_text, static_cast<size_t>(sqlite3_value_bytes(argv[0])));
+  const std::string_view text(text_bytes, static_cast<size_t>(sqlite3_value_bytes(argv[1])));
+  // A pattern that stays the same for the whole statement (a literal or a bound value) is
+  // folded once and kept with the statement.
+  const auto* kept = static_cast<const FoldedLikePattern*>(sqlite3_get_auxdata(context, 0));
+  if (kept != nullptr && kept->pattern() == pattern && kept->escape() == escape) {
+    sqlite3_result_int(context, kept->Matches(text) ? 1 : 0);
+    return;
+  }
+  auto made = std::make_unique<FoldedLikePattern>(pattern, escape);
+  sqlite3_result_int(context, made->Matches(text) ? 1 : 0);
+  // Last: SQLite may free what it is given at once, when it keeps nothing for the argument.
+  sqlite3_set_auxdata(context, 0, made.release(),
+                      [](void* pattern) { delete static_cast<FoldedLikePattern*>(pattern); });
+}
+
+void Check(sqlite3* db, int rc) {
+  if (rc != SQLITE_OK) throw AutomationError(err::kDatabaseError, "SQLite", sqlite3_errmsg(db));
+}
+
 }  // namespace
 
 std::optional<int64_t> DateDiff(std::string_view interval, const Date& date1, const Date& date2) {
@@ -87,10 +143,14 @@ std::optional<int64_t> DateDiff(std::string_view interval, const Date& date1, co
 }
 
 void RegisterSqlFunctions(sqlite3* db) {
-  const int rc = sqlite3_create_function_v2(db, "Datediff", 3, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
-                                            nullptr, &DateDiffFunction, nullptr, nullptr, nullptr);
-  if (rc != SQLITE_OK) {
-    throw AutomationError(err::kDatabaseError, "SQLite", sqlite3_errmsg(db));
+  constexpr int kFlags = SQLITE_UTF8 | SQLITE_DETERMINISTIC;
+  Check(db, sqlite3_create_function_v2(db, "Datediff", 3, kFlags, nullptr, &DateDiffFunction,
+                                       nullptr, nullptr, nullptr));
+  Check(db,
+        sqlite3_create_collation_v2(db, "NOCASE", SQLITE_UTF8, nullptr, &CompareNoCase, nullptr));
+  for (int arguments : {2, 3}) {
+    Check(db, sqlite3_create_function_v2(db, "like", arguments, kFlags, nullptr, &LikeFunction,
+                                         nullptr, nullptr, nullptr));
   }
 }
 

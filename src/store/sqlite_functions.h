@@ -1,5 +1,5 @@
-// The SQL functions the store's statements call that SQLite lacks, with the meaning the catalog's
-// SQL gives them. Stateless; thread-safe.
+// The SQL functions and the collation the store's statements need from SQLite, with the meaning
+// the catalog's SQL gives them. Stateless; thread-safe.
 #pragma once
 
 #include <sqlite3.h>
@@ -18,9 +18,18 @@ namespace clipcat {
 // "n" minutes, "s" seconds. Answers nothing for an unknown interval.
 std::optional<int64_t> DateDiff(std::string_view interval, const Date& date1, const Date& date2);
 
-// Registers Datediff on `db`. Its date arguments may be ISO text (as catalogs store dates), any
-// other date text, or a day count since 1899-12-30; a Null argument gives Null. Raises
-// err::kDatabaseError when SQLite refuses the registration.
+// Registers on `db`:
+//   - Datediff. Its date arguments may be ISO text (as catalogs store dates), any other date text,
+//     or a day count since 1899-12-30; a Null argument gives Null.
+//   - the NOCASE collation, in place of SQLite's own: texts compare by their code points after
+//     Unicode simple case folding (CompareFoldedCase), so that "Ärger" = "ärger" and "Σ" = "σ".
+//     ASCII text orders exactly as under SQLite's NOCASE, but an index over text outside ASCII
+//     is in another order than SQLite's NOCASE gives it: a catalog whose indexes were made
+//     without this collation needs a REINDEX before its lookups find such text.
+//   - like() with two and three arguments, in place of SQLite's own, so that LIKE finds the
+//     cases that NOCASE calls equal (FoldedLikePattern); wildcards, ESCAPE, Null and errors as
+//     SQLite's own like().
+// Raises err::kDatabaseError when SQLite refuses a registration.
 void RegisterSqlFunctions(sqlite3* db);
 
 }  // namespace clipcat

@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "store/catalog_schema.h"
 #include "store/data_access.h"
@@ -49,6 +50,14 @@ class CatalogUpgradeTest : public ::testing::TestWithParam<bool> {
     AddRow("G7", "P3C7", 4, "2026-01-05 12:00:00");
     AddRow("GA", "", 1, "2026-01-06 12:00:00");
     AddRow("GB", "", 1, "2026-01-07 12:00:00");
+    // Siblings that the first format told apart by case outside ASCII.
+    for (const auto& [key, name] : {std::pair{50, "\xc3\x84rger"}, std::pair{51, "\xc3\xa4rger"}}) {
+      db_.ExecuteSQL(
+          "INSERT INTO Folder (lFolderID, sGuid, lParentID, sName, lExternalCatalogId, bIsLeaf, "
+          "bIsOffline, iStatus, tUpdated) VALUES (" +
+          std::to_string(key) + ", 'F" + std::to_string(key) + "', 1, " + SqlText(Variant(name)) +
+          ", 0, 1, 0, 1, '2026-01-01 00:00:00')");
+    }
   }
 
   void AddRow(const std::string& guid, const std::string& id, int64_t count,
@@ -117,6 +126,11 @@ TEST_P(CatalogUpgradeTest, FirstOpenMergesDoubledHistoryRowsOnceAndRecordsTheVer
   const std::string notes = Property(kCatalogPropertyUpgradeNotes);
   EXPECT_NE(notes.find("3 rows for clipping 15"), std::string::npos) << notes;
   EXPECT_EQ(notes.find("P3C7"), std::string::npos) << notes;
+  // Names that now clash are reported, and both stay.
+  EXPECT_NE(notes.find("\"\xc3\x84rger\" (50), \"\xc3\xa4rger\" (51)"), std::string::npos) << notes;
+  EXPECT_EQ(
+      db_.GetRecordsetRO("SELECT COUNT(*) AS n FROM Folder WHERE lParentID=1").Value("n").ToLong(),
+      2);
   // The index is unique now, so racing writers cannot double a row again.
   EXPECT_EQ(ErrorOf([&] { AddRow("G15", "15", 1, "2026-05-01 00:00:00"); }).number(),
             err::kDatabaseError);
