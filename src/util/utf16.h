@@ -7,7 +7,9 @@
 
 namespace clipcat {
 
-// The UTF-16LE bytes of UTF-8 text. Invalid UTF-8 sequences become U+FFFD.
+// The UTF-16LE bytes of UTF-8 text. Each maximal run of bytes that starts no valid sequence (a
+// stray byte, a sequence cut short, an overlong form, a surrogate) becomes one U+FFFD, the rule
+// Unicode recommends and ICU follows.
 std::string Utf8ToUtf16LE(std::string_view utf8);
 
 // The UTF-8 text of UTF-16LE bytes. Unpaired surrogates become U+FFFD; an odd last byte is

@@ -46,6 +46,9 @@ TEST(Utf16, PairsSurrogatesAndMakesBrokenInputTheReplacementCharacter) {
   EXPECT_EQ(Utf16LEToUtf8(std::string("\x34\xD8x\0", 4)), replacement + "x");   // lone high
   EXPECT_EQ(Utf16LEToUtf8(std::string("\x1E\xDDx\0y", 5)), replacement + "x");  // lone low, odd
   EXPECT_EQ(Utf8ToUtf16LE("\xFFz"), std::string("\xFD\xFFz\0", 4));
+  // A sequence cut short is one replacement, not one per byte; the next character survives.
+  EXPECT_EQ(Utf8ToUtf16LE("\xE2\x82z"), std::string("\xFD\xFFz\0", 4));
+  EXPECT_EQ(Utf8ToUtf16LE("\xED\xA0\x80"), std::string("\xFD\xFF\xFD\xFF\xFD\xFF", 6));
 }
 
 }  // namespace
