@@ -7,7 +7,6 @@
 #include "automation/automation_object.h"
 #include "automation/entity_objects.h"
 #include "automation/progid_registry.h"
-#include "library/request_scope.h"
 #include "util/errors.h"
 #include "util/text.h"
 #include "util/values.h"
@@ -117,9 +116,8 @@ void RunCall(const std::shared_ptr<Dispatch>& connection, const std::string& pro
              const std::string& member, const std::vector<std::string>& args, std::ostream& out) {
   std::vector<Variant> values;
   for (const std::string& arg : args) values.push_back(ArgumentValue(arg));
-  const auto [result, has_result] = RunRequest([&] {
-    return CallWithConnection(CreateObject(progid), progid, member, std::move(values), connection);
-  });
+  const auto [result, has_result] =
+      CallWithConnection(CreateObject(progid), progid, member, std::move(values), connection);
   PrintResult(result, has_result, out);
 }
 

@@ -32,7 +32,8 @@ std::pair<Variant, bool> CallWithConnection(const std::shared_ptr<Dispatch>& obj
                                             const std::shared_ptr<Dispatch>& connection);
 
 // Calls MEMBER of a new PROGID object and prints its result to `out` (see PrintResult). Raises
-// AutomationError for failures of the call; the caller reports them.
+// AutomationError for failures of the call; the caller reports them. The caller runs it inside
+// its request (library/request_scope.h).
 void RunCall(const std::shared_ptr<Dispatch>& connection, const std::string& progid,
              const std::string& member, const std::vector<std::string>& args, std::ostream& out);
 

@@ -3,9 +3,10 @@
 #include <CLI/CLI.hpp>
 #include <iostream>
 
+#include "automation/entity_objects.h"
 #include "cli/call_command.h"
-#include "cli/catalog_selection.h"
 #include "cli/command.h"
+#include "library/catalog_location.h"
 
 namespace clipcat::cli {
 namespace {
@@ -25,8 +26,8 @@ class CallUnit final : public Command {
   void Run(const Context& context) override {
     const auto rest = command_->remaining();
     if (rest.size() < 2) throw UsageError("clipcat call PROGID MEMBER [ARG ...]");
-    EnsureDefaultCatalog(context.selection);
-    RunCall(ConnectionObject(context.selection), rest[0], rest[1],
+    EnsureDefaultCatalog(context.location);
+    RunCall(Wrap(ConnectionDetailsFor(context.location)).AsObject(), rest[0], rest[1],
             std::vector<std::string>(rest.begin() + 2, rest.end()), context.out);
   }
 
@@ -196,7 +197,7 @@ class SearchUnit final : public Command {
   void Run(const Context& context) override { SearchCommand(context, options_); }
 
  private:
-  SearchOptions options_;
+  ClippingQuery options_;
 };
 
 class TagUnit final : public Command {

@@ -1,18 +1,18 @@
 // The everyday commands of clipcat, for people: each works on the selected catalog through the
-// public services and prints plain, aligned text (or the entities' XML with --xml).
+// library and prints plain, aligned text (or the entities' XML with --xml).
 #pragma once
 
 #include <iosfwd>
 #include <optional>
 #include <string>
-#include <vector>
 
-#include "cli/catalog_selection.h"
+#include "library/catalog_location.h"
+#include "library/clipping_search.h"
 
 namespace clipcat::cli {
 
 struct Context {
-  CatalogSelection selection;
+  CatalogLocation location;
   std::ostream& out;
   bool xml = false;  // print the entities' XML instead of text for people
 };
@@ -26,18 +26,7 @@ struct AddOptions {
   std::optional<std::string> text;  // content given on the command line
 };
 
-struct SearchOptions {
-  std::string text;
-  std::vector<std::string> folders;  // all of the catalog when empty
-  bool subfolders = false;
-  std::vector<std::string> categories;
-  bool any_category = false;  // a clipping in any of the categories also matches
-};
-
-// Creates the selected catalog with its root folder named `name`: a file (named by --catalog,
-// $CLIPCAT_CATALOG, or --connection details with the file provider), by default named after the
-// file's stem, and refused when it exists; or a catalog on a PostgreSQL server named by
-// --connection details, by default named after their ClippingSourceName, else "Shared".
+// Creates the selected catalog with its top folder named `name` (see CreateCatalogAt).
 void InitCommand(const Context& context, const std::string& name);
 void TreeCommand(const Context& context);
 void ListCommand(const Context& context, const std::string& folder);
@@ -48,13 +37,11 @@ void ShowCommand(const Context& context, const std::string& id, int raw_type,
 void AddCommand(const Context& context, const AddOptions& options);
 void MakeFolderCommand(const Context& context, const std::string& parent, const std::string& name);
 void RenameCommand(const Context& context, const std::string& id, const std::string& name);
-// Moves a folder (with everything below it) or a clipping under folder `parent`. The services
-// cannot change a parent in place, so the item is copied there first and the original is then
-// deleted permanently: the moved items get new ids (printed), memberships go along (by name into
-// another catalog), and their access history stays behind.
+// Moves a folder (with everything below it) or a clipping under folder `parent` and prints the
+// moved item's new id (see MoveItem).
 void MoveCommand(const Context& context, const std::string& id, const std::string& parent);
 void RemoveCommand(const Context& context, const std::string& id, bool permanently);
-void SearchCommand(const Context& context, const SearchOptions& options);
+void SearchCommand(const Context& context, const ClippingQuery& query);
 void TagCommand(const Context& context, const std::string& clipping, const std::string& category,
                 bool untag);
 void CategoriesCommand(const Context& context);
@@ -63,14 +50,13 @@ void LinkCommand(const Context& context, const std::string& name, const std::str
 void UnlinkCommand(const Context& context, const std::string& folder);
 
 // Writes the whole catalog as one catalog document to `file` (standard output for "" or "-").
-// A file is written next to its final name and renamed into place only when complete.
 void ExportCommand(const Context& context, const std::string& file);
 // Adds the catalog document in `file` ("-" for standard input) to folder `into` (the catalog's
 // top folder when empty); see ImportDocument.
 void ImportCommand(const Context& context, const std::string& file, const std::string& into);
 
-// The tour `make run` shows: on a new default catalog it first seeds a small sample library,
-// then shows the tree, a search and a clipping. An existing catalog is only read.
+// The tour `make run` shows: on a new default catalog it first seeds the sample library, then
+// shows the tree, a search and a clipping. An existing catalog is only read.
 void TourCommand(const Context& context);
 
 }  // namespace clipcat::cli

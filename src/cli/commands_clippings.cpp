@@ -7,13 +7,12 @@
 #include <ostream>
 #include <sstream>
 
-#include "automation/entity_objects.h"
 #include "cli/commands.h"
-#include "cli/item_lookup.h"
 #include "cli/printing.h"
-#include "cli/session.h"
+#include "library/catalog.h"
+#include "library/item_edits.h"
+#include "library/item_lookup.h"
 #include "util/errors.h"
-#include "util/text.h"
 #include "util/values.h"
 
 namespace clipcat::cli {
@@ -39,16 +38,15 @@ std::string ReadContent(const AddOptions& options) {
 }  // namespace
 
 void ListCommand(const Context& context, const std::string& folder) {
-  Session session(context.selection);
-  const auto clippings =
-      Unwrap<Clippings>(session.Read("GetClippingsFromFolder", {Variant(folder)}));
+  Catalog catalog = Catalog::Open(context.location);
+  const auto clippings = catalog.read().GetClippingsFromFolder(folder, catalog.details());
   PrintClippings(*clippings, context, false);
 }
 
 void ShowCommand(const Context& context, const std::string& id, int raw_type, bool record_access) {
-  Session session(context.selection);
-  const auto clipping = RequireClipping(session, id, true);
-  if (record_access) session.Write("UpdateClippingHistory", {Wrap(clipping)});
+  Catalog catalog = Catalog::Open(context.location);
+  const auto clipping = RequireClipping(catalog, id, true);
+  if (record_access) catalog.write().UpdateClippingHistory(clipping, catalog.details());
   if (raw_type > 0) {
     for (const auto& item : *clipping->ClippingData()) {
       if (item->ClippingDataType() == raw_type) {
@@ -62,9 +60,9 @@ void ShowCommand(const Context& context, const std::string& id, int raw_type, bo
     context.out << clipping->XML() << "\n";
     return;
   }
-  const std::string path = session.Read("GetClippingPathName", {Variant(id)}).ToText();
+  const std::string path = catalog.read().GetClippingPathName(id, catalog.details());
   const std::string categories =
-      session.Read("GetCategoriesNamesForClipping", {Variant(id)}).ToText();
+      catalog.read().GetCategoriesNamesForClipping(id, catalog.details());
   Table table({"FIELD", "VALUE"});
   table.Add({"id", clipping->ID()});
   table.Add({"name", clipping->Name()});
@@ -87,7 +85,7 @@ void ShowCommand(const Context& context, const std::string& id, int raw_type, bo
 void AddCommand(const Context& context, const AddOptions& options) {
   if (options.type < 1 || options.type > 5) Refuse("--type must be 1 to 5");
   const std::string content = ReadContent(options);
-  Session session(context.selection);
+  Catalog catalog = Catalog::Open(context.location);
   const auto clipping = Clipping::Create();
   clipping->SetName(options.name);
   clipping->SetDescription(options.description);
@@ -95,60 +93,31 @@ void AddCommand(const Context& context, const AddOptions& options) {
   item->SetClippingDataType(options.type);
   item->SetRawData(content);
   clipping->ClippingData()->Add(item);
-  const auto added = Unwrap<Clipping>(
-      session.Write("AddClipping", {Wrap(clipping), Variant(options.folder), Variant(true)}));
+  const auto added = catalog.write().AddClipping(clipping, options.folder, catalog.details(), true);
   context.out << (context.xml ? added->XML() : added->ID()) << "\n";
 }
 
 void MakeFolderCommand(const Context& context, const std::string& parent, const std::string& name) {
-  Session session(context.selection);
+  Catalog catalog = Catalog::Open(context.location);
   const auto folder = Folder::Create();
   folder->SetName(name);
-  const auto added =
-      Unwrap<Folder>(session.Write("AddFolder", {Wrap(folder), Variant(parent), Variant(true)}));
+  const auto added = catalog.write().AddFolder(folder, parent, catalog.details(), true);
   context.out << (context.xml ? added->XML() : added->ID()) << "\n";
 }
 
 void RenameCommand(const Context& context, const std::string& id, const std::string& name) {
-  Session session(context.selection);
-  if (const auto folder = FolderOrNothing(session, id)) {
-    folder->SetName(name);
-    session.Write("UpdateFolder", {Wrap(folder), Variant(true)});
-    return;
-  }
-  const auto clipping = RequireClipping(session, id, false);
-  clipping->SetName(name);
-  session.Write("UpdateClipping", {Wrap(clipping), Variant(false), Variant(true)});
+  Catalog catalog = Catalog::Open(context.location);
+  RenameItem(catalog, id, name);
 }
 
 void RemoveCommand(const Context& context, const std::string& id, bool permanently) {
-  Session session(context.selection);
-  if (FolderOrNothing(session, id)) {
-    session.Write("DeleteFolder", {Variant(id), Variant(permanently)});
-    return;
-  }
-  RequireClipping(session, id, false);
-  session.Write("DeleteClipping", {Variant(id), Variant(permanently)});
+  Catalog catalog = Catalog::Open(context.location);
+  RemoveItem(catalog, id, permanently);
 }
 
-void SearchCommand(const Context& context, const SearchOptions& options) {
-  Session session(context.selection);
-  const auto search = Search::Create();
-  // People type a part of a name; the service matches whole names unless "*" says otherwise.
-  search->SetSearchText(options.text.find('*') == std::string::npos ? "*" + options.text + "*"
-                                                                    : options.text);
-  std::vector<std::string> folders = options.folders;
-  bool subfolders = options.subfolders;
-  if (folders.empty()) {
-    // The whole catalog: its top folder and everything below it.
-    folders.push_back(Unwrap<Folder>(session.Read("GetPersonalCatalogRootFolder"))->ID());
-    subfolders = true;
-  }
-  for (const auto& folder : folders) search->FolderIDs()->Add(folder);
-  for (const auto& category : options.categories) search->CategoryNames()->Add(category);
-  search->SetSearchSubFolders(subfolders);
-  search->SetOrClippingBelongsToCategory(options.any_category);
-  const auto clippings = Unwrap<Clippings>(session.Read("SearchForClippings", {Wrap(search)}));
+void SearchCommand(const Context& context, const ClippingQuery& query) {
+  Catalog catalog = Catalog::Open(context.location);
+  const auto clippings = SearchClippings(catalog, query);
   if (context.xml) {
     context.out << clippings->XML() << "\n";
     return;
@@ -162,21 +131,12 @@ void SearchCommand(const Context& context, const SearchOptions& options) {
 
 void TagCommand(const Context& context, const std::string& clipping, const std::string& category,
                 bool untag) {
-  Session session(context.selection);
-  const auto tagged = RequireClipping(session, clipping, false);
-  auto existing = CategoryNamed(session, clipping, category);
+  Catalog catalog = Catalog::Open(context.location);
   if (untag) {
-    if (!existing) Refuse("no category is named " + category);
-    session.Write("DeleteClippingFromCategory", {Variant(clipping), Variant(existing->ID())});
+    UntagClipping(catalog, clipping, category);
     return;
   }
-  if (!existing) {
-    const auto created = Category::Create();
-    created->SetName(category);
-    existing = Unwrap<Category>(
-        session.Write("AddCategory", {Wrap(created), Variant(tagged->FolderID())}));
-  }
-  session.Write("AddClippingToCategory", {Variant(clipping), Variant(existing->ID())});
+  TagClipping(catalog, clipping, category);
 }
 
 }  // namespace clipcat::cli

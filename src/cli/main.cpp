@@ -4,8 +4,9 @@
 
 #include "automation/register_classes.h"
 #include "cli/call_command.h"
-#include "cli/catalog_selection.h"
 #include "cli/command.h"
+#include "library/catalog_location.h"
+#include "library/request_scope.h"
 #include "util/errors.h"
 
 namespace {
@@ -21,6 +22,7 @@ int ReportError(const clipcat::AutomationError& e) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  using namespace clipcat;
   using namespace clipcat::cli;
   CLI::App app{"clipcat - a catalog of named, reusable clippings", "clipcat"};
   app.set_version_flag("--version", std::string("clipcat ") + CLIPCAT_VERSION);
@@ -61,8 +63,9 @@ int main(int argc, char** argv) {
     Context context{SelectCatalog(catalog_option, connection_option), std::cout, xml};
     for (const auto& command : commands) {
       if (!app.get_subcommand(command->name())->parsed()) continue;
-      if (command->UsesDefaultCatalog()) EnsureDefaultCatalog(context.selection);
-      command->Run(context);
+      if (command->UsesDefaultCatalog()) EnsureDefaultCatalog(context.location);
+      // A command is one request: what a service member leaves open ends with it.
+      RunRequest([&] { command->Run(context); });
     }
     return 0;
   } catch (const UsageError& e) {

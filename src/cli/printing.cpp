@@ -74,6 +74,18 @@ void PrintClippings(const Clippings& clippings, const Context& context, bool wit
   table.Print(context.out);
 }
 
+std::string DescribeCounts(const DocumentCounts& counts) {
+  const auto count = [](size_t n, const char* one, const char* many) {
+    return std::to_string(n) + " " + (n == 1 ? one : many);
+  };
+  std::string text = count(counts.folders, "folder", "folders") + ", " +
+                     count(counts.clippings, "clipping", "clippings") + ", " +
+                     count(counts.categories, "category", "categories") + ", " +
+                     count(counts.memberships, "membership", "memberships");
+  if (counts.links > 0) text += ", " + count(counts.links, "link", "links");
+  return text;
+}
+
 std::string DataTypeName(int32_t type) {
   switch (type) {
     case 1:

@@ -8,6 +8,7 @@
 #include "cli/commands.h"
 #include "entities/clipping.h"
 #include "entities/folder.h"
+#include "library/catalog_document.h"
 
 namespace clipcat::cli {
 
@@ -28,6 +29,9 @@ void PrintFolderTree(const Folders& folders, std::ostream& out);
 
 // A table of clippings (ID, NAME, UPDATED, and ACCESSED when asked), or their XML with --xml.
 void PrintClippings(const Clippings& clippings, const Context& context, bool with_accessed);
+
+// "3 folders, 12 clippings, 2 categories, 5 memberships" (and ", 1 link" when there are any).
+std::string DescribeCounts(const DocumentCounts& counts);
 
 // The name of a clipping data type: 1 RTF, 2 text, 3 Excel XML, 4 Word XML, 5 catalog XML.
 std::string DataTypeName(int32_t type);

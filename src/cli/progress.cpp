@@ -29,9 +29,8 @@ std::chrono::steady_clock::duration DelayFromEnvironment() {
 
 }  // namespace
 
-ProgressBar::ProgressBar(std::string label, size_t total)
+ProgressBar::ProgressBar(std::string label)
     : label_(std::move(label)),
-      total_(total),
       enabled_(isatty(STDERR_FILENO) == 1),
       start_(Clock::now()),
       delay_(DelayFromEnvironment()) {}
@@ -42,8 +41,9 @@ ProgressBar::~ProgressBar() {
   std::fflush(stderr);
 }
 
-void ProgressBar::Advance(size_t steps) {
-  done_ += steps;
+void ProgressBar::Update(size_t done, size_t total) {
+  done_ = done;
+  total_ = total;
   if (!enabled_) return;
   const Clock::time_point now = Clock::now();
   if (now - start_ < delay_) return;

@@ -1,0 +1,259 @@
+// Checking a catalog document as it is read, and writing one out.
+#include "library/catalog_document.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <initializer_list>
+#include <optional>
+#include <set>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "entities/connection_details.h"
+#include "entities/xml_io.h"
+#include "library/catalog_document_internal.h"
+#include "util/base64.h"
+#include "util/errors.h"
+#include "util/text.h"
+
+namespace clipcat {
+namespace {
+
+using internal::InvalidDocument;
+using internal::RequiredAttribute;
+using internal::RequiredName;
+
+// Carriage returns in data come back byte for byte (no end-of-line normalisation), and data made
+// only of blanks keeps them; layout between elements is dropped.
+constexpr unsigned kParseOptions =
+    (pugi::parse_default & ~pugi::parse_eol) | pugi::parse_ws_pcdata_single;
+
+// The runtime's "Path/File access error": a file that cannot be written.
+constexpr int32_t kPathFileAccessError = 75;
+
+bool IsBlankText(pugi::xml_node node) {
+  if (node.type() != pugi::node_pcdata && node.type() != pugi::node_cdata) return false;
+  return std::string_view(node.value()).find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
+
+// The element children of `element`, each checked to be one of `allowed`; blank text between
+// them is layout, anything else is refused.
+std::vector<pugi::xml_node> Children(pugi::xml_node element,
+                                     std::initializer_list<const char*> allowed) {
+  std::vector<pugi::xml_node> children;
+  for (pugi::xml_node child : element.children()) {
+    if (IsBlankText(child)) continue;
+    bool known = false;
+    if (child.type() == pugi::node_element) {
+      for (const char* name : allowed) known = known || std::string(child.name()) == name;
+    }
+    if (!known) {
+      InvalidDocument("unexpected " +
+                      (child.type() == pugi::node_element
+                           ? "element <" + std::string(child.name()) + ">"
+                           : std::string("text")) +
+                      " in <" + element.name() + ">");
+    }
+    children.push_back(child);
+  }
+  return children;
+}
+
+int32_t DataType(pugi::xml_node data) {
+  const std::string text = RequiredAttribute(data, doc::kType);
+  char* end = nullptr;
+  const long value = std::strtol(text.c_str(), &end, 10);
+  if (text.empty() || *end != '\0' || value < 1 || value > INT32_MAX) {
+    InvalidDocument("data type \"" + text + "\" is not a positive number");
+  }
+  return static_cast<int32_t>(value);
+}
+
+// The content of a <data> element, decoded when it is in base64.
+std::string DataContent(pugi::xml_node data) {
+  std::string text;
+  for (pugi::xml_node child : data.children()) {
+    if (child.type() != pugi::node_pcdata && child.type() != pugi::node_cdata) {
+      InvalidDocument("<data> holds more than text");
+    }
+    text += child.value();
+  }
+  const pugi::xml_attribute encoding = data.attribute(doc::kEncoding);
+  if (!encoding) return text;
+  if (std::string(encoding.value()) != doc::kBase64) {
+    InvalidDocument("unknown data encoding \"" + std::string(encoding.value()) + "\"");
+  }
+  std::optional<std::string> decoded = DecodeBase64(text);
+  if (!decoded) InvalidDocument("data in base64 that does not decode");
+  return std::move(*decoded);
+}
+
+[[noreturn]] void CannotWrite(const std::string& file) {
+  throw AutomationError(kPathFileAccessError, kComponentSource, "Cannot write " + file);
+}
+
+// Checks the folder tree under the root: one top folder, every folder and clipping readable, no
+// clipping id twice. Answers the clipping ids.
+std::set<std::string> CheckTree(pugi::xml_node root, DocumentCounts& counts) {
+  std::set<std::string> clipping_ids;
+  std::vector<pugi::xml_node> pending;
+  for (pugi::xml_node child : Children(root, {doc::kFolder, doc::kCategory, doc::kLink})) {
+    if (std::string(child.name()) == doc::kFolder) pending.push_back(child);
+  }
+  if (pending.size() != 1) InvalidDocument("it must hold exactly one top <folder>");
+  while (!pending.empty()) {
+    const pugi::xml_node folder = pending.back();
+    pending.pop_back();
+    internal::ReadFolder(folder);
+    ++counts.folders;
+    for (pugi::xml_node child : Children(folder, {doc::kFolder, doc::kClipping})) {
+      if (std::string(child.name()) == doc::kFolder) {
+        pending.push_back(child);
+        continue;
+      }
+      const std::string id = RequiredAttribute(child, doc::kId);
+      if (!clipping_ids.insert(id).second) InvalidDocument("two clippings have the id " + id);
+      internal::ReadClipping(child);
+      ++counts.clippings;
+    }
+  }
+  return clipping_ids;
+}
+
+void CheckCategories(pugi::xml_node root, const std::set<std::string>& clipping_ids,
+                     DocumentCounts& counts) {
+  for (pugi::xml_node category : root.children(doc::kCategory)) {
+    RequiredName(category);
+    ++counts.categories;
+    std::set<std::string> members;
+    for (pugi::xml_node member : Children(category, {doc::kMember})) {
+      const std::string id = RequiredAttribute(member, doc::kMemberClipping);
+      if (clipping_ids.count(id) == 0) {
+        InvalidDocument("a member names no clipping of the document: " + id);
+      }
+      if (!members.insert(id).second) InvalidDocument("a clipping is a member twice: " + id);
+      ++counts.memberships;
+    }
+  }
+}
+
+void CheckLinks(pugi::xml_node root, DocumentCounts& counts) {
+  for (pugi::xml_node link : root.children(doc::kLink)) {
+    RequiredName(link);
+    const auto details = ConnectionDetails::Create();
+    try {
+      details->SetXML(RequiredAttribute(link, doc::kConnection));
+    } catch (const AutomationError&) {
+      InvalidDocument("the connection of linked folder \"" +
+                      std::string(link.attribute(doc::kName).value()) +
+                      "\" is not connection details");
+    }
+    ++counts.links;
+  }
+}
+
+}  // namespace
+
+namespace internal {
+
+void InvalidDocument(const std::string& what) {
+  RaiseError(err::kInvalidProcedureCall, kComponentSource,
+             RuntimeErrorDescription(err::kInvalidProcedureCall) +
+                 ": not a clipcat catalog document: " + what);
+}
+
+std::string RequiredAttribute(pugi::xml_node element, const char* name) {
+  const pugi::xml_attribute attribute = element.attribute(name);
+  if (!attribute) {
+    InvalidDocument("<" + std::string(element.name()) + "> without \"" + name + "\"");
+  }
+  return attribute.value();
+}
+
+std::string RequiredName(pugi::xml_node element) {
+  std::string name = RequiredAttribute(element, doc::kName);
+  if (TrimSpaces(name).empty()) {
+    InvalidDocument("<" + std::string(element.name()) + "> with a blank name");
+  }
+  return name;
+}
+
+std::shared_ptr<Folder> ReadFolder(pugi::xml_node element) {
+  auto folder = Folder::Create();
+  folder->SetName(RequiredName(element));
+  folder->SetDescription(element.attribute(doc::kDescription).value());
+  return folder;
+}
+
+std::shared_ptr<Clipping> ReadClipping(pugi::xml_node element) {
+  auto clipping = Clipping::Create();
+  clipping->SetName(RequiredName(element));
+  clipping->SetDescription(element.attribute(doc::kDescription).value());
+  for (pugi::xml_node data : Children(element, {doc::kData})) {
+    const auto item = ClippingData::Create();
+    item->SetClippingDataType(DataType(data));
+    item->SetRawData(DataContent(data));
+    clipping->ClippingData()->Add(item);
+  }
+  return clipping;
+}
+
+}  // namespace internal
+
+CatalogDocument MakeCatalogDocument(pugi::xml_document xml, DocumentCounts counts) {
+  CatalogDocument document;
+  document.xml_ = std::move(xml);
+  document.counts_ = counts;
+  return document;
+}
+
+CatalogDocument CatalogDocument::Parse(const std::string& text) {
+  if (!xml::IsXmlText(text)) InvalidDocument("the text is not UTF-8 that XML can carry");
+  pugi::xml_document xml;
+  const pugi::xml_parse_result parsed =
+      xml.load_buffer(text.data(), text.size(), kParseOptions, pugi::encoding_utf8);
+  if (!parsed) {
+    InvalidDocument(std::string(parsed.description()) + " at offset " +
+                    std::to_string(parsed.offset));
+  }
+  const pugi::xml_node root = xml.child(doc::kRoot);
+  if (!root || root != xml.document_element()) {
+    InvalidDocument("the top element is not <" + std::string(doc::kRoot) + ">");
+  }
+  const std::string version = RequiredAttribute(root, doc::kVersionAttribute);
+  if (version != doc::kVersion) InvalidDocument("version " + version + " is not known");
+
+  DocumentCounts counts;
+  const std::set<std::string> clipping_ids = CheckTree(root, counts);
+  CheckCategories(root, clipping_ids, counts);
+  CheckLinks(root, counts);
+  return MakeCatalogDocument(std::move(xml), counts);
+}
+
+void CatalogDocument::Write(std::ostream& out) const { xml::SaveIndented(xml_, out); }
+
+void CatalogDocument::WriteFile(const std::string& path) const {
+  const std::string partial = path + ".partial";
+  {
+    std::ofstream out(partial, std::ios::binary | std::ios::trunc);
+    if (!out) CannotWrite(partial);
+    Write(out);
+    out.flush();
+    if (!out) {
+      std::remove(partial.c_str());
+      CannotWrite(partial);
+    }
+  }
+  std::error_code error;
+  std::filesystem::rename(partial, path, error);
+  if (error) {
+    std::remove(partial.c_str());
+    CannotWrite(path);
+  }
+}
+
+}  // namespace clipcat

@@ -1,0 +1,102 @@
+// The catalog document: one XML document holding a folder tree with its clippings and their data,
+// categories with their members, and linked catalogs. An export writes it and an import reads it,
+// so that a catalog can be saved, moved to another machine or merged into another catalog; moving
+// a folder carries its subtree across in one. A document is a value: it belongs to one thread at
+// a time.
+//
+//   <clipcat-catalog version="1">
+//     <folder name="Personal" description="">
+//       <folder name="Letters" description="">
+//         <clipping id="12" name="Greeting" description="">
+//           <data type="2">Dear Sir or Madam,</data>
+//           <data type="1" encoding="base64">e1xydGYxIH0=</data>
+//         </clipping>
+//       </folder>
+//     </folder>
+//     <category name="Correspondence" description=""><member clipping="12"/></category>
+//     <link name="Shared" connection="&lt;connectiondetails .../&gt;"/>
+//   </clipcat-catalog>
+//
+// Each folder holds its clippings, then its child folders. Clipping ids only tie members to
+// clippings within one document; a catalog that imports it gives every folder and clipping a new
+// id, GUID and update time.
+#pragma once
+
+#include <cstddef>
+#include <iosfwd>
+#include <pugixml.hpp>
+#include <string>
+
+namespace clipcat {
+
+// Element and attribute names of the document and its version. Frozen: exported files must stay
+// readable by later versions.
+namespace doc {
+inline constexpr const char* kRoot = "clipcat-catalog";
+inline constexpr const char* kVersionAttribute = "version";
+inline constexpr const char* kVersion = "1";
+inline constexpr const char* kFolder = "folder";
+inline constexpr const char* kClipping = "clipping";
+inline constexpr const char* kData = "data";
+inline constexpr const char* kCategory = "category";
+inline constexpr const char* kMember = "member";
+inline constexpr const char* kLink = "link";
+inline constexpr const char* kId = "id";
+inline constexpr const char* kName = "name";
+inline constexpr const char* kDescription = "description";
+inline constexpr const char* kType = "type";
+inline constexpr const char* kEncoding = "encoding";
+inline constexpr const char* kBase64 = "base64";
+inline constexpr const char* kMemberClipping = "clipping";
+inline constexpr const char* kConnection = "connection";
+}  // namespace doc
+
+// How much a document holds, or how much an import added.
+struct DocumentCounts {
+  size_t folders = 0;
+  size_t clippings = 0;
+  size_t categories = 0;
+  size_t memberships = 0;
+  size_t links = 0;
+};
+
+class CatalogDocument {
+ public:
+  // A document holding nothing, not even its root.
+  CatalogDocument() = default;
+  CatalogDocument(CatalogDocument&&) = default;
+  CatalogDocument& operator=(CatalogDocument&&) = default;
+  CatalogDocument(const CatalogDocument&) = delete;
+  CatalogDocument& operator=(const CatalogDocument&) = delete;
+
+  // Reads a document from UTF-8 `text` and checks all of it, so that an import of it fails only
+  // on what the catalog refuses: the root and its version, element and attribute names, names
+  // that are not blank, data types, base64 data, that every member names a clipping of the
+  // document once, and that each link holds connection details. Raises 5 "Invalid procedure call
+  // or argument: not a clipcat catalog document: " and what is wrong.
+  static CatalogDocument Parse(const std::string& text);
+
+  // What the document holds.
+  const DocumentCounts& counts() const { return counts_; }
+
+  // The document as text: an XML declaration, then the elements indented by two spaces; any XML
+  // parser reads back exactly the names and data it holds.
+  void Write(std::ostream& out) const;
+
+  // Writes the document to the file `path`, first beside it (PATH.partial) and then renamed into
+  // place, so that a failure never leaves half a document where a complete one was. Raises 75
+  // "Cannot write FILE" (source "clipcat") when the file cannot be written; the partial file is
+  // removed again.
+  void WriteFile(const std::string& path) const;
+
+  // The document itself.
+  const pugi::xml_document& xml() const { return xml_; }
+
+ private:
+  friend CatalogDocument MakeCatalogDocument(pugi::xml_document xml, DocumentCounts counts);
+
+  pugi::xml_document xml_;
+  DocumentCounts counts_;
+};
+
+}  // namespace clipcat

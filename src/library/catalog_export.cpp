@@ -1,0 +1,184 @@
+// Writing the catalog document: a folder subtree, its clippings with their data, categories with
+// their members, and linked catalogs.
+#include "library/catalog_export.h"
+
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "entities/xml_io.h"
+#include "library/catalog_document_internal.h"
+#include "library/item_lookup.h"
+#include "library/transfer_internal.h"
+#include "util/base64.h"
+#include "util/errors.h"
+
+namespace clipcat {
+namespace {
+
+using internal::ProgressCounter;
+
+// A name or description goes into the document only when XML can carry it; data that it cannot
+// carry travels in base64 instead, but the texts people read must stay readable.
+void SetText(pugi::xml_node element, const char* name, const std::string& value,
+             const std::string& owner) {
+  if (!xml::IsXmlText(value)) {
+    RaiseError(err::kInvalidProcedureCall, kComponentSource,
+               RuntimeErrorDescription(err::kInvalidProcedureCall) + ": the " + name + " of " +
+                   owner + " holds a character that XML cannot carry");
+  }
+  element.append_attribute(name).set_value(value.c_str());
+}
+
+void AppendData(pugi::xml_node clipping, const ClippingData& item) {
+  pugi::xml_node data = clipping.append_child(doc::kData);
+  data.append_attribute(doc::kType).set_value(item.ClippingDataType());
+  const std::string& raw = item.RawData();
+  if (xml::IsXmlText(raw)) {
+    if (!raw.empty()) data.append_child(pugi::node_pcdata).set_value(raw.c_str(), raw.size());
+    return;
+  }
+  data.append_attribute(doc::kEncoding).set_value(doc::kBase64);
+  const std::string encoded = EncodeBase64(raw);
+  data.append_child(pugi::node_pcdata).set_value(encoded.c_str(), encoded.size());
+}
+
+void AppendClipping(pugi::xml_node folder, const Clipping& clipping) {
+  pugi::xml_node element = folder.append_child(doc::kClipping);
+  element.append_attribute(doc::kId).set_value(clipping.ID().c_str());
+  const std::string owner = "clipping " + clipping.ID();
+  SetText(element, doc::kName, clipping.Name(), owner);
+  SetText(element, doc::kDescription, clipping.Description(), owner);
+  for (const auto& item : *clipping.ClippingData()) {
+    if (item) AppendData(element, *item);
+  }
+}
+
+size_t CountFolders(const std::shared_ptr<Folder>& top) {
+  size_t count = 0;
+  std::vector<std::shared_ptr<Folder>> pending = {top};
+  while (!pending.empty()) {
+    const auto folder = pending.back();
+    pending.pop_back();
+    ++count;
+    for (const auto& child : *folder->ChildFolders()) pending.push_back(child);
+  }
+  return count;
+}
+
+class Exporter {
+ public:
+  Exporter(Catalog& catalog, ProgressCounter& progress) : catalog_(catalog), progress_(progress) {
+    root_ = xml_.append_child(doc::kRoot);
+    root_.append_attribute(doc::kVersionAttribute).set_value(doc::kVersion);
+  }
+
+  CatalogDocument Run(const std::string& folder_id, bool whole_catalog) {
+    const auto top = catalog_.read().GetChildFolders(folder_id, catalog_.details(), false);
+    progress_.AddToTotal(CountFolders(top));
+    AppendTree(top);
+    AppendCategories(folder_id, whole_catalog);
+    if (whole_catalog) AppendLinks();
+    return MakeCatalogDocument(std::move(xml_), counts_);
+  }
+
+ private:
+  // The folders depth first, each folder's clippings before its child folders, without recursion
+  // so that a deep tree cannot exhaust the stack.
+  void AppendTree(const std::shared_ptr<Folder>& top) {
+    std::vector<std::pair<std::shared_ptr<Folder>, pugi::xml_node>> pending = {{top, root_}};
+    while (!pending.empty()) {
+      auto [folder, under] = pending.back();
+      pending.pop_back();
+      pugi::xml_node element = under.append_child(doc::kFolder);
+      const std::string owner = "folder " + folder->ID();
+      SetText(element, doc::kName, folder->Name(), owner);
+      SetText(element, doc::kDescription, folder->Description(), owner);
+      ++counts_.folders;
+      const auto clippings =
+          catalog_.read().GetClippingsFromFolder(folder->ID(), catalog_.details(), true);
+      for (const auto& clipping : *clippings->Items()) {
+        AppendClipping(element, *clipping);
+        written_.insert(clipping->ID());
+        ++counts_.clippings;
+      }
+      const auto children = folder->ChildFolders()->Snapshot();
+      for (auto it = children.rbegin(); it != children.rend(); ++it) {
+        pending.push_back({*it, element});
+      }
+      progress_.Advance();
+    }
+  }
+
+  void AppendCategories(const std::string& folder_id, bool whole_catalog) {
+    const auto categories = catalog_.read().GetCategoriesFromFolder(folder_id, catalog_.details());
+    progress_.AddToTotal(categories->Items()->Count());
+    for (const auto& category : *categories->Items()) {
+      const auto members =
+          catalog_.read().GetClippingsFromCategory(category->ID(), false, catalog_.details());
+      std::vector<std::string> kept;
+      for (const auto& member : *members->Items()) {
+        if (written_.count(member->ID()) > 0) kept.push_back(member->ID());
+      }
+      progress_.Advance();
+      if (kept.empty() && !whole_catalog) continue;
+      pugi::xml_node element = root_.append_child(doc::kCategory);
+      const std::string owner = "category " + category->ID();
+      SetText(element, doc::kName, category->Name(), owner);
+      SetText(element, doc::kDescription, category->Description(), owner);
+      for (const std::string& id : kept) {
+        element.append_child(doc::kMember)
+            .append_attribute(doc::kMemberClipping)
+            .set_value(id.c_str());
+      }
+      ++counts_.categories;
+      counts_.memberships += kept.size();
+    }
+  }
+
+  void AppendLinks() {
+    const auto linked = catalog_.read().GetLinkedFolders(catalog_.details());
+    for (const auto& folder : *linked->Items()) {
+      // The catalog's own top folder is among them and links nothing.
+      const auto details = catalog_.read().GetConnectionDetails(folder->ID(), catalog_.details());
+      if (!details) continue;
+      pugi::xml_node element = root_.append_child(doc::kLink);
+      const std::string owner = "linked folder " + folder->ID();
+      SetText(element, doc::kName, folder->Name(), owner);
+      SetText(element, doc::kConnection, details->XML(), owner);
+      ++counts_.links;
+    }
+  }
+
+  Catalog& catalog_;
+  ProgressCounter& progress_;
+  pugi::xml_document xml_;
+  pugi::xml_node root_;
+  DocumentCounts counts_;
+  std::set<std::string> written_;  // ids of the clippings written
+};
+
+}  // namespace
+
+namespace internal {
+
+CatalogDocument ExportTree(Catalog& catalog, const std::string& folder_id, bool whole_catalog,
+                           ProgressCounter& progress) {
+  return Exporter(catalog, progress).Run(folder_id, whole_catalog);
+}
+
+}  // namespace internal
+
+CatalogDocument ExportCatalog(Catalog& catalog, const ProgressCallback& progress) {
+  const std::string top = RequireTopFolder(catalog)->ID();
+  ProgressCounter counter(progress, 0);
+  return internal::ExportTree(catalog, top, true, counter);
+}
+
+CatalogDocument ExportFolder(Catalog& catalog, const std::string& folder_id,
+                             const ProgressCallback& progress) {
+  ProgressCounter counter(progress, 0);
+  return internal::ExportTree(catalog, folder_id, false, counter);
+}
+
+}  // namespace clipcat

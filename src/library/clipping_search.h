@@ -1,0 +1,29 @@
+// Searching clippings the way people ask: some of a name or description, in some folders or the
+// whole catalog, in some categories. Runs inside the caller's request (see catalog.h); not
+// thread-safe.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "entities/clipping.h"
+#include "library/catalog.h"
+
+namespace clipcat {
+
+struct ClippingQuery {
+  // Text to find in names and descriptions, without regard to case. Without "*" it may stand
+  // anywhere in them; with one, "*" matches anything and the rest must match as it stands.
+  std::string text;
+  std::vector<std::string> folders;     // folder ids; empty: the whole catalog
+  bool subfolders = false;              // the folders below `folders` too
+  std::vector<std::string> categories;  // category names; a clipping in any of them
+  bool any_category = false;  // a clipping in one of the categories matches whatever its text
+};
+
+// The clippings that are not deleted and match `query`, each with its folder path and category
+// names, folder by folder in the order of `query.folders`. Raises the services' errors.
+std::shared_ptr<Clippings> SearchClippings(Catalog& catalog, const ClippingQuery& query);
+
+}  // namespace clipcat

@@ -1,0 +1,44 @@
+// Finding the folders, clippings and categories that a front end names by id or by name, with the
+// refusals people are shown when an id names nothing. Not thread-safe: works through a Catalog,
+// which belongs to one thread.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "entities/category.h"
+#include "entities/clipping.h"
+#include "entities/folder.h"
+#include "library/catalog.h"
+
+namespace clipcat {
+
+// Raises 5 "Invalid procedure call or argument" (source "clipcat") with `what` as the
+// description: a request the catalog cannot carry out as asked.
+[[noreturn]] void Refuse(const std::string& what);
+
+// The folder `id`, or nullptr when the id names none (it may name a clipping, or nothing). Never
+// raises.
+std::shared_ptr<Folder> FolderOrNothing(Catalog& catalog, const std::string& id);
+
+// The folder `id`; refuses "no folder has the id ID".
+std::shared_ptr<Folder> RequireFolder(Catalog& catalog, const std::string& id);
+
+// The clipping `id`, with its data items when `data`; refuses "no clipping or folder has the id
+// ID" (a caller asks for a folder first). Raises the service's errors for an id it cannot read.
+std::shared_ptr<Clipping> RequireClipping(Catalog& catalog, const std::string& id, bool data);
+
+// Raises the selected catalog's own error (-2147220994 for one that cannot be reached) when it
+// does not open: for callers whose next service members never fail.
+void RequireReachable(Catalog& catalog);
+
+// The top folder of the selected catalog; raises the catalog's own error (-2147220994) when it
+// cannot be reached and refuses "the catalog has no top folder".
+std::shared_ptr<Folder> RequireTopFolder(Catalog& catalog);
+
+// The first category, of the catalog that holds `item_id`, named `name` without regard to case;
+// nullptr when there is none.
+std::shared_ptr<Category> CategoryNamed(Catalog& catalog, const std::string& item_id,
+                                        const std::string& name);
+
+}  // namespace clipcat

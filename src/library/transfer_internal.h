@@ -1,0 +1,27 @@
+// The stages of export and import, for the library's own use: moving a folder runs an export and
+// an import as one operation with one progress count.
+#pragma once
+
+#include <string>
+
+#include "library/catalog.h"
+#include "library/catalog_document.h"
+#include "library/catalog_import.h"
+#include "library/progress_internal.h"
+
+namespace clipcat::internal {
+
+// The subtree of `folder_id` as ExportFolder writes it, or with `whole_catalog` as ExportCatalog
+// writes it (given the top folder's id). Raises the total by the folders and categories it finds
+// and advances a step for each.
+CatalogDocument ExportTree(Catalog& catalog, const std::string& folder_id, bool whole_catalog,
+                           ProgressCounter& progress);
+
+// Writes `document` into the catalog. With `as_child` its top folder becomes a new child of
+// `target`; otherwise it is merged into `target` as ImportDocument describes. Advances a step per
+// element of the document (see ImportSteps). On any failure removes everything it added before the
+// error is raised.
+ImportResult ImportTree(Catalog& catalog, const CatalogDocument& document,
+                        const std::string& target, bool as_child, ProgressCounter& progress);
+
+}  // namespace clipcat::internal
