@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "engine/connection_string.h"
 #include "store/catalog_schema.h"
-#include "store/connection_string.h"
 
 namespace clipcat_bench {
 namespace {

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <string>
 
+#include "engine/connection_string.h"
+#include "engine/postgres_connect.h"
 #include "fuzz_check.h"
-#include "store/connection_string.h"
-#include "store/postgres_connect.h"
 #include "util/errors.h"
 #include "util/text.h"
 

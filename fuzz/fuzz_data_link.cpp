@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "engine/connection_string.h"
 #include "fuzz_check.h"
-#include "store/connection_string.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using clipcat::fuzz::Require;

@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "engine/connection_string.h"
 #include "store/catalog_schema.h"
-#include "store/connection_string.h"
 #include "util/errors.h"
 #include "util/paths.h"
 #include "util/text.h"

@@ -7,9 +7,10 @@
 #include <string_view>
 #include <utility>
 
-#include "store/case_folding.h"
-#include "store/db_connection.h"
+#include "engine/case_folding.h"
+#include "engine/db_connection.h"
 #include "store/postgres_schema.h"
+#include "store/schema_description.h"
 #include "util/values.h"
 
 namespace clipcat {
@@ -94,9 +95,9 @@ void UpgradePostgresCaseFolding(DBConnection& connection, std::vector<std::strin
   RequireUtf8Database(encoding.Value("sEncoding").ToText());
   encoding.Close();
   connection.ExecuteSQL(PostgresFoldFunctionStatement());
-  for (std::string_view statement : PostgresFoldIndexStatements()) {
-    connection.ExecuteSQL("DROP INDEX IF EXISTS " + std::string(IndexNameOf(statement)));
-    connection.ExecuteSQL(std::string(statement));
+  for (std::string_view index : FoldedIndexNames()) {
+    connection.ExecuteSQL("DROP INDEX IF EXISTS " + std::string(index));
+    connection.ExecuteSQL(CreateIndexStatement(index, SchemaEngine::kPostgres));
   }
   ReportCaseFoldingClashes(connection, notes);
 }

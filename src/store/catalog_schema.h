@@ -1,18 +1,19 @@
-// The tables of a catalog and the creation of a new, empty catalog: a SQLite file or a database
-// on a PostgreSQL server. Stateless; thread-safe (each call works on its own catalog).
+// The creation of a new, empty catalog, a SQLite file or a database on a PostgreSQL server, with
+// the tables and indexes of its description (schema_description.h). Stateless; thread-safe (each
+// call works on its own catalog).
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include "store/schema_description.h"  // kCatalogFormatVersion
 
 namespace clipcat {
 
-// Stored in the file header of every SQLite catalog (PRAGMA application_id and user_version).
-// Frozen: they identify a catalog and its format.
+// Stored in the file header of every SQLite catalog (PRAGMA application_id), with
+// kCatalogFormatVersion (PRAGMA user_version). Frozen: it identifies a catalog.
 inline constexpr int32_t kCatalogApplicationId = 0x436C4374;  // "ClCt"
-inline constexpr int32_t kCatalogFormatVersion = 3;
 
 // The key of the catalog's root folder, the one folder at the top of a new catalog.
 inline constexpr int32_t kRootFolderKey = 1;
@@ -20,9 +21,6 @@ inline constexpr int32_t kRootFolderKey = 1;
 // Catalog property keys (CatalogProperties.sCatalogProperty) written on creation. Frozen.
 inline constexpr std::string_view kCatalogPropertyName = "CatalogName";
 inline constexpr std::string_view kCatalogPropertyFormatVersion = "FormatVersion";
-
-// The statements that create the tables and indexes of a catalog, in order, one statement each.
-const std::vector<std::string_view>& CatalogSchemaStatements();
 
 // Creates a new SQLite catalog file at `path` in WAL mode: every table and index, a root folder
 // with key 1 named `name` at the top of the tree (parent 0, status 1, a leaf), and the folder key

@@ -3,10 +3,11 @@
 #include <iterator>
 #include <string_view>
 
+#include "engine/db_connection.h"
+#include "engine/sqlite_session.h"
 #include "store/case_fold_upgrade.h"
 #include "store/catalog_schema.h"
-#include "store/db_connection.h"
-#include "store/sqlite_session.h"
+#include "store/schema_description.h"
 #include "store/transaction_internal.h"
 #include "util/errors.h"
 #include "util/values.h"
@@ -57,7 +58,8 @@ void MergeHistoryRows(DBConnection& connection, Notes& notes) {
   }
   connection.ExecuteSQL("DROP INDEX IF EXISTS ixAccessHistory_sClippingId");
   connection.ExecuteSQL(
-      "CREATE UNIQUE INDEX ixAccessHistory_sClippingId ON AccessHistory (sClippingId)");
+      CreateIndexStatement("ixAccessHistory_sClippingId",
+                           IsSqlite(connection) ? SchemaEngine::kSqlite : SchemaEngine::kPostgres));
 }
 
 // Format 3: names compare by Unicode simple case folding on both engines, not by ASCII case.

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "engine/blob_field.h"
 #include "entities/clipping.h"
-#include "store/blob_field.h"
 #include "store/data_access.h"
 #include "util/compression.h"
 #include "util/errors.h"

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "store/catalog_upgrade.h"
+#include "store/postgres_schema.h"
 #include "util/errors.h"
 #include "util/item_id.h"
 #include "util/paths.h"
@@ -37,6 +38,7 @@ void DataAccess::OpenCatalog(const std::string& sConnectionString, const std::st
   if (!sConnectionString.empty()) connection_string_ = sConnectionString;
   if (!sUserName.empty()) user_name_ = sUserName;
   if (!sPassword.empty()) password_ = sPassword;
+  UseCatalogColumnSpellings();
   auto connection = std::make_unique<DBConnection>();
   connection->OpenConnection(connection_string_, user_name_, password_);
   UpgradeCatalog(*connection);

@@ -12,6 +12,8 @@
 #include <memory>
 #include <string>
 
+#include "engine/db_connection.h"
+#include "engine/recordset.h"
 #include "entities/category.h"
 #include "entities/clipping.h"
 #include "entities/collection.h"
@@ -19,8 +21,6 @@
 #include "entities/external_catalog.h"
 #include "entities/folder.h"
 #include "entities/search.h"
-#include "store/db_connection.h"
-#include "store/recordset.h"
 #include "util/date.h"
 #include "util/variant.h"
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <utility>
 
+#include "engine/db_connection.h"
 #include "store/data_access.h"
-#include "store/db_connection.h"
 
 namespace clipcat {
 

@@ -2,10 +2,11 @@
 
 #include <map>
 
-#include "store/case_folding.h"
+#include "engine/case_folding.h"
+#include "engine/postgres_session.h"
+#include "engine/sql_tokenizer.h"
 #include "store/catalog_schema.h"
-#include "store/postgres_session.h"
-#include "store/sql_tokenizer.h"
+#include "store/schema_description.h"
 #include "util/date.h"
 #include "util/errors.h"
 #include "util/guid.h"
@@ -14,116 +15,17 @@
 namespace clipcat {
 namespace {
 
-// Table, column and index names are frozen and the same as a SQLite catalog's: the store's SQL
-// and other programs use them. PostgreSQL folds the unquoted names to lower case, and so does
-// every unquoted name in the store's SQL, so that names match without regard to case. Text is
-// citext with the "C" collation, which compares its ASCII-lower-cased bytes; the backend makes
-// the store's comparisons fold every script through clipcat_fold (postgres_dialect.h), as
+// The tables and indexes come from the catalog's description (schema_description.h): names are
+// frozen and the same as a SQLite catalog's. PostgreSQL folds the unquoted names to lower case,
+// and so does every unquoted name in the store's SQL, so that names match without regard to case.
+// Text is citext with the "C" collation, which compares its ASCII-lower-cased bytes; the backend
+// makes the store's comparisons fold every script through clipcat_fold (postgres_dialect.h), as
 // SQLite's NOCASE does on a catalog connection. Dates are whole seconds of local wall-clock time.
-const std::vector<std::string_view> kSchema = {
-    "CREATE TABLE Folder ("
-    " lFolderID integer PRIMARY KEY,"
-    " sGUID citext COLLATE \"C\","
-    " lParentID integer DEFAULT 0,"
-    " sName citext COLLATE \"C\","
-    " sDescription citext COLLATE \"C\","
-    " lExternalCatalogId integer DEFAULT 0,"
-    " bIsLeaf boolean DEFAULT TRUE,"
-    " bIsOffline boolean DEFAULT FALSE,"
-    " iStatus smallint DEFAULT 1,"
-    " tUpdated timestamp(0))",
-    "CREATE INDEX ixFolder_lParentID ON Folder (lParentID)",
-    "CREATE INDEX ixFolder_lExternalCatalogId ON Folder (lExternalCatalogId)",
-    "CREATE INDEX ixFolder_sName ON Folder (sName)",
-    "CREATE INDEX ixFolder_iStatus ON Folder (iStatus)",
-    "CREATE INDEX ixFolder_tUpdated ON Folder (tUpdated)",
 
-    "CREATE TABLE Clipping ("
-    " lClippingID integer PRIMARY KEY,"
-    " lFolderID integer,"
-    " sGUID citext COLLATE \"C\","
-    " sName citext COLLATE \"C\","
-    " sDescription citext COLLATE \"C\","
-    " iClippingStatus smallint DEFAULT 1,"
-    " tUpdated timestamp(0))",
-    "CREATE INDEX ixClipping_lFolderID ON Clipping (lFolderID)",
-    "CREATE INDEX ixClipping_sGUID ON Clipping (sGUID)",
-    "CREATE INDEX ixClipping_sName ON Clipping (sName)",
-    "CREATE INDEX ixClipping_sDescription ON Clipping (sDescription)",
-    "CREATE INDEX ixClipping_iClippingStatus ON Clipping (iClippingStatus)",
-
-    "CREATE TABLE ClippingDataType ("
-    " lClippingID integer,"
-    " lDataTypeId integer,"
-    " bIsCompressed boolean DEFAULT FALSE,"
-    " ClippingData bytea)",
-    "CREATE INDEX ixClippingDataType_lClippingID ON ClippingDataType (lClippingID)",
-
-    "CREATE TABLE GroupClipping ("
-    " lGroupClippingID integer PRIMARY KEY,"
-    " lGroupCategoryID integer DEFAULT 1,"
-    " sName citext COLLATE \"C\","
-    " sDescription citext COLLATE \"C\","
-    " iSortOrder smallint DEFAULT 0,"
-    " iStatus smallint DEFAULT 1,"
-    " tUpdated timestamp(0))",
-    "CREATE INDEX ixGroupClipping_lGroupCategoryID ON GroupClipping (lGroupCategoryID)",
-    "CREATE INDEX ixGroupClipping_sName ON GroupClipping (sName)",
-    "CREATE INDEX ixGroupClipping_tUpdated ON GroupClipping (tUpdated)",
-
-    // A clipping belongs to a category at most once.
-    "CREATE TABLE ClippingGroupClipping ("
-    " lClippingId integer,"
-    " lGroupClippingId integer,"
-    " iSortOrder smallint DEFAULT 0,"
-    " tActiveStart timestamp(0),"
-    " tActiveEnd timestamp(0))",
-    "CREATE UNIQUE INDEX ixClippingGroupClipping_Member"
-    " ON ClippingGroupClipping (lClippingId, lGroupClippingId)",
-    "CREATE INDEX ixClippingGroupClipping_lGroupClippingId"
-    " ON ClippingGroupClipping (lGroupClippingId)",
-
-    "CREATE TABLE AccessHistory ("
-    " sClippingGUID citext COLLATE \"C\","
-    " lExternalCatalogId integer DEFAULT 0,"
-    " sClippingId citext COLLATE \"C\","
-    " sName citext COLLATE \"C\","
-    " bIsFavorite boolean DEFAULT FALSE,"
-    " lAccessCount integer DEFAULT 0,"
-    " tDateLastAccessed timestamp(0))",
-    "CREATE INDEX ixAccessHistory_sClippingGUID ON AccessHistory (sClippingGUID)",
-    "CREATE UNIQUE INDEX ixAccessHistory_sClippingId ON AccessHistory (sClippingId)",
-    "CREATE INDEX ixAccessHistory_tDateLastAccessed ON AccessHistory (tDateLastAccessed)",
-
-    "CREATE TABLE ExternalCatalog ("
-    " lExternalCatalogID integer PRIMARY KEY,"
-    " sGUID citext COLLATE \"C\","
-    " sConnectString citext COLLATE \"C\","
-    " bIsOnline boolean DEFAULT TRUE,"
-    " iConnectionSpeed smallint DEFAULT 0)",
-
-    "CREATE TABLE CatalogProperties ("
-    " sCatalogProperty citext COLLATE \"C\" PRIMARY KEY,"
-    " sValue text)",
-
-    // Key generators: sequences never hand a number out twice, even to concurrent sessions and
-    // although every row is deleted right after it is read.
-    "CREATE TABLE FolderIDGenerator ("
-    " lID integer GENERATED BY DEFAULT AS IDENTITY PRIMARY KEY,"
-    " sGUID citext COLLATE \"C\")",
-    "CREATE INDEX ixFolderIDGenerator_sGUID ON FolderIDGenerator (sGUID)",
-    "CREATE TABLE GroupClippingIDGenerator ("
-    " lID integer GENERATED BY DEFAULT AS IDENTITY PRIMARY KEY,"
-    " sGUID citext COLLATE \"C\")",
-    "CREATE INDEX ixGroupClippingIDGenerator_sGUID ON GroupClippingIDGenerator (sGUID)",
-    "CREATE TABLE ExternalCatalogIDGenerator ("
-    " lID integer GENERATED BY DEFAULT AS IDENTITY PRIMARY KEY,"
-    " sGUID citext COLLATE \"C\")",
-    "CREATE INDEX ixExternalCatalogIDGenerator_sGUID ON ExternalCatalogIDGenerator (sGUID)",
-
-    // Datediff(interval, date1, date2): the number of interval boundaries crossed from date1 to
-    // date2, as the store's statements and a SQLite catalog's connection function mean it. The
-    // dates are first rounded to the second; weeks ("ww") start on Sunday, and 1970-01-04 was one.
+// Datediff(interval, date1, date2): the number of interval boundaries crossed from date1 to
+// date2, as the store's statements and a SQLite catalog's connection function mean it. The
+// dates are first rounded to the second; weeks ("ww") start on Sunday, and 1970-01-04 was one.
+constexpr std::string_view kDatediffFunction =
     "CREATE FUNCTION Datediff(sInterval text, tDate1 timestamp, tDate2 timestamp)"
     " RETURNS bigint LANGUAGE plpgsql IMMUTABLE STRICT AS $body$\n"
     "DECLARE\n"
@@ -157,55 +59,16 @@ const std::vector<std::string_view> kSchema = {
     "    ELSE RAISE EXCEPTION 'Invalid procedure call or argument';\n"
     "  END CASE;\n"
     "END\n"
-    "$body$",
-};
+    "$body$";
 
-// Indexes on the folded text of the columns whose names the store looks up and searches, for the
-// comparisons the dialect folds (postgres_dialect.h). Names are frozen.
-const std::vector<std::string_view> kFoldIndexes = {
-    "CREATE INDEX ixFolder_sName_Folded ON Folder (clipcat_fold(sName))",
-    "CREATE INDEX ixClipping_sName_Folded ON Clipping (clipcat_fold(sName))",
-    "CREATE INDEX ixClipping_sDescription_Folded ON Clipping (clipcat_fold(sDescription))",
-    "CREATE INDEX ixGroupClipping_sName_Folded ON GroupClipping (clipcat_fold(sName))",
-};
-
-// The tables a catalog consists of: a schema holding any of them holds a catalog already.
-constexpr std::string_view kTables[] = {"folder",
-                                        "clipping",
-                                        "clippingdatatype",
-                                        "groupclipping",
-                                        "clippinggroupclipping",
-                                        "accesshistory",
-                                        "externalcatalog",
-                                        "catalogproperties",
-                                        "folderidgenerator",
-                                        "groupclippingidgenerator",
-                                        "externalcatalogidgenerator"};
-
-// "table.column", lower-cased -> the column's spelling, for the columns the tables declare.
+// "table.column", lower-cased -> the column's spelling, for the columns of the catalog's tables.
 const std::map<std::string, std::string, std::less<>>& CanonicalNames() {
   static const auto* names = [] {
     auto* map = new std::map<std::string, std::string, std::less<>>;
-    for (std::string_view statement : kSchema) {
-      if (statement.rfind("CREATE TABLE", 0) != 0) continue;
-      std::string table;
-      bool in_columns = false;
-      bool at_column = false;
-      for (const SqlToken& token : TokenizeSql(statement)) {
-        if (IsInsignificant(token)) continue;
-        if (token.text == "(") {
-          at_column = !in_columns;
-          in_columns = true;
-        } else if (token.text == ",") {
-          at_column = true;
-        } else if (token.kind == SqlTokenKind::kIdentifier && !in_columns) {
-          table = ToLowerAscii(token.text);  // the last name before "(" is the table's
-        } else if (token.kind == SqlTokenKind::kIdentifier && at_column) {
-          map->emplace(table + "." + ToLowerAscii(token.text), std::string(token.text));
-          at_column = false;
-        } else {
-          at_column = false;
-        }
+    for (const TableDescription& table : CatalogSchema().tables) {
+      for (const ColumnDescription& column : table.columns) {
+        map->emplace(ToLowerAscii(table.name) + "." + ToLowerAscii(column.name),
+                     std::string(column.name));
       }
     }
     return map;
@@ -214,8 +77,6 @@ const std::map<std::string, std::string, std::less<>>& CanonicalNames() {
 }
 
 }  // namespace
-
-const std::vector<std::string_view>& PostgresSchemaStatements() { return kSchema; }
 
 std::string PostgresFoldFunctionStatement() {
   const CaseFoldingMap& map = NonAsciiCaseFoldingMap();
@@ -245,17 +106,6 @@ std::string PostgresFoldFunctionStatement() {
          QuoteStringLiteral(body);
 }
 
-const std::vector<std::string_view>& PostgresFoldIndexStatements() { return kFoldIndexes; }
-
-std::string_view IndexNameOf(std::string_view create_index) {
-  for (std::string_view prefix : {"CREATE INDEX ", "CREATE UNIQUE INDEX "}) {
-    if (create_index.rfind(prefix, 0) != 0) continue;
-    const std::string_view rest = create_index.substr(prefix.size());
-    return rest.substr(0, rest.find(' '));
-  }
-  return {};
-}
-
 void RequireUtf8Database(std::string_view encoding) {
   if (encoding == "UTF8") return;
   throw AutomationError(err::kDatabaseError, kComponentSource,
@@ -268,6 +118,8 @@ std::string CanonicalColumnName(std::string_view table, std::string_view column)
   return found != CanonicalNames().end() ? found->second : std::string(column);
 }
 
+void UseCatalogColumnSpellings() { SetPostgresColumnSpelling(&CanonicalColumnName); }
+
 void DeployPostgresCatalog(PostgresSession& session, const std::string& name) {
   session.Run("BEGIN");
   try {
@@ -278,8 +130,9 @@ void DeployPostgresCatalog(PostgresSession& session, const std::string& name) {
     }
     const std::string schema_name = PQgetvalue(schema.get(), 0, 0);
     std::string tables;
-    for (std::string_view table : kTables) {
-      tables += (tables.empty() ? "{" : ",") + std::string(table);
+    // A schema holding any table of a catalog holds a catalog already.
+    for (const TableDescription& table : CatalogSchema().tables) {
+      tables += (tables.empty() ? "{" : ",") + ToLowerAscii(table.name);
     }
     const PostgresResult existing = session.Run(
         "SELECT c.relname FROM pg_catalog.pg_class AS c"
@@ -307,8 +160,13 @@ void DeployPostgresCatalog(PostgresSession& session, const std::string& name) {
     const PostgresResult encoding = session.Run("SELECT pg_catalog.getdatabaseencoding()");
     RequireUtf8Database(PQgetvalue(encoding.get(), 0, 0));
     session.Run(PostgresFoldFunctionStatement());
-    for (std::string_view statement : kSchema) session.Run(std::string(statement));
-    for (std::string_view statement : kFoldIndexes) session.Run(std::string(statement));
+    for (const std::string& statement : CreateTablesStatements(SchemaEngine::kPostgres)) {
+      session.Run(statement);
+    }
+    session.Run(std::string(kDatediffFunction));
+    for (std::string_view index : FoldedIndexNames()) {
+      session.Run(CreateIndexStatement(index, SchemaEngine::kPostgres));
+    }
     session.Run(
         "INSERT INTO Folder (lFolderID, sGUID, lParentID, sName, sDescription, lExternalCatalogId,"
         " bIsLeaf, bIsOffline, iStatus, tUpdated) VALUES ($1, $2, 0, $3, NULL, 0, TRUE, FALSE, 1,"

@@ -1,20 +1,14 @@
-// The tables, indexes and helper function of a catalog on a PostgreSQL server, and their
-// deployment into an empty database or schema. Stateless; thread-safe.
+// What a catalog on a PostgreSQL server has besides its tables and indexes (those are
+// generated from schema_description.h): the functions clipcat_fold and Datediff, and the
+// deployment of a catalog into an empty database or schema. Stateless; thread-safe.
 #pragma once
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace clipcat {
 
 class PostgresSession;
-
-// The statements that create the tables, indexes and the Datediff function of a catalog, in
-// order, one statement each. Text columns are citext with the "C" collation, so that "=", LIKE
-// and ORDER BY treat ASCII letters without regard to case even in statements the backend does
-// not rewrite; the citext extension must be installed first.
-const std::vector<std::string_view>& PostgresSchemaStatements();
 
 // The name of the catalog's function that folds text: clipcat_fold(text) gives the text with
 // Unicode simple case folding (case_folding.h), NULL for NULL. Frozen.
@@ -27,13 +21,6 @@ inline constexpr std::string_view kPostgresFoldFunction = "clipcat_fold";
 // lower-casing does.
 std::string PostgresFoldFunctionStatement();
 
-// The statements that create the indexes on folded text (after clipcat_fold and the tables),
-// one statement each, "CREATE INDEX name ON ...".
-const std::vector<std::string_view>& PostgresFoldIndexStatements();
-
-// The index name of a "CREATE [UNIQUE] INDEX name ..." statement; empty for any other text.
-std::string_view IndexNameOf(std::string_view create_index);
-
 // Raises err::kDatabaseError, source "clipcat", unless `encoding` (the server's name of a
 // database's encoding) is UTF8: the folding function and the text of other clients need it.
 void RequireUtf8Database(std::string_view encoding);
@@ -43,13 +30,17 @@ void RequireUtf8Database(std::string_view encoding);
 // results name their columns as a SQLite catalog's do; any other column name as it is.
 std::string CanonicalColumnName(std::string_view table, std::string_view column);
 
+// Makes PostgreSQL sessions name result columns of catalog tables by CanonicalColumnName. The
+// store calls it before it opens or creates a catalog; calling it again does nothing new.
+void UseCatalogColumnSpellings();
+
 // Deploys a catalog into the first schema of the session's search path, in one transaction:
-// the citext extension (when missing), clipcat_fold, every table and index (those on folded
-// text too), the Datediff function, the root
-// folder with key 1 named `name`, the folder key generator continuing at 2 and the catalog
-// properties. Raises err::kDatabaseError, source "clipcat", when the schema already holds a table
-// of a catalog, and the server's error when it refuses a statement; on failure nothing stays.
-// Raises as RequireUtf8Database for a database whose encoding is not UTF8.
+// the citext extension (when missing), clipcat_fold, every table and index of the description
+// (those on folded text too), the Datediff function, the root folder with key 1 named `name`,
+// the folder key generator continuing at 2 and the catalog properties. Raises
+// err::kDatabaseError, source "clipcat", when the schema already holds a table of a catalog, and
+// the server's error when it refuses a statement; on failure nothing stays. Raises as
+// RequireUtf8Database for a database whose encoding is not UTF8.
 // REQUIRES: `name` is trimmed and not empty; no transaction is open on `session`.
 void DeployPostgresCatalog(PostgresSession& session, const std::string& name);
 

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "store/db_connection.h"
+#include "engine/db_connection.h"
 #include "util/errors.h"
 
 namespace clipcat {

@@ -5,8 +5,8 @@
 
 #include "automation/automation_test_helpers.h"
 #include "automation/entity_objects.h"
+#include "engine/connection_string.h"
 #include "store/catalog_schema.h"
-#include "store/connection_string.h"
 #include "util/temp_dir.h"
 
 namespace clipcat {

@@ -13,7 +13,7 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "store/connection_string.h"
+#include "engine/connection_string.h"
 #include "util/compression.h"
 
 namespace clipcat::robustness {

@@ -13,11 +13,11 @@
 #include <type_traits>
 #include <vector>
 
+#include "engine/connection_string.h"
 #include "service/clipping_data_read.h"
 #include "service/clipping_data_write.h"
 #include "service/connection_handler.h"
 #include "store/catalog_schema.h"
-#include "store/connection_string.h"
 #include "util/error_of.h"
 #include "util/temp_dir.h"
 

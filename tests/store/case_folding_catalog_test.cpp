@@ -10,12 +10,12 @@
 #include <vector>
 
 #include "catalog_fixture.h"
+#include "engine/case_folding.h"
+#include "engine/db_connection.h"
+#include "engine/sql_tokenizer.h"
 #include "store/case_fold_upgrade.h"
-#include "store/case_folding.h"
 #include "store/catalog_schema.h"
 #include "store/data_access.h"
-#include "store/db_connection.h"
-#include "store/sql_tokenizer.h"
 #include "support/postgres_test_server.h"
 #include "temp_catalog.h"
 #include "util/error_of.h"

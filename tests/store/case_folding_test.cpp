@@ -1,7 +1,7 @@
 // Folded case: which texts are the same name, how they sort, what LIKE finds, and how each engine
 // is made to agree: SQLite's NOCASE and like() replaced on the connection, PostgreSQL's
 // statements rewritten around the catalog's folding function.
-#include "store/case_folding.h"
+#include "engine/case_folding.h"
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -13,8 +13,8 @@
 #include <utility>
 #include <vector>
 
-#include "store/postgres_dialect.h"
-#include "store/sqlite_functions.h"
+#include "engine/postgres_dialect.h"
+#include "engine/sqlite_functions.h"
 
 namespace clipcat {
 namespace {

@@ -11,10 +11,10 @@
 #include <utility>
 #include <vector>
 
+#include "engine/db_connection.h"
 #include "entities/clipping.h"
 #include "entities/search.h"
 #include "store/data_access.h"
-#include "store/db_connection.h"
 #include "temp_catalog.h"
 #include "util/error_of.h"
 #include "util/values.h"

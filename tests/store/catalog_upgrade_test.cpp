@@ -9,9 +9,9 @@
 #include <string>
 #include <utility>
 
+#include "engine/db_connection.h"
 #include "store/catalog_schema.h"
 #include "store/data_access.h"
-#include "store/db_connection.h"
 #include "support/postgres_test_server.h"
 #include "temp_catalog.h"
 #include "util/error_of.h"

@@ -3,7 +3,7 @@
 #include <random>
 
 #include "catalog_fixture.h"
-#include "store/blob_field.h"
+#include "engine/blob_field.h"
 #include "util/compression.h"
 #include "util/utf16.h"
 

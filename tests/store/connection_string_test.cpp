@@ -1,4 +1,4 @@
-#include "store/connection_string.h"
+#include "engine/connection_string.h"
 
 #include <gtest/gtest.h>
 

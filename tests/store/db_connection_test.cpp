@@ -1,4 +1,4 @@
-#include "store/db_connection.h"
+#include "engine/db_connection.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "store/backend_factory.h"
+#include "engine/backend_factory.h"
 #include "temp_catalog.h"
 #include "util/date.h"
 #include "util/date_locale.h"

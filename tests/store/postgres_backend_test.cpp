@@ -1,13 +1,13 @@
-#include "store/postgres_backend.h"
+#include "engine/postgres_backend.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
+#include "engine/db_connection.h"
+#include "engine/postgres_session.h"
 #include "store/catalog_schema.h"
-#include "store/db_connection.h"
-#include "store/postgres_session.h"
 #include "support/postgres_test_server.h"
 #include "temp_catalog.h"
 #include "util/date.h"

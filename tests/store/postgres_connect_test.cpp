@@ -1,4 +1,4 @@
-#include "store/postgres_connect.h"
+#include "engine/postgres_connect.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "store/db_connection.h"
+#include "engine/db_connection.h"
 #include "support/postgres_test_server.h"
 #include "temp_catalog.h"
 #include "util/error_of.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "store/db_connection.h"
+#include "engine/db_connection.h"
 #include "temp_catalog.h"
 #include "util/date_locale.h"
 #include "util/error_of.h"

@@ -3,8 +3,8 @@
 
 #include <string>
 
+#include "engine/connection_string.h"
 #include "store/catalog_schema.h"
-#include "store/connection_string.h"
 #include "util/temp_dir.h"  // the tests' own, beside the util tests
 
 namespace clipcat::testing {

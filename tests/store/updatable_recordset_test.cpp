@@ -1,11 +1,11 @@
-#include "store/updatable_recordset.h"
+#include "engine/updatable_recordset.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "store/blob_field.h"
-#include "store/db_connection.h"
+#include "engine/blob_field.h"
+#include "engine/db_connection.h"
 #include "temp_catalog.h"
 #include "util/error_of.h"
 #include "util/errors.h"

@@ -1,0 +1,188 @@
+#include "engine/postgres_cursor.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+
+#include "engine/postgres_session.h"
+#include "engine/recordset.h"
+#include "util/date.h"
+#include "util/date_text.h"
+#include "util/errors.h"
+
+namespace clipcat {
+namespace {
+
+// Long values are gathered in memory; more than this is not reserved before the bytes arrive.
+constexpr size_t kMaxReserve = size_t{16} << 20;
+
+[[noreturn]] void RaiseNotUpdatable() {
+  throw AutomationError(err::kDatabaseError, kPostgresSource,
+                        "Rows can be added only to a query whose columns all come from one table.");
+}
+
+bool IsDateType(Oid type) {
+  return type == kTimestampOid || type == kTimestampTzOid || type == kDateOid;
+}
+
+std::string DoubleText(double value) {
+  char buffer[64];
+  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+  return std::string(buffer, result.ptr);
+}
+
+// `value` as the parameter for a column of type `type`, in the form the server reads for it.
+PostgresParam ParamFor(const Variant& value, Oid type) {
+  switch (value.type()) {
+    case Variant::Type::kEmpty:
+    case Variant::Type::kNull:
+      return {};
+    case Variant::Type::kObject:
+      RaiseRuntimeError(err::kTypeMismatch);
+    default:
+      break;
+  }
+  if (type == kBoolOid) return {value.ToBoolean() ? "true" : "false"};
+  if (type == kByteaOid) {
+    return {value.type() == Variant::Type::kString ? value.AsString() : value.ToText(), true};
+  }
+  if (IsDateType(type)) {
+    if (value.type() == Variant::Type::kString) {
+      const auto date = ParseDateText(value.AsString());
+      if (date && date->IsValid()) return {FormatIsoDate(*date)};
+      return {value.AsString()};  // the server says what is wrong with it
+    }
+    return {FormatIsoDate(value.ToDate())};
+  }
+  switch (value.type()) {
+    case Variant::Type::kBoolean:
+      return {value.AsBoolean() ? "1" : "0"};
+    case Variant::Type::kInteger:
+    case Variant::Type::kLong:
+      return {std::to_string(value.ToLong())};
+    case Variant::Type::kDouble:
+      return {DoubleText(value.ToDouble())};
+    case Variant::Type::kDate:
+      return {FormatIsoDate(value.ToDate())};
+    default:
+      return {value.AsString()};
+  }
+}
+
+}  // namespace
+
+PostgresCursor::PostgresCursor(std::shared_ptr<PostgresSession> session, std::string_view sql)
+    : session_(std::move(session)) {
+  const PostgresResult result = session_->RunStoreStatement(sql);
+  const int count = PQnfields(result.get());
+  if (count == 0) RaiseNotUpdatable();
+  const Oid table = PQftable(result.get(), 0);
+  for (int i = 0; i < count; ++i) {
+    if (table == InvalidOid || PQftable(result.get(), i) != table ||
+        PQftablecol(result.get(), i) <= 0) {
+      RaiseNotUpdatable();
+    }
+  }
+  rows_ = session_->ReadRows(result.get());
+  const PostgresResult columns = session_->RunGuarded(
+      "SELECT c.oid::pg_catalog.regclass::text, a.attnum, a.attname,"
+      " CASE WHEN t.typbasetype <> 0 THEN t.typbasetype ELSE t.oid END"
+      " FROM pg_catalog.pg_attribute AS a"
+      " JOIN pg_catalog.pg_class AS c ON c.oid = a.attrelid"
+      " JOIN pg_catalog.pg_type AS t ON t.oid = a.atttypid"
+      " WHERE a.attrelid = $1::pg_catalog.oid AND a.attnum > 0 AND NOT a.attisdropped",
+      {{std::to_string(table)}});
+  std::map<int, std::pair<std::string, Oid>> by_number;
+  for (int row = 0; row < PQntuples(columns.get()); ++row) {
+    table_ = PQgetvalue(columns.get(), row, 0);
+    by_number[std::stoi(PQgetvalue(columns.get(), row, 1))] = {
+        PQgetvalue(columns.get(), row, 2),
+        static_cast<Oid>(std::stoul(PQgetvalue(columns.get(), row, 3)))};
+  }
+  for (int i = 0; i < count; ++i) {
+    const auto found = by_number.find(PQftablecol(result.get(), i));
+    if (found == by_number.end()) RaiseNotUpdatable();  // dropped meanwhile
+    origins_.push_back(found->second.first);
+    types_.push_back(found->second.second);
+  }
+  values_.resize(static_cast<size_t>(count));
+}
+
+void PostgresCursor::AddNew() {
+  Discard();
+  pending_ = true;
+}
+
+void PostgresCursor::SetValue(size_t column, const Variant& value) {
+  if (!pending_) RaiseRecordsetError(err::kNoCurrentRecord);
+  long_values_.erase(column);
+  values_[column] = value;
+}
+
+void PostgresCursor::BeginLongValue(size_t column, size_t total_bytes) {
+  if (!pending_) RaiseRecordsetError(err::kNoCurrentRecord);
+  if (total_bytes > static_cast<size_t>(INT32_MAX)) RaiseRuntimeError(err::kOverflow);
+  values_[column].reset();
+  LongValue& long_value = long_values_[column];
+  long_value.total = total_bytes;
+  long_value.bytes.clear();
+  long_value.bytes.reserve(std::min(total_bytes, kMaxReserve));
+}
+
+void PostgresCursor::AppendLongValue(size_t column, std::string_view bytes) {
+  const auto found = long_values_.find(column);
+  if (found == long_values_.end() || !pending_) RaiseRuntimeError(err::kInvalidProcedureCall);
+  LongValue& target = found->second;
+  if (bytes.size() > target.total - target.bytes.size()) {
+    throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
+                          "The piece runs past the announced length of the long value.");
+  }
+  target.bytes.append(bytes);
+}
+
+void PostgresCursor::Update() {
+  if (!pending_) RaiseRecordsetError(err::kNoCurrentRecord);
+  try {
+    for (const auto& [column, long_value] : long_values_) {
+      if (long_value.bytes.size() != long_value.total) {
+        throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
+                              "The long value of field " + rows_.columns[column] + " received " +
+                                  std::to_string(long_value.bytes.size()) + " of " +
+                                  std::to_string(long_value.total) + " bytes.");
+      }
+    }
+    std::string names;
+    std::string marks;
+    std::vector<PostgresParam> params;
+    for (size_t i = 0; i < values_.size(); ++i) {
+      const auto long_value = long_values_.find(i);
+      if (long_value != long_values_.end()) {
+        params.push_back({std::move(long_value->second.bytes), true});
+      } else if (values_[i].has_value()) {
+        params.push_back(ParamFor(*values_[i], types_[i]));
+      } else {
+        continue;
+      }
+      names += (names.empty() ? "" : ", ") + QuotePostgresIdentifier(origins_[i]);
+      marks += (marks.empty() ? "$" : ", $") + std::to_string(params.size());
+    }
+    session_->RunGuarded(
+        "INSERT INTO " + table_ +
+            (params.empty() ? " DEFAULT VALUES" : " (" + names + ") VALUES (" + marks + ")"),
+        params);
+  } catch (const AutomationError&) {
+    Discard();
+    throw;
+  }
+  Discard();
+}
+
+void PostgresCursor::CancelUpdate() { Discard(); }
+
+void PostgresCursor::Discard() {
+  long_values_.clear();
+  for (auto& value : values_) value.reset();
+  pending_ = false;
+}
+
+}  // namespace clipcat

@@ -1,0 +1,140 @@
+// Internal to the PostgreSQL backend: one open libpq connection, shared by the backend and the
+// cursors it opened, with the statement runner that applies the store's rules (one statement per
+// call, the dialect's rewrites, a failed statement never spoiling the caller's transaction) and
+// the reading of results into rows. Used by one thread at a time.
+#pragma once
+
+#include <libpq-fe.h>
+
+#include <chrono>
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engine/postgres_connect.h"
+#include "engine/postgres_dialect.h"
+#include "engine/row_set.h"
+
+namespace clipcat {
+
+// How long one statement may run on the server, waits for locks included.
+inline constexpr std::chrono::milliseconds kPostgresStatementTimeout{10'000};
+
+// Type identifiers of the built-in types the backend reads and binds. Frozen by PostgreSQL.
+inline constexpr Oid kBoolOid = 16;
+inline constexpr Oid kByteaOid = 17;
+inline constexpr Oid kInt8Oid = 20;
+inline constexpr Oid kInt2Oid = 21;
+inline constexpr Oid kInt4Oid = 23;
+inline constexpr Oid kOidOid = 26;
+inline constexpr Oid kFloat4Oid = 700;
+inline constexpr Oid kFloat8Oid = 701;
+inline constexpr Oid kDateOid = 1082;
+inline constexpr Oid kTimestampOid = 1114;
+inline constexpr Oid kTimestampTzOid = 1184;
+inline constexpr Oid kNumericOid = 1700;
+
+// One parameter of a statement the backend builds itself (never of the store's SQL).
+struct PostgresParam {
+  std::optional<std::string> value;  // nothing is Null
+  // True: the bytes as they are, for a bytea column. False: text the server reads as a value of
+  // the type the statement gives the parameter.
+  bool binary = false;
+};
+
+// Owns one PGresult.
+class PostgresResult {
+ public:
+  explicit PostgresResult(PGresult* result = nullptr) : result_(result) {}
+  ~PostgresResult() { PQclear(result_); }
+  PostgresResult(PostgresResult&& other) noexcept : result_(other.result_) {
+    other.result_ = nullptr;
+  }
+  PostgresResult& operator=(PostgresResult&& other) noexcept;
+  PostgresResult(const PostgresResult&) = delete;
+  PostgresResult& operator=(const PostgresResult&) = delete;
+
+  PGresult* get() const { return result_; }
+
+ private:
+  PGresult* result_;
+};
+
+// How result columns of a table are spelled. The server folds unquoted names to lower case; a
+// program whose tables have names in mixed case sets their spelling once, before sessions read
+// rows, so that results name their columns as the program wrote them. Without one, names come as
+// the server reports them. Safe to set from any thread.
+using PostgresColumnSpelling = std::string (*)(std::string_view table, std::string_view column);
+void SetPostgresColumnSpelling(PostgresColumnSpelling spelling);
+
+class PostgresSession {
+ public:
+  // Connects (see ConnectPostgres for what it raises), then fixes the session's settings: a
+  // 10-second statement_timeout, standard_conforming_strings on, ISO date output, hex bytea
+  // output and the search path the parameters name. Reads the column types of the tables the
+  // search path shows.
+  explicit PostgresSession(const PostgresParameters& parameters);
+  ~PostgresSession();
+  PostgresSession(const PostgresSession&) = delete;
+  PostgresSession& operator=(const PostgresSession&) = delete;
+
+  // Runs one statement of the store's SQL. Raises err::kDatabaseError, source "PostgreSQL", and
+  // runs nothing when the text is empty or holds anything but blanks, comments and semicolons
+  // after its first statement. Otherwise rewrites it for the server (TranslateSqlForPostgres)
+  // and runs it as RunGuarded does. A statement that changes the schema re-reads the column types.
+  PostgresResult RunStoreStatement(std::string_view sql);
+
+  // Runs `sql` as written with `params` ($1, $2 ...). Inside a transaction the statement runs
+  // behind a savepoint, so that when it fails the transaction stays usable and only the
+  // statement is undone. Raises the server's error as err::kDatabaseError, source "PostgreSQL",
+  // with the server's message.
+  PostgresResult RunGuarded(const std::string& sql, const std::vector<PostgresParam>& params = {});
+
+  // Runs `sql` as written with `params`, unguarded: for transaction control. Raises as RunGuarded.
+  PostgresResult Run(const std::string& sql, const std::vector<PostgresParam>& params = {});
+
+  // The server's view of the transaction: PQTRANS_IDLE outside one.
+  PGTransactionStatusType TransactionStatus() const;
+
+  const PostgresColumnTypes& column_types() const { return column_types_; }
+
+  // Re-reads which visible columns hold dates, booleans and text, and whether the catalog has
+  // its folding function.
+  void LoadColumnTypes();
+
+  // To be called after a rollback (of a transaction or to a savepoint): re-reads the column types
+  // when a statement of the store changed the schema inside a transaction, since the rollback
+  // may have taken the change back (a folding function made by an upgrade that then failed).
+  void AfterRollback();
+
+  // Every row of `result`, typed by column type: boolean as Boolean, smallint as Integer,
+  // integer as Long, bigint as Long (Double beyond 32 bits), floating and numeric types as
+  // Double, timestamp and date as Date, bytea as bytes, anything else as String. Columns of
+  // catalog tables are named in the catalog's own spelling ("lFolderID"), others as the server
+  // names them. A `max_rows` above zero reads only that many rows; zero reads them all.
+  RowSet ReadRows(const PGresult* result, size_t max_rows = 0);
+
+  // Ends the connection. Every later call raises "The connection is closed.".
+  void Close();
+
+ private:
+  // The lower-case name of table `table`, read once per session.
+  const std::string& TableName(Oid table);
+
+  PGconn* Conn() const;
+  [[noreturn]] void RaiseError(const PGresult* result) const;
+  void AbandonCopy();
+
+  PGconn* conn_ = nullptr;  // null once closed
+  PostgresColumnTypes column_types_;
+  bool schema_changed_in_transaction_ = false;
+  std::map<Oid, std::string> table_names_;
+};
+
+// `name` as a quoted PostgreSQL identifier.
+std::string QuotePostgresIdentifier(std::string_view name);
+
+}  // namespace clipcat

@@ -1,0 +1,109 @@
+#include "engine/sqlite_backend.h"
+
+#include "engine/sql_statement_view.h"
+#include "engine/sqlite_cursor.h"
+#include "engine/sqlite_session.h"
+#include "util/errors.h"
+#include "util/text.h"
+
+namespace clipcat {
+namespace {
+
+std::string SavepointName(int level) { return "clipcat_transaction_" + std::to_string(level); }
+
+}  // namespace
+
+SqliteBackend::SqliteBackend(const std::string& path)
+    : session_(std::make_shared<SqliteSession>(path)) {}
+
+SqliteBackend::~SqliteBackend() = default;
+
+std::string SqliteBackend::EngineName() const { return kSqliteSource; }
+
+SqliteSession& SqliteBackend::Session() const {
+  if (session_ == nullptr) {
+    throw AutomationError(err::kDatabaseError, kSqliteSource, "The connection is closed.");
+  }
+  return *session_;
+}
+
+void SqliteBackend::Execute(std::string_view sql) {
+  SqliteSession& session = Session();
+  {
+    SqliteSession::Deadline deadline(session);
+    SqliteStatement statement(session, sql);
+    statement.Run();
+  }
+  if (MayChangeSchema(sql)) session.LoadDateColumns();
+}
+
+RowSet SqliteBackend::Query(std::string_view sql) {
+  SqliteSession& session = Session();
+  SqliteSession::Deadline deadline(session);
+  SqliteStatement statement(session, sql);
+  return statement.Collect();
+}
+
+RowSet SqliteBackend::QueryAtMost(std::string_view sql, size_t max_records) {
+  SqliteSession& session = Session();
+  SqliteSession::Deadline deadline(session);
+  SqliteStatement statement(session, sql);
+  return statement.Collect(max_records);
+}
+
+std::unique_ptr<RowCursor> SqliteBackend::OpenCursor(std::string_view sql) {
+  Session();
+  return std::make_unique<SqliteCursor>(session_, sql);
+}
+
+void SqliteBackend::Run(const std::string& sql) {
+  SqliteSession& session = Session();
+  SqliteSession::Deadline deadline(session);
+  SqliteStatement statement(session, sql);
+  statement.Run();
+}
+
+// The engine ends a transaction by itself after some failures (a full disk, an interrupted
+// statement); the nesting count follows it.
+int SqliteBackend::Depth() {
+  if (sqlite3_get_autocommit(Session().db()) != 0) depth_ = 0;
+  return depth_;
+}
+
+void SqliteBackend::BeginTransaction() {
+  const int depth = Depth();
+  // IMMEDIATE takes the write lock at once, waiting under the time-out, so that two writers
+  // never both read first and then fail to upgrade.
+  Run(depth == 0 ? "BEGIN IMMEDIATE" : "SAVEPOINT " + SavepointName(depth));
+  ++depth_;
+}
+
+void SqliteBackend::CommitTransaction() {
+  const int depth = Depth();
+  Run(depth <= 1 ? "COMMIT" : "RELEASE " + SavepointName(depth - 1));
+  if (depth_ > 0) --depth_;
+}
+
+bool SqliteBackend::InTransaction() { return Depth() > 0; }
+
+void SqliteBackend::RollbackTransaction() {
+  const int depth = Depth();
+  if (depth <= 1) {
+    Run("ROLLBACK");
+  } else {
+    Run("ROLLBACK TO " + SavepointName(depth - 1));
+    Run("RELEASE " + SavepointName(depth - 1));
+  }
+  if (depth_ > 0) --depth_;
+}
+
+void SqliteBackend::Close() {
+  // A cursor may keep the engine connection alive after this; it must not keep the transaction.
+  if (session_ != nullptr && sqlite3_get_autocommit(session_->db()) == 0) {
+    IgnoreErrors([&] { Run("ROLLBACK"); });
+  }
+  session_.reset();
+  depth_ = 0;
+}
+
+}  // namespace clipcat

@@ -1,0 +1,133 @@
+#include "engine/sqlite_parameters.h"
+
+#include <charconv>
+
+#include "engine/sql_tokenizer.h"
+#include "util/text.h"
+
+namespace clipcat {
+namespace {
+
+// What the literals of one nesting level (the statement, or one pair of parentheses) stand in.
+enum class Clause {
+  kExpression,  // WHERE, SET, VALUES, ON, HAVING ...: values
+  kResultList,  // SELECT ... FROM, RETURNING ...: the text names the result columns
+  kTableList,   // FROM, UPDATE: names (SQLite reads a string there as a name)
+  kInsertHead,  // INSERT INTO t (columns): names
+  kOrdering,    // ORDER BY, GROUP BY, LIMIT, OFFSET: numbers are positions and counts
+};
+
+struct Level {
+  Clause clause = Clause::kExpression;
+  bool frozen = false;  // inside a level whose literals stay, so these stay too
+};
+
+bool IsAnyWord(const SqlToken& token, std::initializer_list<std::string_view> words) {
+  if (token.kind != SqlTokenKind::kIdentifier) return false;
+  for (std::string_view word : words) {
+    if (EqualsIgnoreCase(token.text, word)) return true;
+  }
+  return false;
+}
+
+// True when a literal after `previous` is an operand whose value alone matters.
+bool OpensOperand(const SqlToken& previous, Clause clause) {
+  if (previous.kind == SqlTokenKind::kOperator) {
+    // In a table list a comma separates names.
+    if (previous.text == "," || previous.text == "(") return clause != Clause::kTableList;
+    static constexpr std::string_view kOperators[] = {"=",  "==", "<>", "!=", "<", "<=", ">",
+                                                      ">=", "+",  "-",  "*",  "/", "%",  "||"};
+    for (std::string_view op : kOperators) {
+      if (previous.text == op) return true;
+    }
+    return false;
+  }
+  return IsAnyWord(previous, {"like", "glob", "escape", "and", "or", "not", "between", "is", "then",
+                              "else", "when", "case", "where", "on", "having"});
+}
+
+std::optional<SqlLiteralValue> LiteralValue(const SqlToken& token) {
+  SqlLiteralValue value;
+  if (token.kind == SqlTokenKind::kString) {
+    value.is_text = true;
+    value.text = StringLiteralValue(token);
+    // Only a literal that is closed and written the usual way: anything else is left to the
+    // engine to read (and refuse) as written.
+    if (QuoteStringLiteral(value.text) != token.text) return std::nullopt;
+    return value;
+  }
+  if (token.kind != SqlTokenKind::kNumber) return std::nullopt;
+  for (char c : token.text) {
+    if (c < '0' || c > '9') return std::nullopt;
+  }
+  const char* first = token.text.data();
+  const char* last = first + token.text.size();
+  const auto [end, ec] = std::from_chars(first, last, value.integer);
+  if (ec != std::errc() || end != last) return std::nullopt;
+  return value;
+}
+
+}  // namespace
+
+std::optional<ParameterisedSql> ParameteriseSql(std::string_view sql) {
+  return ParameteriseSql(sql, TokenizeSql(sql));
+}
+
+std::optional<ParameterisedSql> ParameteriseSql(std::string_view sql,
+                                                const std::vector<SqlToken>& tokens) {
+  const SqlToken* first = nullptr;
+  for (const SqlToken& token : tokens) {
+    if (token.kind == SqlTokenKind::kParameter) return std::nullopt;
+    if (first == nullptr && !IsInsignificant(token)) first = &token;
+  }
+  if (first == nullptr || !IsAnyWord(*first, {"select", "insert", "update", "delete"})) {
+    return std::nullopt;
+  }
+
+  ParameterisedSql out;
+  out.text.reserve(sql.size());
+  std::vector<Level> levels(1);
+  const SqlToken* previous = nullptr;
+  for (const SqlToken& token : tokens) {
+    if (IsInsignificant(token)) {
+      out.text += token.text;
+      continue;
+    }
+    Level& level = levels.back();
+    if (token.kind == SqlTokenKind::kOperator && token.text == "(") {
+      const bool frozen = level.frozen || level.clause == Clause::kResultList ||
+                          level.clause == Clause::kTableList ||
+                          level.clause == Clause::kInsertHead || level.clause == Clause::kOrdering;
+      levels.push_back(Level{Clause::kExpression, frozen});
+    } else if (token.kind == SqlTokenKind::kOperator && token.text == ")") {
+      if (levels.size() > 1) levels.pop_back();
+    } else if (token.kind == SqlTokenKind::kIdentifier) {
+      if (IsAnyWord(token, {"select", "returning"})) {
+        level.clause = Clause::kResultList;
+      } else if (IsAnyWord(token, {"from", "update"})) {
+        level.clause = Clause::kTableList;
+      } else if (IsAnyWord(token, {"insert", "replace"})) {
+        level.clause = Clause::kInsertHead;
+      } else if (IsAnyWord(token, {"order", "group", "limit", "offset"})) {
+        level.clause = Clause::kOrdering;
+      } else if (IsAnyWord(token,
+                           {"where", "set", "values", "having", "union", "except", "intersect"})) {
+        level.clause = Clause::kExpression;
+      }
+    } else if (!level.frozen && previous != nullptr &&
+               (level.clause == Clause::kExpression || level.clause == Clause::kTableList) &&
+               OpensOperand(*previous, level.clause)) {
+      if (auto value = LiteralValue(token)) {
+        out.text += '?';
+        out.values.push_back(std::move(*value));
+        previous = &token;
+        continue;
+      }
+    }
+    out.text += token.text;
+    previous = &token;
+  }
+  return out;
+}
+
+}  // namespace clipcat

@@ -1,0 +1,327 @@
+#include "engine/sqlite_session.h"
+
+#include <thread>
+
+#include "engine/sql_tokenizer.h"
+#include "engine/sqlite_functions.h"
+#include "util/date.h"
+#include "util/date_text.h"
+#include "util/errors.h"
+#include "util/text.h"
+
+namespace clipcat {
+namespace {
+
+[[noreturn]] void RaiseEngineText(const std::string& text) {
+  throw AutomationError(err::kDatabaseError, kSqliteSource, text);
+}
+
+bool TailIsEmpty(std::string_view tail) {
+  for (const SqlToken& token : TokenizeSql(tail)) {
+    if (!IsInsignificant(token) && token.text != ";") return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+SqliteSession::SqliteSession(const std::string& path) {
+  const int rc =
+      sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+  if (rc != SQLITE_OK) {
+    const std::string message = db_ != nullptr ? sqlite3_errmsg(db_) : sqlite3_errstr(rc);
+    sqlite3_close_v2(db_);
+    RaiseEngineText(message);
+  }
+  sqlite3_extended_result_codes(db_, 1);
+  sqlite3_busy_handler(db_, &SqliteSession::OnBusy, this);
+  sqlite3_progress_handler(db_, 1000, &SqliteSession::OnProgress, this);
+  try {
+    RegisterSqlFunctions(db_);
+    LoadDateColumns();  // also proves that the file is a database
+  } catch (...) {
+    statement_cache_.Clear();
+    sqlite3_close_v2(db_);
+    throw;
+  }
+}
+
+SqliteSession::~SqliteSession() {
+  statement_cache_.Clear();
+  sqlite3_close_v2(db_);
+}
+
+void SqliteSession::LoadDateColumns() {
+  statement_cache_.Clear();
+  Deadline deadline(*this);
+  SqliteStatement statement(
+      *this,
+      "SELECT lower(p.name), p.type FROM sqlite_schema AS m JOIN pragma_table_info(m.name) AS p "
+      "WHERE m.type = 'table'");
+  DateColumnSet columns;
+  while (statement.Step()) {
+    const auto* type = reinterpret_cast<const char*>(sqlite3_column_text(statement.get(), 1));
+    if (IsDateType(type)) {
+      columns.insert(reinterpret_cast<const char*>(sqlite3_column_text(statement.get(), 0)));
+    }
+  }
+  date_columns_ = std::move(columns);
+}
+
+void SqliteSession::RaiseError() const {
+  if (timed_out_ && (sqlite3_errcode(db_) & 0xff) == SQLITE_INTERRUPT) {
+    RaiseEngineText("Query timeout expired");
+  }
+  RaiseEngineText(sqlite3_errmsg(db_));
+}
+
+int SqliteSession::OnProgress(void* opaque) {
+  auto* session = static_cast<SqliteSession*>(opaque);
+  if (session->deadline_set_ && std::chrono::steady_clock::now() >= session->deadline_) {
+    session->timed_out_ = true;
+    return 1;
+  }
+  return 0;
+}
+
+int SqliteSession::OnBusy(void* opaque, int attempts) {
+  auto* session = static_cast<SqliteSession*>(opaque);
+  const auto now = std::chrono::steady_clock::now();
+  const auto deadline = session->deadline_set_ ? session->deadline_ : now + kStatementTimeout;
+  if (now >= deadline) return 0;
+  // Short waits first, for locks held only for a moment by another writer.
+  static constexpr int kDelaysMs[] = {1, 2, 5, 10, 15, 20, 25, 25, 25, 50, 50, 100};
+  const int steps = static_cast<int>(std::size(kDelaysMs));
+  const auto delay = std::chrono::milliseconds(kDelaysMs[attempts < steps ? attempts : steps - 1]);
+  std::this_thread::sleep_for(std::min<std::chrono::steady_clock::duration>(delay, deadline - now));
+  if (!session->deadline_set_ && attempts * 100 > kStatementTimeout.count()) return 0;
+  return 1;
+}
+
+SqliteSession::Deadline::Deadline(SqliteSession& session) : session_(session) {
+  session_.deadline_ = std::chrono::steady_clock::now() + kStatementTimeout;
+  session_.deadline_set_ = true;
+  session_.timed_out_ = false;
+}
+
+SqliteSession::Deadline::~Deadline() { session_.deadline_set_ = false; }
+
+SqliteStatement::SqliteStatement(SqliteSession& session, std::string_view sql, bool may_share)
+    : session_(session) {
+  std::vector<SqlToken> tokens;  // of `sql`, when the translation left it as it was
+  const std::string text = TranslateSqlForSqlite(sql, session.date_columns(), tokens);
+  if (may_share) {
+    const auto shared = tokens.empty() ? ParameteriseSql(text) : ParameteriseSql(sql, tokens);
+    if (shared && PrepareShared(*shared)) return;
+  }
+  PrepareOwn(text);
+}
+
+bool SqliteStatement::PrepareShared(const ParameterisedSql& sql) {
+  SqliteStatementCache& cache = session_.statement_cache();
+  sqlite3_stmt* stmt = cache.Take(sql.text);
+  bool shared = stmt != nullptr;
+  if (stmt == nullptr) {
+    const char* tail = nullptr;
+    const int rc =
+        sqlite3_prepare_v3(session_.db(), sql.text.c_str(), static_cast<int>(sql.text.size()),
+                           SQLITE_PREPARE_PERSISTENT, &stmt, &tail);
+    const bool usable = rc == SQLITE_OK && stmt != nullptr &&
+                        TailIsEmpty(std::string_view(
+                            tail, static_cast<size_t>(sql.text.data() + sql.text.size() - tail))) &&
+                        sqlite3_bind_parameter_count(stmt) == static_cast<int>(sql.values.size());
+    if (!usable) {
+      sqlite3_finalize(stmt);
+      return false;
+    }
+    shared = cache.Put(sql.text, stmt);
+  }
+  for (size_t i = 0; i < sql.values.size(); ++i) {
+    const SqlLiteralValue& value = sql.values[i];
+    const int index = static_cast<int>(i) + 1;
+    const int rc = value.is_text
+                       ? sqlite3_bind_text(stmt, index, value.text.data(),
+                                           static_cast<int>(value.text.size()), SQLITE_TRANSIENT)
+                       : sqlite3_bind_int64(stmt, index, value.integer);
+    if (rc != SQLITE_OK) {
+      if (shared) {
+        cache.Release(stmt);
+      } else {
+        sqlite3_finalize(stmt);
+      }
+      return false;
+    }
+  }
+  stmt_ = stmt;
+  shared_ = shared;
+  return true;
+}
+
+void SqliteStatement::PrepareOwn(const std::string& text) {
+  SqliteSession& session = session_;
+  const char* tail = nullptr;
+  const int rc =
+      sqlite3_prepare_v2(session.db(), text.c_str(), static_cast<int>(text.size()), &stmt_, &tail);
+  if (rc != SQLITE_OK) session.RaiseError();
+  if (stmt_ == nullptr) RaiseEngineText("The statement text is empty.");
+  const std::string_view rest(tail, static_cast<size_t>(text.data() + text.size() - tail));
+  if (!TailIsEmpty(rest)) {
+    sqlite3_finalize(stmt_);
+    stmt_ = nullptr;
+    RaiseEngineText("Characters found after end of SQL statement.");
+  }
+}
+
+SqliteStatement::~SqliteStatement() {
+  if (shared_) {
+    session_.statement_cache().Release(stmt_);
+  } else {
+    sqlite3_finalize(stmt_);
+  }
+}
+
+bool SqliteStatement::Step() {
+  const int rc = sqlite3_step(stmt_);
+  if (rc == SQLITE_ROW) return true;
+  if (rc == SQLITE_DONE) return false;
+  sqlite3_reset(stmt_);
+  session_.RaiseError();
+}
+
+void SqliteStatement::Run() {
+  while (Step()) {
+  }
+}
+
+RowSet SqliteStatement::Collect(size_t max_rows) {
+  RowSet rows;
+  // The columns are read after the first step: a kept statement is prepared again there when
+  // the schema changed, and "*" may then stand for other columns.
+  bool more = Step();
+  const int count = sqlite3_column_count(stmt_);
+  std::vector<SqliteColumnKind> kinds;
+  for (int i = 0; i < count; ++i) {
+    rows.columns.emplace_back(sqlite3_column_name(stmt_, i));
+    kinds.push_back(KindOfDeclaredType(sqlite3_column_decltype(stmt_, i)));
+  }
+  while (more) {
+    std::vector<StoredValue> row;
+    row.reserve(static_cast<size_t>(count));
+    for (int i = 0; i < count; ++i) row.push_back(ReadColumn(stmt_, i, kinds[i]));
+    rows.rows.push_back(std::move(row));
+    if (max_rows != 0 && rows.rows.size() >= max_rows) break;
+    more = Step();
+  }
+  return rows;
+}
+
+void SqliteStatement::Bind(int index, const Variant& value, bool date_column) {
+  int rc = SQLITE_OK;
+  switch (value.type()) {
+    case Variant::Type::kEmpty:
+    case Variant::Type::kNull:
+      rc = sqlite3_bind_null(stmt_, index);
+      break;
+    case Variant::Type::kBoolean:
+      rc = sqlite3_bind_int(stmt_, index, value.AsBoolean() ? 1 : 0);
+      break;
+    case Variant::Type::kInteger:
+    case Variant::Type::kLong:
+      rc = sqlite3_bind_int64(stmt_, index, value.ToLong());
+      break;
+    case Variant::Type::kDouble:
+      rc = sqlite3_bind_double(stmt_, index, value.ToDouble());
+      break;
+    case Variant::Type::kDate: {
+      const std::string iso = FormatIsoDate(value.ToDate());
+      rc = sqlite3_bind_text(stmt_, index, iso.data(), static_cast<int>(iso.size()),
+                             SQLITE_TRANSIENT);
+      break;
+    }
+    case Variant::Type::kString: {
+      std::string text = value.AsString();
+      if (date_column) {
+        const auto date = ParseDateText(text);
+        if (date && date->IsValid()) text = FormatIsoDate(*date);
+      }
+      rc = sqlite3_bind_text(stmt_, index, text.data(), static_cast<int>(text.size()),
+                             SQLITE_TRANSIENT);
+      break;
+    }
+    case Variant::Type::kObject:
+      RaiseRuntimeError(err::kTypeMismatch);
+  }
+  if (rc != SQLITE_OK) session_.RaiseError();
+}
+
+SqliteColumnKind KindOfDeclaredType(const char* declared_type) {
+  if (declared_type == nullptr) return SqliteColumnKind::kPlain;
+  const std::string type = ToUpperAscii(declared_type);
+  if (type.rfind("BOOL", 0) == 0) return SqliteColumnKind::kBoolean;
+  if (type.find("SMALLINT") != std::string::npos || type.find("TINYINT") != std::string::npos) {
+    return SqliteColumnKind::kSmallInteger;
+  }
+  if (IsDateType(declared_type)) return SqliteColumnKind::kDate;
+  return SqliteColumnKind::kPlain;
+}
+
+StoredValue ReadColumn(sqlite3_stmt* stmt, int column, SqliteColumnKind kind) {
+  StoredValue out;
+  const bool boolean = kind == SqliteColumnKind::kBoolean;
+  switch (sqlite3_column_type(stmt, column)) {
+    case SQLITE_NULL:
+      out.value = Variant::Null();
+      break;
+    case SQLITE_BLOB: {
+      const auto* data = static_cast<const char*>(sqlite3_column_blob(stmt, column));
+      const int size = sqlite3_column_bytes(stmt, column);
+      out.is_binary = true;
+      if (data != nullptr) out.bytes.assign(data, static_cast<size_t>(size));
+      break;
+    }
+    case SQLITE_INTEGER: {
+      const sqlite3_int64 v = sqlite3_column_int64(stmt, column);
+      const bool small = kind == SqliteColumnKind::kSmallInteger;
+      if (boolean) {
+        out.value = Variant(v != 0);
+      } else if (small && v >= INT16_MIN && v <= INT16_MAX) {
+        out.value = Variant(static_cast<int16_t>(v));
+      } else if (v >= INT32_MIN && v <= INT32_MAX) {
+        out.value = Variant(static_cast<int32_t>(v));
+      } else {
+        out.value = Variant(static_cast<double>(v));
+      }
+      break;
+    }
+    case SQLITE_FLOAT: {
+      const double v = sqlite3_column_double(stmt, column);
+      out.value = boolean ? Variant(v != 0.0) : Variant(v);
+      break;
+    }
+    default: {
+      const auto* data = reinterpret_cast<const char*>(sqlite3_column_text(stmt, column));
+      std::string text(data, static_cast<size_t>(sqlite3_column_bytes(stmt, column)));
+      if (kind == SqliteColumnKind::kDate) {
+        if (const auto date = ParseIsoDate(text)) {
+          out.value = Variant(*date);
+          break;
+        }
+      }
+      out.value = Variant(std::move(text));
+      break;
+    }
+  }
+  return out;
+}
+
+bool IsDateType(const char* declared_type) {
+  if (declared_type == nullptr) return false;
+  const std::string type = ToUpperAscii(declared_type);
+  return type.rfind("DATE", 0) == 0 || type.rfind("TIMESTAMP", 0) == 0;
+}
+
+std::string QuoteIdentifier(std::string_view name) {
+  return "\"" + ReplaceAll(name, "\"", "\"\"") + "\"";
+}
+
+}  // namespace clipcat
