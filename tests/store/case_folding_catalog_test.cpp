@@ -13,6 +13,7 @@
 #include "engine/case_folding.h"
 #include "engine/db_connection.h"
 #include "engine/sql_tokenizer.h"
+#include "engine_catalog.h"
 #include "store/case_fold_upgrade.h"
 #include "store/catalog_schema.h"
 #include "store/data_access.h"
@@ -53,18 +54,11 @@ const std::vector<NamePair> kPairs = {
      "Ecole", false},  // accents are not case
 };
 
-class CaseFoldingCatalogTest : public ::testing::TestWithParam<bool> {
+class CaseFoldingCatalogTest : public EngineCatalogTest {
  protected:
-  bool OnServer() const { return GetParam(); }
-
   void SetUp() override {
-    if (OnServer()) {
-      CLIPCAT_POSTGRES_SERVER_OR_SKIP(server);
-      connection_string_ = server->ConnectionString(server->CreateDatabase());
-      CreateServerCatalog(connection_string_, "Personal");
-    } else {
-      connection_string_ = file_.connection_string();
-    }
+    EngineCatalogTest::SetUp();
+    if (IsSkipped()) return;
     access_->SetConnectionString(connection_string_);
     root_ = access_->GetPersonalCatalogRootFolder()->ID();
   }
@@ -81,8 +75,6 @@ class CaseFoldingCatalogTest : public ::testing::TestWithParam<bool> {
     return access_->AddCategory(category, "");
   }
 
-  TempCatalog file_;
-  std::string connection_string_;
   std::shared_ptr<DataAccess> access_ = DataAccessSQL::Create();
   std::string root_;
 };
@@ -224,24 +216,14 @@ TEST_P(CaseFoldingCatalogTest, ListingsSortByFoldedCodePoints) {
   EXPECT_EQ(NamesOf(access_->GetCategoriesFromFolder("")), expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(BothEngines, CaseFoldingCatalogTest, ::testing::Bool(),
-                         [](const ::testing::TestParamInfo<bool>& info) {
-                           return info.param ? "PostgreSQL" : "SQLite";
-                         });
+INSTANTIATE_TEST_SUITE_P(BothEngines, CaseFoldingCatalogTest, ::testing::Bool(), EngineName);
 
 // Catalogs of the first format, holding names that the folding makes clash, brought up to it.
-class CaseFoldingUpgradeTest : public ::testing::TestWithParam<bool> {
+class CaseFoldingUpgradeTest : public EngineCatalogTest {
  protected:
-  bool OnServer() const { return GetParam(); }
-
   void SetUp() override {
-    if (OnServer()) {
-      CLIPCAT_POSTGRES_SERVER_OR_SKIP(server);
-      connection_string_ = server->ConnectionString(server->CreateDatabase());
-      CreateServerCatalog(connection_string_, "Personal");
-    } else {
-      connection_string_ = file_.connection_string();
-    }
+    EngineCatalogTest::SetUp();
+    if (IsSkipped()) return;
     db_.OpenConnection(connection_string_, "", "");
     MakeFirstFormat();
   }
@@ -298,8 +280,6 @@ class CaseFoldingUpgradeTest : public ::testing::TestWithParam<bool> {
     return db_.GetRecordsetRO("SELECT COUNT(*) AS n FROM " + from_where).Value("n").ToLong();
   }
 
-  TempCatalog file_;
-  std::string connection_string_;
   DBConnection db_;
 };
 
@@ -363,10 +343,7 @@ TEST_P(CaseFoldingUpgradeTest, AnUpgradeRolledBackLeavesTheCatalogUsableAsItWas)
   EXPECT_EQ(Upgrade().size(), 3u);
 }
 
-INSTANTIATE_TEST_SUITE_P(BothEngines, CaseFoldingUpgradeTest, ::testing::Bool(),
-                         [](const ::testing::TestParamInfo<bool>& info) {
-                           return info.param ? "PostgreSQL" : "SQLite";
-                         });
+INSTANTIATE_TEST_SUITE_P(BothEngines, CaseFoldingUpgradeTest, ::testing::Bool(), EngineName);
 
 std::string Utf8(char32_t c) {
   std::string utf8;

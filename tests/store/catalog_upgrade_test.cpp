@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "engine/db_connection.h"
+#include "engine_catalog.h"
 #include "store/catalog_schema.h"
 #include "store/data_access.h"
 #include "support/postgres_test_server.h"
@@ -21,18 +22,11 @@
 namespace clipcat::testing {
 namespace {
 
-class CatalogUpgradeTest : public ::testing::TestWithParam<bool> {
+class CatalogUpgradeTest : public EngineCatalogTest {
  protected:
-  bool OnServer() const { return GetParam(); }
-
   void SetUp() override {
-    if (OnServer()) {
-      CLIPCAT_POSTGRES_SERVER_OR_SKIP(server);
-      connection_string_ = server->ConnectionString(server->CreateDatabase());
-      CreateServerCatalog(connection_string_, "Team");
-    } else {
-      connection_string_ = file_.connection_string();
-    }
+    EngineCatalogTest::SetUp();
+    if (IsSkipped()) return;
     db_.OpenConnection(connection_string_, "", "");
   }
 
@@ -94,8 +88,6 @@ class CatalogUpgradeTest : public ::testing::TestWithParam<bool> {
     access.GetClippingsHistroy(1);
   }
 
-  TempCatalog file_;
-  std::string connection_string_;
   DBConnection db_;
 };
 
@@ -151,10 +143,7 @@ TEST_P(CatalogUpgradeTest, ANewerOrForeignDatabaseIsLeftAlone) {
   EXPECT_FALSE(db_.InTransaction());
 }
 
-INSTANTIATE_TEST_SUITE_P(BothEngines, CatalogUpgradeTest, ::testing::Bool(),
-                         [](const ::testing::TestParamInfo<bool>& info) {
-                           return info.param ? "PostgreSQL" : "SQLite";
-                         });
+INSTANTIATE_TEST_SUITE_P(BothEngines, CatalogUpgradeTest, ::testing::Bool(), EngineName);
 
 }  // namespace
 }  // namespace clipcat::testing
