@@ -9,6 +9,7 @@
 
 #include "engine/case_folding.h"
 #include "engine/db_connection.h"
+#include "engine/sqlite_session.h"
 #include "store/postgres_schema.h"
 #include "store/schema_description.h"
 #include "util/values.h"
@@ -81,6 +82,14 @@ void ReportCaseFoldingClashes(DBConnection& connection, std::vector<std::string>
                        "SELECT lGroupClippingID AS lKey, 0 AS lParent, sName"
                        " FROM GroupClipping WHERE lGroupCategoryId = 1"),
       [](int32_t) { return std::string("Categories"); }, notes);
+}
+
+void UpgradeCaseFolding(DBConnection& connection, std::vector<std::string>& notes) {
+  if (connection.EngineName() == kSqliteSource) {
+    UpgradeSqliteCaseFolding(connection, notes);
+  } else {
+    UpgradePostgresCaseFolding(connection, notes);
+  }
 }
 
 void UpgradeSqliteCaseFolding(DBConnection& connection, std::vector<std::string>& notes) {

@@ -27,6 +27,11 @@ void UpgradeSqliteCaseFolding(DBConnection& connection, std::vector<std::string>
 // REQUIRES: a transaction is open on `connection`.
 void UpgradePostgresCaseFolding(DBConnection& connection, std::vector<std::string>& notes);
 
+// Upgrades the catalog open on `connection` by UpgradeSqliteCaseFolding or
+// UpgradePostgresCaseFolding, as its engine is.
+// REQUIRES: a write transaction is open on `connection`.
+void UpgradeCaseFolding(DBConnection& connection, std::vector<std::string>& notes);
+
 // Appends to `notes` one line for each set of names that are the same by folded case: sibling
 // folders, clippings of one folder, categories, deleted folders and clippings left out. Each
 // line names every member with its key, such as

@@ -62,23 +62,13 @@ void MergeHistoryRows(DBConnection& connection, Notes& notes) {
                            IsSqlite(connection) ? SchemaEngine::kSqlite : SchemaEngine::kPostgres));
 }
 
-// Format 3: names compare by Unicode simple case folding on both engines, not by ASCII case.
-void FoldNamesFully(DBConnection& connection, Notes& notes) {
-  if (IsSqlite(connection)) {
-    UpgradeSqliteCaseFolding(connection, notes);
-  } else {
-    UpgradePostgresCaseFolding(connection, notes);
-  }
-}
-
 struct UpgradeStep {
   int version;  // the format the catalog has after the step
   void (*run)(DBConnection&, Notes&);
 };
 
 constexpr UpgradeStep kSteps[] = {
-    {2, MergeHistoryRows},
-    {3, FoldNamesFully},
+    {2, MergeHistoryRows}, {3, UpgradeCaseFolding},  // names compare by Unicode simple case folding
 };
 
 static_assert(kSteps[std::size(kSteps) - 1].version == kCatalogFormatVersion,
@@ -117,8 +107,15 @@ bool HasPropertiesTable(DBConnection& connection) {
 }  // namespace
 
 int CatalogFormatVersion(DBConnection& connection) {
-  if (!HasPropertiesTable(connection)) return 0;
-  const std::string text = ReadProperty(connection, kCatalogPropertyFormatVersion);
+  // Every open of a catalog asks this, so the common case is one query; only a failing one asks
+  // whether the connection holds a catalog at all.
+  std::string text;
+  try {
+    text = ReadProperty(connection, kCatalogPropertyFormatVersion);
+  } catch (const AutomationError&) {
+    if (!HasPropertiesTable(connection)) return 0;
+    throw;
+  }
   const int32_t version = ToLongOr(Variant(text), 1);
   return version >= 1 ? version : 1;
 }

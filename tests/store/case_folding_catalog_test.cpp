@@ -267,11 +267,7 @@ class CaseFoldingUpgradeTest : public EngineCatalogTest {
   std::vector<std::string> Upgrade() {
     std::vector<std::string> notes;
     db_.BeginTrans();
-    if (OnServer()) {
-      UpgradePostgresCaseFolding(db_, notes);
-    } else {
-      UpgradeSqliteCaseFolding(db_, notes);
-    }
+    UpgradeCaseFolding(db_, notes);
     db_.CommitTrans();
     return notes;
   }
@@ -324,11 +320,7 @@ TEST_P(CaseFoldingUpgradeTest, BeforeTheUpgradeOnlyAsciiCaseFolds) {
 TEST_P(CaseFoldingUpgradeTest, AnUpgradeRolledBackLeavesTheCatalogUsableAsItWas) {
   std::vector<std::string> notes;
   db_.BeginTrans();
-  if (OnServer()) {
-    UpgradePostgresCaseFolding(db_, notes);
-  } else {
-    UpgradeSqliteCaseFolding(db_, notes);
-  }
+  UpgradeCaseFolding(db_, notes);
   EXPECT_EQ(notes.size(), 3u);
   db_.RollbackTrans();
   // The server's connection no longer calls the function the rollback took away.
