@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <string>
 
-#include "library/progress.h"
+#include "util/progress.h"
 
 namespace clipcat::cli {
 

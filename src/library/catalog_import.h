@@ -8,7 +8,7 @@
 
 #include "library/catalog.h"
 #include "library/catalog_document.h"
-#include "library/progress.h"
+#include "util/progress.h"
 
 namespace clipcat {
 

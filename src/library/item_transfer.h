@@ -12,7 +12,7 @@
 #include "entities/clipping.h"
 #include "entities/folder.h"
 #include "library/catalog.h"
-#include "library/progress.h"
+#include "util/progress.h"
 
 namespace clipcat {
 

@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-#include "library/progress.h"
+#include "util/progress.h"
 
 namespace clipcat::internal {
 

@@ -54,6 +54,9 @@ void FillCatalog(SqliteSession& session, const std::string& name) {
   for (const std::string& statement : CreateTablesStatements(SchemaEngine::kSqlite)) {
     Run(session, statement);
   }
+  for (const std::string& statement : CreateContentIndexStatements(SchemaEngine::kSqlite)) {
+    Run(session, statement);
+  }
   const std::string guid = CreateGUIDString();
   Run(session,
       "INSERT INTO Folder (lFolderID, sGUID, lParentID, sName, sDescription, lExternalCatalogId,"

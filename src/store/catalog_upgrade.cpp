@@ -2,11 +2,13 @@
 
 #include <iterator>
 #include <string_view>
+#include <utility>
 
 #include "engine/db_connection.h"
 #include "engine/sqlite_session.h"
 #include "store/case_fold_upgrade.h"
 #include "store/catalog_schema.h"
+#include "store/content_index.h"
 #include "store/schema_description.h"
 #include "store/transaction_internal.h"
 #include "util/errors.h"
@@ -62,13 +64,25 @@ void MergeHistoryRows(DBConnection& connection, Notes& notes) {
                            IsSqlite(connection) ? SchemaEngine::kSqlite : SchemaEngine::kPostgres));
 }
 
+ProgressCallback& UpgradeProgress() {
+  static ProgressCallback progress;
+  return progress;
+}
+
+// Format 4: the content index, made from every clipping.
+void MakeContentIndex(DBConnection& connection, Notes& /*notes*/) {
+  BuildContentIndex(connection, UpgradeProgress());
+}
+
 struct UpgradeStep {
   int version;  // the format the catalog has after the step
   void (*run)(DBConnection&, Notes&);
 };
 
 constexpr UpgradeStep kSteps[] = {
-    {2, MergeHistoryRows}, {3, UpgradeCaseFolding},  // names compare by Unicode simple case folding
+    {2, MergeHistoryRows},
+    {3, UpgradeCaseFolding},  // names compare by Unicode simple case folding
+    {4, MakeContentIndex},
 };
 
 static_assert(kSteps[std::size(kSteps) - 1].version == kCatalogFormatVersion,
@@ -105,6 +119,8 @@ bool HasPropertiesTable(DBConnection& connection) {
 }
 
 }  // namespace
+
+void SetUpgradeProgress(ProgressCallback progress) { UpgradeProgress() = std::move(progress); }
 
 int CatalogFormatVersion(DBConnection& connection) {
   // Every open of a catalog asks this, so the common case is one query; only a failing one asks

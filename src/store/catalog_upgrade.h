@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "util/progress.h"
+
 namespace clipcat {
 
 class DBConnection;
@@ -13,6 +15,11 @@ class DBConnection;
 // The catalog property that collects what upgrades found worth telling the user (names that now
 // clash, rows merged). Frozen.
 inline constexpr const char* kCatalogPropertyUpgradeNotes = "UpgradeNotes";
+
+// Where upgrades that take a while (making the content index) report how far they have come;
+// nowhere by default. Set by a front end before it opens catalogs, on one thread: the upgrades of
+// every thread report to it.
+void SetUpgradeProgress(ProgressCallback progress);
 
 // The format version recorded in the catalog's properties: 1 when a catalog carries no version
 // (the first format did not always write it), 0 when the connection holds no catalog at all (no

@@ -6,6 +6,7 @@
 
 #include "engine/blob_field.h"
 #include "entities/clipping.h"
+#include "store/clipping_data_row.h"
 #include "store/data_access.h"
 #include "util/compression.h"
 #include "util/errors.h"
@@ -19,6 +20,18 @@ namespace {
 constexpr std::string_view kContentField = "ClippingData";
 
 }  // namespace
+
+StoredItem ReadClippingDataRow(const Recordset& rs, Compression& compression) {
+  StoredItem item;
+  item.type = ToLongOr(rs.Value("lDataTypeId"), 0);
+  item.compressed = ToBooleanOr(rs.Value("bIsCompressed"), false);
+  if (!item.compressed) {
+    item.content = ReadBlobField(rs, kContentField);
+  } else if (!rs.Bytes(kContentField).empty()) {
+    item.content = compression.DecompressString(rs.Bytes(kContentField));
+  }
+  return item;
+}
 
 void DataAccess::WriteClippingDataItems(
     const std::shared_ptr<ClippingDataCollection>& colClippingData, int32_t lClippingID) {
@@ -55,22 +68,20 @@ std::shared_ptr<ClippingDataCollection> DataAccess::ReadClippingDataItems(int32_
   if (rs.Bof() && rs.Eof()) return items;
   Compression compression;
   for (rs.MoveFirst(); !rs.Eof(); rs.MoveNext()) {
-    auto item = ClippingData::Create();
-    item->SetClippingDataType(ToLongOr(rs.Value("lDataTypeId"), 0));
-    item->SetIsCompressed(StoreKey(), ToBooleanOr(rs.Value("bIsCompressed"), false));
-    if (!item->IsCompressed()) {
-      item->SetRawData(ReadBlobField(rs, kContentField));
-    } else if (!rs.Bytes(kContentField).empty()) {
-      try {
-        item->SetRawData(compression.DecompressString(rs.Bytes(kContentField)));
-      } catch (const AutomationError& e) {
-        // Without the clipping's id the damage could not be traced to a row.
-        throw AutomationError(e.number(), e.source(),
-                              "The content of clipping " +
-                                  ComposeItemID(std::to_string(lClippingID), ExternalCatalogID()) +
-                                  " cannot be read. " + e.description());
-      }
+    StoredItem stored;
+    try {
+      stored = ReadClippingDataRow(rs, compression);
+    } catch (const AutomationError& e) {
+      // Without the clipping's id the damage could not be traced to a row.
+      throw AutomationError(e.number(), e.source(),
+                            "The content of clipping " +
+                                ComposeItemID(std::to_string(lClippingID), ExternalCatalogID()) +
+                                " cannot be read. " + e.description());
     }
+    auto item = ClippingData::Create();
+    item->SetClippingDataType(stored.type);
+    item->SetIsCompressed(StoreKey(), stored.compressed);
+    item->SetRawData(std::move(stored.content));
     items->Add(std::move(item));
   }
   rs.Close();

@@ -5,6 +5,8 @@
 #include <string>
 
 #include "entities/clipping.h"
+#include "entities/plain_text.h"
+#include "store/content_index.h"
 #include "store/data_access.h"
 #include "store/transaction_internal.h"
 #include "util/date.h"
@@ -148,6 +150,10 @@ std::shared_ptr<Clipping> DataAccess::AddClipping(const std::shared_ptr<Clipping
                                                 oClipping->Name(), oClipping->Description(),
                                                 oClipping->ClippingStatus(), oClipping->Updated()));
       WriteClippingDataItems(oClipping->ClippingData(), key);
+      if (has_content_index_) {
+        WriteContentText(Connection(), key, oClipping->Name(), oClipping->Description(),
+                         PlainTextOfItems(*oClipping->ClippingData(), kContentTextLimit));
+      }
       if (!ClippingNameIsUnique(oClipping->Name(), folder_key)) {
         RaiseClippingNameNotUnique(oClipping->Name());
       }
@@ -179,7 +185,17 @@ std::shared_ptr<Clipping> DataAccess::UpdateClipping(const std::shared_ptr<Clipp
                               "iClippingStatus=" + SqlNumber(Variant(oClipping->ClippingStatus())) +
                               ", " + "tUpdated=" + SqlDate(Variant(oClipping->Updated())) + " " +
                               "WHERE lClippingID=" + SqlNumber(Variant(key)));
-      if (bWriteData) WriteClippingDataItems(oClipping->ClippingData(), ClippingKeyNumber(key));
+      if (bWriteData) {
+        const int32_t key_number = ClippingKeyNumber(key);
+        WriteClippingDataItems(oClipping->ClippingData(), key_number);
+        if (has_content_index_) {
+          WriteContentText(Connection(), key_number, oClipping->Name(), oClipping->Description(),
+                           PlainTextOfItems(*oClipping->ClippingData(), kContentTextLimit));
+        }
+      } else if (has_content_index_) {
+        WriteContentNames(Connection(), SqlNumber(Variant(key)), oClipping->Name(),
+                          oClipping->Description());
+      }
       if (!ClippingNameIsUnique(oClipping->Name(), folder_key)) {
         RaiseClippingNameNotUnique(oClipping->Name());
       }
@@ -200,6 +216,7 @@ void DataAccess::DeleteClipping(const std::string& sClippingID, bool bDeletePerm
       Connection().ExecuteSQL("DELETE FROM ClippingDataType WHERE lClippingID=" + key);
       Connection().ExecuteSQL("DELETE FROM Clipping WHERE lClippingID=" + key);
       Connection().ExecuteSQL("DELETE FROM ClippingGroupClipping WHERE lClippingID=" + key);
+      if (has_content_index_) RemoveContentText(Connection(), key);
     } else {
       // The row and its content stay, so that the clipping can still be found by key or GUID.
       Connection().ExecuteSQL(std::string("UPDATE Clipping SET iClippingStatus=") +

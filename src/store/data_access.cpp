@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "store/catalog_upgrade.h"
+#include "store/content_index.h"
 #include "store/postgres_schema.h"
 #include "util/errors.h"
 #include "util/item_id.h"
@@ -42,6 +43,7 @@ void DataAccess::OpenCatalog(const std::string& sConnectionString, const std::st
   auto connection = std::make_unique<DBConnection>();
   connection->OpenConnection(connection_string_, user_name_, password_);
   UpgradeCatalog(*connection);
+  has_content_index_ = ::clipcat::HasContentIndex(*connection);
   connection_ = std::move(connection);
   is_open_ = true;
 }

@@ -21,10 +21,20 @@
 #include "entities/external_catalog.h"
 #include "entities/folder.h"
 #include "entities/search.h"
+#include "store/content_query.h"
 #include "util/date.h"
+#include "util/progress.h"
 #include "util/variant.h"
 
 namespace clipcat {
+
+// One clipping a content search found, with its score (higher is better; comparable among the
+// results of one engine) and a snippet of its text with the search's words marked.
+struct FoundClipping {
+  std::shared_ptr<Clipping> clipping;
+  double score = 0;
+  std::string snippet;
+};
 
 // A plain list of external catalogs (positions from 1, no keys).
 using ExternalCatalogCollection = Collection<std::shared_ptr<ExternalCatalog>>;
@@ -240,6 +250,21 @@ class DataAccess {
   // id that is not a key, 91 for nullptr.
   std::shared_ptr<Clippings> SearchForClippings(const std::shared_ptr<Search>& oSearch);
 
+  // ---- Content search (content_index.h) ----
+  // True when the catalog has a content index: every catalog once a writer has opened it.
+  bool HasContentIndex();
+  // The best `lMaximumItems` non-deleted clippings whose name, description or content match
+  // `query`, best first, without content, each with its score and snippet. Narrowed, when given,
+  // to the folder `sFolderID` and every folder below it, to members of category `sCategoryID`,
+  // and to clippings with an item of data type `lDataType` (0: any). Raises 13 for an id that is
+  // not a key, and 5 (source "Data Services") when the catalog has no content index yet.
+  std::vector<FoundClipping> SearchContent(const ContentQuery& query, const std::string& sFolderID,
+                                           const std::string& sCategoryID, int32_t lDataType,
+                                           int32_t lMaximumItems);
+  // Makes the content index anew from every clipping, in one transaction; `progress` hears of
+  // the clippings done.
+  void RebuildContentIndex(const ProgressCallback& progress);
+
   // ---- Categories ----
   // Categories are kept in category group 1; rows of other groups are neither listed nor
   // compared. Ids that are not keys raise 13 before anything is written.
@@ -385,6 +410,7 @@ class DataAccess {
   bool auto_connect_ = false;
   bool is_transactional_ = false;
   bool is_personal_catalog_ = false;
+  bool has_content_index_ = false;  // of the open catalog
   int32_t external_catalog_id_ = 0;
 };
 

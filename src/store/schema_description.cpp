@@ -17,6 +17,7 @@ constexpr ColumnKind kCaseSensitiveText = ColumnKind::kCaseSensitiveText;
 constexpr ColumnKind kDateTime = ColumnKind::kDateTime;
 constexpr ColumnKind kBinary = ColumnKind::kBinary;
 constexpr ColumnKind kIdentity = ColumnKind::kIdentity;
+constexpr ColumnKind kServerSearchDocument = ColumnKind::kServerSearchDocument;
 
 IndexDescription Index(std::string_view name, std::vector<std::string_view> columns) {
   return {name, std::move(columns)};
@@ -24,6 +25,10 @@ IndexDescription Index(std::string_view name, std::vector<std::string_view> colu
 
 IndexDescription UniqueIndex(std::string_view name, std::vector<std::string_view> columns) {
   return {name, std::move(columns), true};
+}
+
+IndexDescription InvertedIndex(std::string_view name, std::string_view column) {
+  return {name, {column}, false, false, true};
 }
 
 IndexDescription FoldedIndex(std::string_view name, std::string_view column) {
@@ -122,6 +127,15 @@ SchemaDescription* MakeCatalogSchema() {
             UniqueIndex("ixAccessHistory_sClippingId", {"sClippingId"}),
             Index("ixAccessHistory_tDateLastAccessed", {"tDateLastAccessed"})}},
 
+          // The content index's text, one row per clipping, whatever its status (format 4).
+          {"ClippingText",
+           {{"lClippingID", kLong},
+            {"sName", kCaseSensitiveText},
+            {"sDescription", kCaseSensitiveText},
+            {"sText", kCaseSensitiveText},
+            {"vDocument", kServerSearchDocument}},
+           "lClippingID",
+           {InvertedIndex("ixClippingText_vDocument", "vDocument")}},
           {"ExternalCatalog",
            {{"lExternalCatalogID", kLong},
             {"sGUID", kText},
@@ -188,6 +202,8 @@ std::string ColumnType(ColumnKind kind, SchemaEngine engine) {
       return sqlite ? "DATETIME" : "timestamp(0)";
     case ColumnKind::kBinary:
       return sqlite ? "BLOB" : "bytea";
+    case ColumnKind::kServerSearchDocument:
+      return sqlite ? "" : "tsvector";
     case ColumnKind::kIdentity:
       // AUTOINCREMENT makes SQLite remember the highest key in sqlite_sequence (it follows the
       // PRIMARY KEY clause); a sequence never goes back either.
@@ -200,6 +216,7 @@ std::string CreateTableStatement(const TableDescription& table, SchemaEngine eng
   std::string sql = "CREATE TABLE " + std::string(table.name) + " (";
   for (size_t i = 0; i < table.columns.size(); ++i) {
     const ColumnDescription& column = table.columns[i];
+    if (ColumnType(column.kind, engine).empty()) continue;
     sql += (i == 0 ? " " : ", ") + std::string(column.name) + " " +
            ColumnType(column.kind, engine) + DefaultClause(column, engine);
     if (column.name == table.primary_key) {
@@ -214,7 +231,8 @@ std::string CreateTableStatement(const TableDescription& table, SchemaEngine eng
 
 std::string CreateIndexStatement(const TableDescription& table, const IndexDescription& index) {
   std::string sql = std::string(index.unique ? "CREATE UNIQUE INDEX " : "CREATE INDEX ") +
-                    std::string(index.name) + " ON " + std::string(table.name) + " (";
+                    std::string(index.name) + " ON " + std::string(table.name) +
+                    (index.inverted ? " USING gin (" : " (");
   for (size_t i = 0; i < index.columns.size(); ++i) {
     const std::string column(index.columns[i]);
     sql += (i == 0 ? "" : ", ") +
@@ -227,7 +245,7 @@ std::string CreateIndexStatement(std::string_view name, SchemaEngine engine) {
   for (const TableDescription& table : CatalogSchema().tables) {
     for (const IndexDescription& index : table.indexes) {
       if (index.name != name) continue;
-      if (index.folded && engine != SchemaEngine::kPostgres) break;
+      if ((index.folded || index.inverted) && engine != SchemaEngine::kPostgres) break;
       return CreateIndexStatement(table, index);
     }
   }
@@ -240,10 +258,46 @@ std::vector<std::string> CreateTablesStatements(SchemaEngine engine) {
   for (const TableDescription& table : CatalogSchema().tables) {
     statements.push_back(CreateTableStatement(table, engine));
     for (const IndexDescription& index : table.indexes) {
-      if (!index.folded) statements.push_back(CreateIndexStatement(table, index));
+      if (index.folded) continue;
+      if (index.inverted && engine != SchemaEngine::kPostgres) continue;
+      statements.push_back(CreateIndexStatement(table, index));
     }
   }
   return statements;
+}
+
+std::vector<std::string> CreateContentIndexStatements(SchemaEngine engine) {
+  if (engine != SchemaEngine::kSqlite) return {};
+  const std::string index(kContentIndexTable);
+  const std::string text(kContentTextTable);
+  // Words are runs of letters and digits, case and diacritics ignored; prefixes of two and three
+  // characters have index entries of their own, so that short prefix searches stay fast. The
+  // triggers hand the index the old row's values to remove, which FTS5 needs for a table whose
+  // text lives elsewhere.
+  const std::string remove_old = "INSERT INTO " + index + " (" + index +
+                                 ", rowid, sName, sDescription, sText) VALUES ('delete', "
+                                 "old.lClippingID, old.sName, old.sDescription, old.sText);";
+  const std::string add_new = "INSERT INTO " + index +
+                              " (rowid, sName, sDescription, sText) VALUES (new.lClippingID, "
+                              "new.sName, new.sDescription, new.sText);";
+  return {
+      "CREATE VIRTUAL TABLE " + index + " USING fts5(sName, sDescription, sText, content='" + text +
+          "', content_rowid='lClippingID', tokenize='unicode61 remove_diacritics 2', "
+          "prefix='2 3')",
+      "CREATE TRIGGER " + text + "_Insert AFTER INSERT ON " + text + " BEGIN " + add_new + " END",
+      "CREATE TRIGGER " + text + "_Delete AFTER DELETE ON " + text + " BEGIN " + remove_old +
+          " END",
+      "CREATE TRIGGER " + text + "_Update AFTER UPDATE ON " + text + " BEGIN " + remove_old + " " +
+          add_new + " END"};
+}
+
+std::vector<std::string> DropContentIndexStatements(SchemaEngine engine) {
+  if (engine != SchemaEngine::kSqlite) return {};
+  const std::string text(kContentTextTable);
+  return {"DROP TRIGGER IF EXISTS " + text + "_Insert",
+          "DROP TRIGGER IF EXISTS " + text + "_Delete",
+          "DROP TRIGGER IF EXISTS " + text + "_Update",
+          "DROP TABLE IF EXISTS " + std::string(kContentIndexTable)};
 }
 
 std::vector<std::string_view> FoldedIndexNames() {

@@ -49,7 +49,8 @@ class ScratchDir {
 std::shared_ptr<ConnectionDetails> FileDetails(const std::string& path);
 std::shared_ptr<ConnectionDetails> ServerDetails(const std::string& connection_string);
 
-// Every table of a catalog file by name (the schema itself as "sqlite_schema"), its rows sorted,
+// Every table of a catalog file by name (the schema itself as "sqlite_schema"; the content index's
+// FTS5 tables left out), its rows sorted,
 // each value a kind letter and its text: "n" Null, "i:42", "r:1.5", "t:text", "b:bytes", and
 // "z:text" for a blob holding a clipping content frame, decoded. What differs from one write to
 // the next reads "<time>" (any value of a column named "t" and a capital) and "<guid>".

@@ -47,7 +47,8 @@ const std::string kTables =
     "tActiveEnd DATETIME; AccessHistory: sClippingGUID* TEXT lExternalCatalogId INTEGER "
     "sClippingId* TEXT sName TEXT bIsFavorite BOOLEAN lAccessCount INTEGER tDateLastAccessed* "
     "DATETIME; ExternalCatalog: lExternalCatalogID* INTEGER sGUID TEXT sConnectString TEXT "
-    "bIsOnline BOOLEAN iConnectionSpeed SMALLINT; CatalogProperties: sCatalogProperty* TEXT sValue "
+    "bIsOnline BOOLEAN iConnectionSpeed SMALLINT; ClippingText: lClippingID* INTEGER sName TEXT "
+    "sDescription TEXT sText TEXT; CatalogProperties: sCatalogProperty* TEXT sValue "
     "TEXT; FolderIDGenerator: lID INTEGER sGUID* TEXT; GroupClippingIDGenerator: lID INTEGER "
     "sGUID* TEXT; ExternalCatalogIDGenerator: lID INTEGER sGUID* TEXT";
 
@@ -83,7 +84,7 @@ TEST(CatalogSchema, NewCatalogHasTheTablesIndexesRootAndSettings) {
   }
   EXPECT_EQ(PlainQuery(catalog.path(),
                        "SELECT count(*) FROM sqlite_schema WHERE type='table' AND "
-                       "name NOT LIKE 'sqlite%'"),
+                       "name NOT LIKE 'sqlite%' AND name NOT LIKE 'ClippingTextIndex%'"),
             std::vector<std::string>{std::to_string(count)});
   // The root folder, and the settings another program finds.
   const auto root = PlainQuery(catalog.path(),

@@ -77,6 +77,8 @@ EngineColumn SqliteColumn(ColumnKind kind) {
       return {"BLOB", "BINARY", ""};
     case ColumnKind::kIdentity:
       return {"INTEGER", "BINARY", " autoincrement"};
+    case ColumnKind::kServerSearchDocument:
+      return {};  // not a column on SQLite
   }
   return {};
 }
@@ -99,6 +101,8 @@ EngineColumn PostgresColumn(ColumnKind kind) {
       return {"bytea", "NULL", ""};
     case ColumnKind::kIdentity:
       return {"integer", "NULL", " identity BY DEFAULT"};
+    case ColumnKind::kServerSearchDocument:
+      return {"tsvector", "NULL", ""};
   }
   return {};
 }
@@ -123,6 +127,7 @@ Facts DescribedFacts(SchemaEngine engine) {
       const ColumnDescription& column = table.columns[i];
       const EngineColumn expected =
           sqlite ? SqliteColumn(column.kind) : PostgresColumn(column.kind);
+      if (expected.type.empty()) continue;
       std::string default_value = "NULL";
       if (column.default_value) {
         default_value = std::to_string(*column.default_value);
@@ -145,13 +150,26 @@ Facts DescribedFacts(SchemaEngine engine) {
       facts.push_back("primary key index " + t + " (" + name(key->name) + ")");
     }
     for (const IndexDescription& index : table.indexes) {
-      if (index.folded && sqlite) continue;
+      if ((index.folded || index.inverted) && sqlite) continue;
       std::vector<std::string> columns;
       for (std::string_view column : index.columns) {
         columns.push_back(index.folded ? "clipcat_fold(" + name(column) + ")" : name(column));
       }
       facts.push_back(std::string(index.unique ? "unique " : "") + "index " + t + "." +
                       name(index.name) + " (" + Joined(columns) + ")");
+    }
+  }
+  if (sqlite) {
+    // The content index: an FTS5 table over ClippingText with the tables FTS5 keeps its index
+    // in, and the triggers that keep it in step.
+    for (const char* table :
+         {"ClippingTextIndex", "ClippingTextIndex_data", "ClippingTextIndex_idx",
+          "ClippingTextIndex_docsize", "ClippingTextIndex_config"}) {
+      facts.push_back(std::string("table ") + table);
+    }
+    for (const char* trigger :
+         {"ClippingText_Insert", "ClippingText_Delete", "ClippingText_Update"}) {
+      facts.push_back(std::string("trigger ") + trigger);
     }
   }
   return Sorted(facts);
@@ -189,7 +207,8 @@ Facts SqliteFacts(const std::string& path) {
                   " OR (type = 'table' AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\')")) {
     const std::string& table = object[1];
     facts.push_back(object[0] + " " + table);
-    if (object[0] != "table") continue;
+    // The content index's own tables are FTS5's business; their presence is the fact.
+    if (object[0] != "table" || table.rfind("ClippingTextIndex", 0) == 0) continue;
     for (const Row& column :
          SqliteRows(db, "SELECT cid, name, type, dflt_value, pk FROM pragma_table_info(" +
                             Quoted(table) + ") ORDER BY cid")) {
@@ -284,7 +303,8 @@ Facts PostgresFacts(const std::string& conninfo) {
   }
   // The key of "CREATE [UNIQUE] INDEX name ON table USING btree (key)", without the casts to
   // text that the server adds where a citext column goes into clipcat_fold.
-  const std::regex definition(R"(^CREATE (UNIQUE )?INDEX \S+ ON \S+ USING btree \((.*)\)$)");
+  const std::regex definition(
+      R"(^CREATE (UNIQUE )?INDEX \S+ ON \S+ USING (?:btree|gin) \((.*)\)$)");
   const std::regex cast(R"(\((\w+)\)::text)");
   for (const Row& index : PostgresRows(
            conn,
@@ -348,8 +368,8 @@ TEST(SchemaDescription, NamesArePlainAndUniqueAndIndexesKeyColumnsOfTheirTable) 
     }
   }
   EXPECT_EQ(schema.FindTable("NoSuchTable"), nullptr);
-  EXPECT_EQ(schema.tables.size(), 11u);
-  EXPECT_EQ(index_count, 26u);
+  EXPECT_EQ(schema.tables.size(), 12u);
+  EXPECT_EQ(index_count, 27u);
   EXPECT_EQ(FoldedIndexNames(),
             (std::vector<std::string_view>{"ixFolder_sName_Folded", "ixClipping_sName_Folded",
                                            "ixClipping_sDescription_Folded",
@@ -378,7 +398,8 @@ TEST(SchemaDescription, IndexesByNameAreOnlyThoseTheEngineHas) {
   // Every index of a new catalog but the folded ones comes right after its table.
   for (SchemaEngine engine : {SchemaEngine::kSqlite, SchemaEngine::kPostgres}) {
     const std::vector<std::string> statements = CreateTablesStatements(engine);
-    EXPECT_EQ(statements.size(), 11u + 26u - 4u);
+    // The inverted index over the search document is PostgreSQL's alone.
+    EXPECT_EQ(statements.size(), 12u + 27u - 4u - (engine == SchemaEngine::kSqlite ? 1u : 0u));
     EXPECT_EQ(statements.front().rfind("CREATE TABLE Folder (", 0), 0u);
     EXPECT_EQ(statements.back(),
               "CREATE INDEX ixExternalCatalogIDGenerator_sGUID ON "

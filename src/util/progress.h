@@ -1,6 +1,6 @@
-// How a library operation that may take a while (an export, an import, moving a folder tree)
-// reports how far it has come, so that a front end can show it as it likes: a bar on a terminal,
-// events to a web page, nothing at all.
+// How an operation that may take a while (an export, an import, moving a folder tree, building an
+// index) reports how far it has come, so that a front end can show it as it likes: a bar on a
+// terminal, events to a web page, nothing at all.
 #pragma once
 
 #include <cstddef>

@@ -1,0 +1,246 @@
+#include "store/content_index.h"
+
+#include <algorithm>
+#include <climits>
+#include <map>
+#include <utility>
+
+#include "engine/db_connection.h"
+#include "engine/sqlite_session.h"
+#include "entities/plain_text.h"
+#include "store/clipping_data_row.h"
+#include "store/schema_description.h"
+#include "util/compression.h"
+#include "util/errors.h"
+#include "util/values.h"
+
+namespace clipcat {
+namespace {
+
+// The status a deleted clipping carries.
+constexpr const char* kDeletedClippingStatus = "4";
+
+// How many clippings the index build reads at a time, so that memory holds one batch's content.
+constexpr int32_t kBuildBatch = 500;
+
+bool OnServer(DBConnection& connection) { return connection.EngineName() != kSqliteSource; }
+
+std::string Text(const std::string& text) { return SqlText(Variant(text)); }
+
+// The search document of a server's index row: the folded words, the name's weighing most.
+std::string ServerDocument(const std::string& name, const std::string& description,
+                           const std::string& text) {
+  return "setweight(to_tsvector('simple', " + Text(FoldedWordsText(name)) +
+         "), 'A') || setweight(to_tsvector('simple', " + Text(FoldedWordsText(description)) +
+         "), 'B') || to_tsvector('simple', " + Text(FoldedWordsText(text)) + ")";
+}
+
+std::string InsertStatement(DBConnection& connection, int32_t key, const std::string& name,
+                            const std::string& description, const std::string& text) {
+  const bool server = OnServer(connection);
+  return std::string("INSERT INTO ClippingText (lClippingID, sName, sDescription, sText") +
+         (server ? ", vDocument" : "") + ") VALUES (" + std::to_string(key) + ", " + Text(name) +
+         ", " + Text(description) + ", " + Text(text) +
+         (server ? ", " + ServerDocument(name, description, text) : "") + ")";
+}
+
+std::string FilterClause(const ContentFilter& filter) {
+  std::string clause;
+  if (filter.folder_key) {
+    // UNION rather than UNION ALL: a damaged tree whose parents run in a circle still ends.
+    clause += " AND c.lFolderID IN (WITH RECURSIVE tree (lID) AS (SELECT " +
+              std::to_string(*filter.folder_key) +
+              " UNION SELECT f.lFolderID FROM Folder AS f JOIN tree ON f.lParentID = tree.lID)"
+              " SELECT lID FROM tree)";
+  }
+  if (filter.category_key) {
+    clause +=
+        " AND c.lClippingID IN (SELECT lClippingId FROM ClippingGroupClipping"
+        " WHERE lGroupClippingId = " +
+        std::to_string(*filter.category_key) + ")";
+  }
+  if (filter.data_type) {
+    clause +=
+        " AND c.lClippingID IN (SELECT lClippingID FROM ClippingDataType"
+        " WHERE lDataTypeId = " +
+        std::to_string(*filter.data_type) + ")";
+  }
+  return clause;
+}
+
+// The keys and scores of the matches, best first. The engine ranks every match; only the text
+// of the best is read afterwards.
+std::string MatchQuery(DBConnection& connection, const ContentQuery& query,
+                       const ContentFilter& filter, size_t max_items) {
+  std::string matches;
+  if (OnServer(connection)) {
+    const std::string tsquery = "to_tsquery('simple', " + Text(TsQueryText(query)) + ")";
+    matches = "SELECT t.lClippingID AS lMatchID, ts_rank_cd(t.vDocument, " + tsquery +
+              ") AS dScore FROM ClippingText AS t WHERE t.vDocument @@ " + tsquery;
+  } else {
+    // bm25 is lower for better matches; the name weighs most, then the description.
+    matches =
+        "SELECT rowid AS lMatchID, -bm25(ClippingTextIndex, 4.0, 2.0, 1.0) AS dScore"
+        " FROM ClippingTextIndex WHERE ClippingTextIndex MATCH " +
+        Text(Fts5MatchExpression(query));
+  }
+  return "SELECT s.lMatchID, s.dScore FROM (" + matches +
+         ") AS s JOIN Clipping AS c ON c.lClippingID = s.lMatchID WHERE c.iClippingStatus <> " +
+         kDeletedClippingStatus + FilterClause(filter) +
+         " ORDER BY s.dScore DESC, s.lMatchID LIMIT " + std::to_string(max_items);
+}
+
+// The name, description and text of every clipping keyed from `first` to `last`, content read
+// from its items; an item that cannot be read adds no text.
+void IndexBatch(DBConnection& connection, int32_t first, int32_t last, Compression& compression) {
+  const std::string range = " WHERE lClippingID >= " + std::to_string(first) +
+                            " AND lClippingID <= " + std::to_string(last) + " ORDER BY lClippingID";
+  std::map<int32_t, ClippingDataCollection> items;
+  Recordset data = connection.GetRecordsetRO(
+      "SELECT lClippingID, lDataTypeId, bIsCompressed, ClippingData FROM ClippingDataType" + range);
+  for (; !data.Eof(); data.MoveNext()) {
+    const int32_t key = ToLongOr(data.Value("lClippingID"), 0);
+    IgnoreErrors([&] {
+      StoredItem stored = ReadClippingDataRow(data, compression);
+      auto item = ClippingData::Create();
+      item->SetClippingDataType(stored.type);
+      item->SetRawData(std::move(stored.content));
+      items[key].Add(std::move(item));
+    });
+  }
+  data.Close();
+  Recordset clippings =
+      connection.GetRecordsetRO("SELECT lClippingID, sName, sDescription FROM Clipping" + range);
+  for (; !clippings.Eof(); clippings.MoveNext()) {
+    const int32_t key = ToLongOr(clippings.Value("lClippingID"), 0);
+    const auto found = items.find(key);
+    const std::string text =
+        found == items.end() ? std::string() : PlainTextOfItems(found->second, kContentTextLimit);
+    connection.ExecuteSQL(InsertStatement(connection, key, ToTextOr(clippings.Value("sName"), ""),
+                                          ToTextOr(clippings.Value("sDescription"), ""), text));
+  }
+  clippings.Close();
+}
+
+// The number in column lValue of the first row of `sql`; none for no row or Null.
+std::optional<int32_t> ScalarLong(DBConnection& connection, const std::string& sql) {
+  Recordset rs = connection.GetRecordsetRO(sql);
+  std::optional<int32_t> value;
+  if (!rs.Eof() && !rs.IsNull("lValue")) value = ToLongOr(rs.Value("lValue"), 0);
+  rs.Close();
+  return value;
+}
+
+}  // namespace
+
+bool HasContentIndex(DBConnection& connection) {
+  const std::string query =
+      OnServer(connection)
+          ? "SELECT c.relname FROM pg_catalog.pg_class AS c JOIN pg_catalog.pg_namespace AS n"
+            " ON n.oid = c.relnamespace WHERE n.nspname = pg_catalog.current_schema()"
+            " AND c.relname = 'clippingtext'"
+          : "SELECT name FROM sqlite_schema WHERE type = 'table' AND name = 'ClippingTextIndex'"
+            " COLLATE NOCASE";
+  Recordset rs = connection.GetRecordsetRO(query);
+  const bool found = !rs.Eof();
+  rs.Close();
+  return found;
+}
+
+void WriteContentText(DBConnection& connection, int32_t key, const std::string& name,
+                      const std::string& description, const std::string& text) {
+  RemoveContentText(connection, std::to_string(key));
+  connection.ExecuteSQL(InsertStatement(connection, key, name, description, text));
+}
+
+void WriteContentNames(DBConnection& connection, const std::string& key_sql,
+                       const std::string& name, const std::string& description) {
+  Recordset rs = connection.GetRecordsetRO(
+      "SELECT lClippingID, sText FROM ClippingText WHERE lClippingID = " + key_sql);
+  if (rs.Eof()) return;
+  const int32_t key = ToLongOr(rs.Value("lClippingID"), 0);
+  const std::string text = ToTextOr(rs.Value("sText"), "");
+  rs.Close();
+  WriteContentText(connection, key, name, description, text);
+}
+
+void RemoveContentText(DBConnection& connection, const std::string& key_sql) {
+  connection.ExecuteSQL("DELETE FROM ClippingText WHERE lClippingID = " + key_sql);
+}
+
+void BuildContentIndex(DBConnection& connection, const ProgressCallback& progress) {
+  const SchemaEngine engine =
+      OnServer(connection) ? SchemaEngine::kPostgres : SchemaEngine::kSqlite;
+  for (const std::string& statement : DropContentIndexStatements(engine)) {
+    connection.ExecuteSQL(statement);
+  }
+  if (engine == SchemaEngine::kSqlite || !HasContentIndex(connection)) {
+    connection.ExecuteSQL("DROP TABLE IF EXISTS ClippingText");
+    const TableDescription& table = *CatalogSchema().FindTable(kContentTextTable);
+    connection.ExecuteSQL(CreateTableStatement(table, engine));
+    for (const IndexDescription& index : table.indexes) {
+      if (!index.inverted || engine == SchemaEngine::kPostgres) {
+        connection.ExecuteSQL(CreateIndexStatement(table, index));
+      }
+    }
+  } else {
+    connection.ExecuteSQL("DELETE FROM ClippingText");
+  }
+  const auto total = static_cast<size_t>(
+      ScalarLong(connection, "SELECT COUNT(*) AS lValue FROM Clipping").value_or(0));
+  Compression compression;
+  size_t done = 0;
+  // Batches of clippings in key order, each ending at the highest key of its next kBuildBatch.
+  for (int32_t after = INT32_MIN;;) {
+    const std::optional<int32_t> last =
+        ScalarLong(connection,
+                   "SELECT MAX(lClippingID) AS lValue FROM (SELECT lClippingID FROM Clipping"
+                   " WHERE lClippingID > " +
+                       std::to_string(after) + " ORDER BY lClippingID LIMIT " +
+                       std::to_string(kBuildBatch) + ") AS b");
+    if (!last) break;
+    IndexBatch(connection, after + 1, *last, compression);
+    done = std::min(total, done + static_cast<size_t>(kBuildBatch));
+    if (progress) progress(done, total);
+    after = *last;
+  }
+  // The FTS5 table reads what ClippingText now holds; its triggers keep it in step from here on.
+  for (const std::string& statement : CreateContentIndexStatements(engine)) {
+    connection.ExecuteSQL(statement);
+  }
+  if (engine == SchemaEngine::kSqlite) {
+    connection.ExecuteSQL("INSERT INTO ClippingTextIndex (ClippingTextIndex) VALUES ('rebuild')");
+  }
+}
+
+std::vector<ContentMatch> SearchContentIndex(DBConnection& connection, const ContentQuery& query,
+                                             const ContentFilter& filter, size_t max_items) {
+  std::vector<ContentMatch> matches;
+  if (max_items == 0) return matches;
+  Recordset rs = connection.GetRecordsetRO(MatchQuery(connection, query, filter, max_items));
+  std::string keys;
+  for (; !rs.Eof(); rs.MoveNext()) {
+    ContentMatch match;
+    match.key = ToLongOr(rs.Value("lMatchID"), 0);
+    match.score = rs.Value("dScore").ToDouble();
+    keys += (keys.empty() ? "" : ", ") + std::to_string(match.key);
+    matches.push_back(std::move(match));
+  }
+  rs.Close();
+  if (matches.empty()) return matches;
+  Recordset texts = connection.GetRecordsetRO(
+      "SELECT lClippingID, sDescription, sText FROM ClippingText WHERE lClippingID IN (" + keys +
+      ")");
+  std::map<int32_t, std::string> snippets;
+  const std::vector<SnippetTerm> terms = query.SnippetTerms();
+  for (; !texts.Eof(); texts.MoveNext()) {
+    std::string text = ToTextOr(texts.Value("sText"), "");
+    if (text.empty()) text = ToTextOr(texts.Value("sDescription"), "");
+    snippets[ToLongOr(texts.Value("lClippingID"), 0)] = MakeSnippet(text, terms);
+  }
+  texts.Close();
+  for (ContentMatch& match : matches) match.snippet = snippets[match.key];
+  return matches;
+}
+
+}  // namespace clipcat

@@ -1,0 +1,149 @@
+#include "util/search_words.h"
+
+#include <unicode/normalizer2.h>
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
+#include <unicode/utf8.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <set>
+
+namespace clipcat {
+namespace {
+
+bool IsWordCharacter(UChar32 c) {
+  if (u_isalnum(c)) return true;
+  const int8_t type = u_charType(c);
+  return type == U_NON_SPACING_MARK || type == U_COMBINING_SPACING_MARK ||
+         type == U_ENCLOSING_MARK || type == U_PRIVATE_USE_CHAR;
+}
+
+// The code point at `*at`, advancing past it; negative for a byte that is not UTF-8.
+UChar32 NextCodePoint(std::string_view text, int32_t* at) {
+  UChar32 c = 0;
+  U8_NEXT(text.data(), *at, static_cast<int32_t>(text.size()), c);
+  return c;
+}
+
+bool TermMatches(const SnippetTerm& term, std::string_view folded) {
+  return term.prefix ? folded.substr(0, term.folded.size()) == term.folded : folded == term.folded;
+}
+
+// `text` with line breaks and tabs as spaces.
+std::string OneLine(std::string_view text) {
+  std::string line(text);
+  std::replace_if(
+      line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r' || c == '\t'; }, ' ');
+  return line;
+}
+
+}  // namespace
+
+std::vector<WordSpan> SplitWords(std::string_view text) {
+  std::vector<WordSpan> words;
+  const auto size = static_cast<int32_t>(text.size());
+  int32_t at = 0;
+  bool in_word = false;
+  WordSpan word;
+  while (at < size) {
+    const int32_t start = at;
+    const UChar32 c = NextCodePoint(text, &at);
+    const bool word_character = c >= 0 && IsWordCharacter(c);
+    if (word_character && !in_word) word.begin = static_cast<size_t>(start);
+    if (!word_character && in_word) {
+      word.end = static_cast<size_t>(start);
+      words.push_back(word);
+    }
+    in_word = word_character;
+  }
+  if (in_word) {
+    word.end = text.size();
+    words.push_back(word);
+  }
+  return words;
+}
+
+std::string FoldWord(std::string_view word) {
+  UErrorCode status = U_ZERO_ERROR;
+  const icu::Normalizer2* nfd = icu::Normalizer2::getNFDInstance(status);
+  const icu::Normalizer2* nfc = icu::Normalizer2::getNFCInstance(status);
+  if (U_FAILURE(status)) return std::string(word);
+  icu::UnicodeString folded =
+      icu::UnicodeString::fromUTF8(icu::StringPiece(word.data(), static_cast<int32_t>(word.size())))
+          .foldCase();
+  const icu::UnicodeString decomposed = nfd->normalize(folded, status);
+  icu::UnicodeString bare;
+  for (int32_t i = 0; i < decomposed.length();) {
+    const UChar32 c = decomposed.char32At(i);
+    if (u_charType(c) != U_NON_SPACING_MARK) bare.append(c);
+    i += U16_LENGTH(c);
+  }
+  const icu::UnicodeString composed = nfc->normalize(bare, status);
+  if (U_FAILURE(status)) return std::string(word);
+  std::string out;
+  composed.toUTF8String(out);
+  return out;
+}
+
+std::string FoldedWordsText(std::string_view text) {
+  std::string out;
+  for (const WordSpan& word : SplitWords(text)) {
+    out += FoldWord(text.substr(word.begin, word.end - word.begin));
+    out += ' ';
+  }
+  return out;
+}
+
+std::string MakeSnippet(std::string_view text, const std::vector<SnippetTerm>& terms,
+                        size_t max_words) {
+  const std::vector<WordSpan> words = SplitWords(text);
+  if (words.empty() || max_words == 0) return {};
+  // For each word, the term it matches (-1: none).
+  std::vector<int> match(words.size(), -1);
+  for (size_t i = 0; i < words.size(); ++i) {
+    const std::string folded = FoldWord(text.substr(words[i].begin, words[i].end - words[i].begin));
+    for (size_t t = 0; t < terms.size(); ++t) {
+      if (TermMatches(terms[t], folded)) {
+        match[i] = static_cast<int>(t);
+        break;
+      }
+    }
+  }
+  // The window with the most distinct terms; the earliest of equals.
+  size_t best_start = 0;
+  size_t best_count = 0;
+  for (size_t start = 0; start < words.size(); ++start) {
+    if (match[start] < 0) continue;
+    std::set<int> seen;
+    for (size_t i = start; i < std::min(words.size(), start + max_words); ++i) {
+      if (match[i] >= 0) seen.insert(match[i]);
+    }
+    if (seen.size() > best_count) {
+      best_count = seen.size();
+      // A little context before the first match, when the window has room for it.
+      best_start = start >= 2 ? start - 2 : 0;
+    }
+    if (best_count == terms.size()) break;
+  }
+  const size_t last = std::min(words.size(), best_start + max_words) - 1;
+  std::string out;
+  if (best_start > 0) out += kSnippetEllipsis;
+  size_t at = words[best_start].begin;
+  for (size_t i = best_start; i <= last; ++i) {
+    out += OneLine(text.substr(at, words[i].begin - at));
+    const std::string_view word = text.substr(words[i].begin, words[i].end - words[i].begin);
+    if (match[i] >= 0) {
+      out += kSnippetMatchStart;
+      out += word;
+      out += kSnippetMatchEnd;
+    } else {
+      out += word;
+    }
+    at = words[i].end;
+  }
+  if (last + 1 < words.size()) out += kSnippetEllipsis;
+  return out;
+}
+
+}  // namespace clipcat
