@@ -60,6 +60,8 @@ MemberTable BuildReadTable() {
   // A list of ExternalCatalog objects, published as a Collection.
   MEMBER(GetExternalCatalogs, "oDefaultConnection");
   MEMBER(FindClippings, "oSearch", "oDefaultConnection");
+  MEMBER(SearchContent, "sQuery", "lMaximumItems", "oDefaultConnection",
+         Opt("sFolderID", std::string()), Opt("sCategoryID", std::string()), Opt("lDataType", 0));
   MEMBER(GetFolder, "sFolderId", "oDefaultConnection");
   MEMBER(GetFolders, "oDefaultConnection", Opt("bGetExternalFolders", true));
   MEMBER(GetFoldersForLinkedFolder, "oFolder", "oDefualtConnection");

@@ -183,21 +183,31 @@ class RemoveUnit final : public Command {
 
 class SearchUnit final : public Command {
  public:
-  SearchUnit() : Command("search", "Search clippings by text, folders and categories") {}
+  SearchUnit()
+      : Command("search",
+                "Find clippings by the words in their content, name and description, best first") {}
   void Declare(CLI::App& command) override {
-    command.add_option("TEXT", options_.text,
-                       "Text to find in names and descriptions ('*' matches anything)");
-    command.add_option("--folder", options_.folders, "Folder to search (repeatable)");
-    command.add_flag("--subfolders", options_.subfolders, "Search the folders below too");
-    command.add_option("--category", options_.categories,
-                       "Only clippings in this category (repeatable: in any of them)");
-    command.add_flag("--any-category", options_.any_category,
-                     "A clipping in one of the categories matches whatever its text");
+    command.add_option("TEXT", options_.query.text,
+                       "Words to find (all of them); \"a phrase\", prefix*, -left-out, a OR b");
+    command.add_option("--folder", options_.query.folders,
+                       "Search this folder and those below it (with --names-only: repeatable)");
+    command.add_option("--category", options_.query.categories,
+                       "Only clippings in this category (with --names-only: repeatable, in any)");
+    command.add_option("--type", options_.type,
+                       "Only clippings with a data item of this type number");
+    command.add_option("--limit", options_.limit, "At most this many results (default 50)");
+    command.add_flag("--names-only", options_.names_only,
+                     "Find TEXT anywhere in names and descriptions instead ('*' matches anything)");
+    command.add_flag("--subfolders", options_.query.subfolders,
+                     "With --names-only: search the folders below too");
+    command.add_flag("--any-category", options_.query.any_category,
+                     "With --names-only: a clipping in one of the categories matches whatever "
+                     "its text");
   }
   void Run(const Context& context) override { SearchCommand(context, options_); }
 
  private:
-  ClippingQuery options_;
+  SearchOptions options_;
 };
 
 class TagUnit final : public Command {
@@ -263,6 +273,19 @@ class UnlinkUnit final : public Command {
   std::string folder_;
 };
 
+class ReindexUnit final : public Command {
+ public:
+  ReindexUnit() : Command("reindex", "Make the catalog's content index anew from its clippings") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("--folder", folder_,
+                       "A linked folder: make the index of the catalog it stands for");
+  }
+  void Run(const Context& context) override { ReindexCommand(context, folder_); }
+
+ private:
+  std::string folder_;
+};
+
 class ExportUnit final : public Command {
  public:
   ExportUnit()
@@ -310,6 +333,7 @@ std::vector<std::unique_ptr<Command>> AllCommands() {
   commands.push_back(std::make_unique<MoveUnit>());
   commands.push_back(std::make_unique<RemoveUnit>());
   commands.push_back(std::make_unique<SearchUnit>());
+  commands.push_back(std::make_unique<ReindexUnit>());
   commands.push_back(std::make_unique<TagUnit>(false));
   commands.push_back(std::make_unique<TagUnit>(true));
   commands.push_back(std::make_unique<CategoriesUnit>());

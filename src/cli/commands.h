@@ -41,7 +41,18 @@ void RenameCommand(const Context& context, const std::string& id, const std::str
 // moved item's new id (see MoveItem).
 void MoveCommand(const Context& context, const std::string& id, const std::string& parent);
 void RemoveCommand(const Context& context, const std::string& id, bool permanently);
-void SearchCommand(const Context& context, const ClippingQuery& query);
+struct SearchOptions {
+  ClippingQuery query;      // text, folders, categories (and, by names, the rest)
+  bool names_only = false;  // search some of names and descriptions, not words
+  int type = 0;             // words: only clippings with an item of this data type
+  int limit = 50;           // words: at most this many results
+};
+
+// Prints the clippings whose words match (content search, best first, with a snippet), or with
+// `names_only` those whose names or descriptions hold the text.
+void SearchCommand(const Context& context, const SearchOptions& options);
+// Makes the content index of the catalog (or of the linked catalog `folder` stands for) anew.
+void ReindexCommand(const Context& context, const std::string& folder);
 void TagCommand(const Context& context, const std::string& clipping, const std::string& category,
                 bool untag);
 void CategoriesCommand(const Context& context);

@@ -7,9 +7,13 @@
 #include <ostream>
 #include <sstream>
 
+#include "cli/call_command.h"
 #include "cli/commands.h"
 #include "cli/printing.h"
+#include "cli/progress.h"
 #include "library/catalog.h"
+#include "library/clipping_search.h"
+#include "library/content_index.h"
 #include "library/item_edits.h"
 #include "library/item_lookup.h"
 #include "util/errors.h"
@@ -115,18 +119,51 @@ void RemoveCommand(const Context& context, const std::string& id, bool permanent
   RemoveItem(catalog, id, permanently);
 }
 
-void SearchCommand(const Context& context, const ClippingQuery& query) {
+void SearchCommand(const Context& context, const SearchOptions& options) {
   Catalog catalog = Catalog::Open(context.location);
-  const auto clippings = SearchClippings(catalog, query);
+  if (options.names_only) {
+    const auto clippings = SearchClippings(catalog, options.query);
+    if (context.xml) {
+      context.out << clippings->XML() << "\n";
+      return;
+    }
+    Table table({"ID", "NAME", "FOLDER", "CATEGORIES"});
+    for (const auto& clipping : *clippings->Items()) {
+      table.Add({clipping->ID(), clipping->Name(), clipping->PathName(), clipping->Categories()});
+    }
+    table.Print(context.out);
+    return;
+  }
+  const ClippingQuery& query = options.query;
+  if (query.folders.size() > 1 || query.categories.size() > 1 || query.any_category) {
+    throw UsageError(
+        "a search by words takes at most one --folder and one --category (with --names-only: "
+        "several)");
+  }
+  ContentQueryOptions content;
+  content.text = query.text;
+  if (!query.folders.empty()) content.folder = query.folders.front();
+  if (!query.categories.empty()) content.category = query.categories.front();
+  content.data_type = options.type;
+  content.limit = options.limit;
+  const std::vector<FoundClipping> found = SearchContent(catalog, content);
   if (context.xml) {
+    const auto clippings = Clippings::Create();
+    for (const FoundClipping& hit : found) clippings->AddClipping(hit.clipping);
     context.out << clippings->XML() << "\n";
     return;
   }
-  Table table({"ID", "NAME", "FOLDER", "CATEGORIES"});
-  for (const auto& clipping : *clippings->Items()) {
-    table.Add({clipping->ID(), clipping->Name(), clipping->PathName(), clipping->Categories()});
+  Table table({"ID", "NAME", "FOLDER", "MATCH"});
+  for (const FoundClipping& hit : found) {
+    table.Add({hit.clipping->ID(), hit.clipping->Name(), hit.clipping->PathName(), hit.snippet});
   }
   table.Print(context.out);
+}
+
+void ReindexCommand(const Context& context, const std::string& folder) {
+  Catalog catalog = Catalog::Open(context.location);
+  ProgressBar progress("reindex");
+  RebuildContentIndex(catalog, folder, progress.Reporter());
 }
 
 void TagCommand(const Context& context, const std::string& clipping, const std::string& category,

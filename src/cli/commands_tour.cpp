@@ -24,8 +24,8 @@ void TourCommand(const Context& context) {
   context.out << "== Folders ==\n";
   TreeCommand(context);
   context.out << "\n== Search: \"letter\" ==\n";
-  ClippingQuery search;
-  search.text = "letter";
+  SearchOptions search;
+  search.query.text = "letter";
   SearchCommand(context, search);
 
   std::shared_ptr<Clipping> example;

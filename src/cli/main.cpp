@@ -1,11 +1,14 @@
 // The clipcat command: people's and scripts' way into a clipping catalog.
 #include <CLI/CLI.hpp>
 #include <iostream>
+#include <memory>
 
 #include "automation/register_classes.h"
 #include "cli/call_command.h"
 #include "cli/command.h"
+#include "cli/progress.h"
 #include "library/catalog_location.h"
+#include "library/content_index.h"
 #include "library/request_scope.h"
 #include "util/errors.h"
 
@@ -60,6 +63,13 @@ int main(int argc, char** argv) {
 
   try {
     clipcat::RegisterClasses();
+    // An older catalog's content index is made when it is first opened: a bar shows how far.
+    std::unique_ptr<ProgressBar> index_build;
+    ReportIndexBuilds([&](size_t done, size_t total) {
+      if (index_build == nullptr) index_build = std::make_unique<ProgressBar>("index");
+      index_build->Update(done, total);
+      if (done >= total) index_build.reset();
+    });
     Context context{SelectCatalog(catalog_option, connection_option), std::cout, xml};
     for (const auto& command : commands) {
       if (!app.get_subcommand(command->name())->parsed()) continue;

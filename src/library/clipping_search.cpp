@@ -2,6 +2,7 @@
 
 #include "entities/search.h"
 #include "library/item_lookup.h"
+#include "util/errors.h"
 
 namespace clipcat {
 
@@ -21,6 +22,32 @@ std::shared_ptr<Clippings> SearchClippings(Catalog& catalog, const ClippingQuery
   search->SetSearchSubFolders(subfolders);
   search->SetOrClippingBelongsToCategory(query.any_category);
   return catalog.read().SearchForClippings(search, catalog.details());
+}
+
+std::vector<FoundClipping> SearchContent(Catalog& catalog, const ContentQueryOptions& options) {
+  ContentSearchOptions search;
+  search.folder_id = options.folder;
+  search.data_type = options.data_type;
+  search.max_items = options.limit;
+  if (!options.category.empty()) {
+    const std::string home =
+        options.folder.empty() ? RequireTopFolder(catalog)->ID() : options.folder;
+    const auto category = CategoryNamed(catalog, home, options.category);
+    if (category == nullptr) {
+      throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
+                            "There is no category named \"" + options.category + "\".");
+    }
+    search.category_id = category->ID();
+  }
+  std::vector<FoundClipping> found =
+      catalog.read().FindContent(options.text, search, catalog.details());
+  for (FoundClipping& hit : found) {
+    IgnoreErrors([&] {
+      hit.clipping->SetPathName(
+          catalog.read().GetFolderPathName(hit.clipping->FolderID(), catalog.details()));
+    });
+  }
+  return found;
 }
 
 }  // namespace clipcat

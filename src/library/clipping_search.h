@@ -1,8 +1,9 @@
-// Searching clippings the way people ask: some of a name or description, in some folders or the
-// whole catalog, in some categories. Runs inside the caller's request (see catalog.h); not
-// thread-safe.
+// Searching clippings the way people ask: by the words they hold (content search), or by some of a
+// name or description, in some folders or the whole catalog, in some categories. Runs inside the
+// caller's request (see catalog.h); not thread-safe.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -25,5 +26,19 @@ struct ClippingQuery {
 // The clippings that are not deleted and match `query`, each with its folder path and category
 // names, folder by folder in the order of `query.folders`. Raises the services' errors.
 std::shared_ptr<Clippings> SearchClippings(Catalog& catalog, const ClippingQuery& query);
+
+struct ContentQueryOptions {
+  std::string text;       // the search text (store/content_query.h)
+  std::string folder;     // a folder id: it and the folders below it; empty: every catalog
+  std::string category;   // a category name, in the folder's catalog (the default one without a
+                          // folder); empty: any
+  int32_t data_type = 0;  // only clippings with an item of this type; 0: any
+  int32_t limit = 50;     // at most this many results
+};
+
+// The clippings whose words match `options`, best first, each with its folder path, score and
+// snippet. Raises 5 for a search text without a word to look for or a category that does not
+// exist, and the services' errors.
+std::vector<FoundClipping> SearchContent(Catalog& catalog, const ContentQueryOptions& options);
 
 }  // namespace clipcat

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "entities/category.h"
 #include "entities/clipping.h"
@@ -22,9 +23,36 @@
 
 namespace clipcat {
 
+// What a content search may be narrowed to (ClippingDataRead::FindContent).
+struct ContentSearchOptions {
+  std::string folder_id;    // this folder and those below it; none: every catalog
+  std::string category_id;  // members of this category only (in its catalog)
+  int32_t data_type = 0;    // clippings with an item of this data type; 0: any
+  int32_t max_items = 50;   // at most this many results
+};
+
 class ClippingDataRead {
  public:
   using Connection = std::shared_ptr<ConnectionDetails>;
+
+  // ---- Content search ----
+  // The clippings whose name, description or content match the search text `sQuery` (the
+  // language of store/content_query.h), best first, each with its score and a snippet. Without
+  // a folder or category the default catalog and every linked catalog that answers are
+  // searched, each on its own engine, and their results merged by score; a linked catalog that
+  // does not answer is left out. A folder that links a catalog stands for that whole catalog.
+  // Raises 5 for a search text without a word to look for, and what the default catalog (or
+  // the catalog of the folder or category named) raises.
+  std::vector<FoundClipping> FindContent(const std::string& sQuery,
+                                         const ContentSearchOptions& options,
+                                         const Connection& oDefaultConnection);
+  // FindContent for late-bound clients: the clippings alone, in rank order. An empty
+  // sFolderID, sCategoryID or a zero lDataType leaves that narrowing out.
+  std::shared_ptr<Clippings> SearchContent(const std::string& sQuery, int32_t lMaximumItems,
+                                           const Connection& oDefaultConnection,
+                                           const std::string& sFolderID = "",
+                                           const std::string& sCategoryID = "",
+                                           int32_t lDataType = 0);
 
   ClippingDataRead() = default;
   ~ClippingDataRead();

@@ -14,6 +14,7 @@
 #include "entities/clipping.h"
 #include "entities/connection_details.h"
 #include "entities/folder.h"
+#include "util/progress.h"
 
 namespace clipcat {
 
@@ -27,6 +28,11 @@ class ClippingDataWrite {
   ~ClippingDataWrite();
   ClippingDataWrite(const ClippingDataWrite&) = delete;
   ClippingDataWrite& operator=(const ClippingDataWrite&) = delete;
+
+  // Makes the content index of the catalog holding `sItemID` (the default catalog for the empty
+  // text) anew from its clippings, in one transaction; `progress` hears of the clippings done.
+  void RebuildContentIndex(const std::string& sItemID, const Connection& oDefaultConnection,
+                           const ProgressCallback& progress);
 
   // Removes every category of the clipping named by the (misnamed) sCategoryID.
   void DeleteAllCategoriesFromClipping(const std::string& sCategoryID,

@@ -13,9 +13,11 @@ namespace clipcat {
 namespace {
 
 bool IsWordCharacter(UChar32 c) {
-  if (u_isalnum(c)) return true;
+  // Letters and every kind of number ("x²" is one word, as the file catalog's index reads it).
+  if (u_isalpha(c)) return true;
   const int8_t type = u_charType(c);
-  return type == U_NON_SPACING_MARK || type == U_COMBINING_SPACING_MARK ||
+  return type == U_DECIMAL_DIGIT_NUMBER || type == U_LETTER_NUMBER || type == U_OTHER_NUMBER ||
+         type == U_NON_SPACING_MARK || type == U_COMBINING_SPACING_MARK ||
          type == U_ENCLOSING_MARK || type == U_PRIVATE_USE_CHAR;
 }
 
@@ -69,14 +71,15 @@ std::string FoldWord(std::string_view word) {
   const icu::Normalizer2* nfd = icu::Normalizer2::getNFDInstance(status);
   const icu::Normalizer2* nfc = icu::Normalizer2::getNFCInstance(status);
   if (U_FAILURE(status)) return std::string(word);
-  icu::UnicodeString folded =
-      icu::UnicodeString::fromUTF8(icu::StringPiece(word.data(), static_cast<int32_t>(word.size())))
-          .foldCase();
-  const icu::UnicodeString decomposed = nfd->normalize(folded, status);
+  const icu::UnicodeString decomposed = nfd->normalize(
+      icu::UnicodeString::fromUTF8(icu::StringPiece(word.data(), static_cast<int32_t>(word.size()))),
+      status);
+  // Simple folding, letter by letter ("ß" stays "ß", as the file catalog's index folds it),
+  // after the marks are gone: "İ" is "I" with a dot above, so "i".
   icu::UnicodeString bare;
   for (int32_t i = 0; i < decomposed.length();) {
     const UChar32 c = decomposed.char32At(i);
-    if (u_charType(c) != U_NON_SPACING_MARK) bare.append(c);
+    if (u_charType(c) != U_NON_SPACING_MARK) bare.append(u_foldCase(c, U_FOLD_CASE_DEFAULT));
     i += U16_LENGTH(c);
   }
   const icu::UnicodeString composed = nfc->normalize(bare, status);
@@ -116,13 +119,18 @@ std::string MakeSnippet(std::string_view text, const std::vector<SnippetTerm>& t
   for (size_t start = 0; start < words.size(); ++start) {
     if (match[start] < 0) continue;
     std::set<int> seen;
+    size_t last_match = start;
     for (size_t i = start; i < std::min(words.size(), start + max_words); ++i) {
-      if (match[i] >= 0) seen.insert(match[i]);
+      if (match[i] < 0) continue;
+      seen.insert(match[i]);
+      last_match = i;
     }
     if (seen.size() > best_count) {
       best_count = seen.size();
-      // A little context before the first match, when the window has room for it.
-      best_start = start >= 2 ? start - 2 : 0;
+      // A little context before the first match, when the window has room for it after the
+      // last match it counted.
+      const size_t room = max_words - 1 - (last_match - start);
+      best_start = start - std::min({start, room, size_t{2}});
     }
     if (best_count == terms.size()) break;
   }

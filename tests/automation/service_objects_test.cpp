@@ -31,7 +31,7 @@ TEST(ServiceObjects, TablesHoldEveryMemberOnceWithTypesByPrefix) {
                                                {'o', ParamType::kObject}};
   const std::set<std::string> declared_as_string = {
       "ClippingExists.oDefaultConnection", "GetClippingsForFolderAndChildFolders.bGetData"};
-  for (const auto& [progid, count] : {std::pair{kRead, 41u}, std::pair{kWrite, 25u}}) {
+  for (const auto& [progid, count] : {std::pair{kRead, 42u}, std::pair{kWrite, 25u}}) {
     std::set<std::string> names;
     for (const MemberInfo& m : TableOf(progid).members()) {
       names.insert(m.name);
@@ -185,6 +185,14 @@ TEST_F(ServiceCalls, EveryMemberRunsByNameWithTextArguments) {
   EXPECT_EQ(List(Call("R.GetClippingsForFolderAndChildFolders", {letters, "False", c})),
             "Hello,Farewell");
   EXPECT_EQ(List(Call("R.FindClippings", {Make("Search", {{"SearchText", "Hel"}}), c})), "Hello");
+  // Words: all of them, in names and content, best first; narrowed by folder and data type.
+  EXPECT_EQ(List(Call("R.SearchContent", {"HELLO", "10", c})), "Hello");
+  EXPECT_EQ(List(Call("R.SearchContent", {"hello OR farewell", "10", c})).size(),
+            std::string("Hello,Farewell").size());
+  EXPECT_EQ(List(Call("R.SearchContent", {"hello OR farewell", "10", c, drafts})), "Farewell");
+  EXPECT_EQ(List(Call("R.SearchContent", {"hello OR farewell", "1", c, "", "", "7"})), "");
+  EXPECT_EQ(ErrorOf([&] { Call("R.SearchContent", {"-hello", "10", c}); }).number(),
+            err::kInvalidProcedureCall);
   EXPECT_EQ(Get(Call("R.FindClippingWithGUID", {Get(plain, "GUID"), c}), "ID"), greeting);
   const Variant search = Make("Search", {{"SearchText", "*"}});
   CallMember(GetProperty(search.AsObject(), "FolderIDs").AsObject(), "Add", {letters});

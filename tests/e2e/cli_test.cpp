@@ -94,22 +94,41 @@ TEST_F(Cli, CategoriesSearchAndHistory) {
   EXPECT_EQ(FirstColumn(Ok({"categories"})).size(), 2u);
   EXPECT_EQ(Ok({"--xml", "categories"}).rfind("<Categories><category Name=\"Home\"", 0), 0u);
 
+  // By words, best first: a word of the name ranks a short name above a long one.
   EXPECT_EQ(FirstColumn(Ok({"search", "greeting"})), (Ids{greeting, deep}));
-  EXPECT_EQ(FirstColumn(Ok({"search", "greeting", "--folder", letters})), Ids{greeting});
-  EXPECT_EQ(FirstColumn(Ok({"search", "greeting", "--folder", letters, "--subfolders"})),
-            (Ids{greeting, deep}));
-  EXPECT_EQ(FirstColumn(Ok({"search", "Greet*"})), Ids{greeting}) << "a pattern of the name";
+  EXPECT_EQ(FirstColumn(Ok({"search", "REGARDS"})), Ids{closing}) << "a word of the content";
+  EXPECT_EQ(FirstColumn(Ok({"search", "greet*", "--folder", inner})), Ids{deep});
+  EXPECT_EQ(FirstColumn(Ok({"search", "greeting -deep"})), Ids{greeting});
+  EXPECT_EQ(FirstColumn(Ok({"search", "greeting", "--category", "work"})), Ids{greeting});
+  EXPECT_NE(Ok({"search", "regards"}).find("[Regards]"), std::string::npos) << "the snippet";
+  Fails({"search", "greeting", "--folder", letters, "--folder", inner}, 64);
+  EXPECT_EQ(Fails({"search", "--", "-greeting"}),
+            "error 5 (Data Services): The search text holds no word to look for (a word to leave "
+            "out needs one to find).\n");
+  // Some of a name or description, as searches did before words.
+  EXPECT_EQ(FirstColumn(Ok({"search", "--names-only", "greeting", "--folder", letters})),
+            Ids{greeting});
+  EXPECT_EQ(
+      FirstColumn(Ok({"search", "--names-only", "greeting", "--folder", letters, "--subfolders"})),
+      (Ids{greeting, deep}));
+  EXPECT_EQ(FirstColumn(Ok({"search", "--names-only", "Greet*"})), Ids{greeting})
+      << "a pattern of the name";
   EXPECT_EQ(Ok({"search", "closing", "--xml"})
                 .rfind("<clippings><clipping ClippingID=\"" + closing + "\"", 0),
             0u);
-  EXPECT_EQ(FirstColumn(Ok({"search", "*", "--category", "Work"})), (Ids{greeting, closing}));
-  EXPECT_EQ(FirstColumn(Ok({"search", "*", "--category", "Home", "--category", "Work"})).size(),
-            2u);
-  EXPECT_EQ(FirstColumn(Ok({"search", "Deep*", "--category", "Home"})), Ids{});
-  EXPECT_EQ(FirstColumn(Ok({"search", "Deep*", "--category", "Home", "--any-category"})).size(),
-            2u);
+  EXPECT_EQ(FirstColumn(Ok({"search", "--names-only", "*", "--category", "Work"})),
+            (Ids{greeting, closing}));
+  EXPECT_EQ(
+      FirstColumn(Ok({"search", "--names-only", "*", "--category", "Home", "--category", "Work"}))
+          .size(),
+      2u);
+  EXPECT_EQ(FirstColumn(Ok({"search", "--names-only", "Deep*", "--category", "Home"})), Ids{});
+  EXPECT_EQ(
+      FirstColumn(Ok({"search", "--names-only", "Deep*", "--category", "Home", "--any-category"}))
+          .size(),
+      2u);
   Ok({"untag", greeting, "WORK"});
-  EXPECT_EQ(FirstColumn(Ok({"search", "*", "--category", "Work"})), Ids{closing});
+  EXPECT_EQ(FirstColumn(Ok({"search", "--names-only", "*", "--category", "Work"})), Ids{closing});
   EXPECT_EQ(Fails({"untag", greeting, "Nowhere"}),
             "error 5 (clipcat): no category is named Nowhere\n");
 

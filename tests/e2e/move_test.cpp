@@ -46,7 +46,8 @@ TEST_F(Move, AClippingOrAFolderMovesWithItsDataAndCategories) {
   EXPECT_NE(draft, draft_);
   EXPECT_EQ(Ok({"show", draft, "--raw", "3"}), "<Row/>");
   EXPECT_NE(Ok({"search", "Ancient"}).find("Personal\\Archive\\Drafts\\Old"), std::string::npos);
-  EXPECT_EQ(FirstColumn(Ok({"search", "*", "--category", "Work"})), (Ids{moved, draft}));
+  EXPECT_EQ(FirstColumn(Ok({"search", "--names-only", "*", "--category", "Work"})),
+            (Ids{moved, draft}));
   EXPECT_EQ(FirstColumn(Ok({"categories"})).size(), 1u) << "still one \"Work\"";
 }
 
@@ -81,7 +82,8 @@ TEST_F(Move, AClippingMovedIntoALinkedCatalogJoinsItsCategoryOfTheSameName) {
   const std::string moved = Trim(Ok({"mv", greeting_, team}));
   ASSERT_EQ(moved.rfind("P1C", 0), 0u) << moved;
   EXPECT_EQ(OkOn(shared, {"show", moved.substr(3), "--raw", "2"}), "Dear Sir,\r\n");
-  EXPECT_EQ(FirstColumn(OkOn(shared, {"search", "*", "--category", "Work"})), Ids{moved.substr(3)});
+  EXPECT_EQ(FirstColumn(OkOn(shared, {"search", "--names-only", "*", "--category", "Work"})),
+            Ids{moved.substr(3)});
 }
 
 }  // namespace

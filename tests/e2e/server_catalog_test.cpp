@@ -60,8 +60,9 @@ TEST_F(ServerCatalog, AFileCatalogExportedAndImportedOnTheServerIsTheSameCatalog
   ASSERT_EQ(found.size(), 1u);
   const std::string moved = Trim(OnServer({"mv", found[0], drafts}).out);
   EXPECT_EQ(OnServer({"show", moved, "--raw", "2"}).out, "Dear Sir,\r\n\t");
-  EXPECT_NE(OnServer({"search", "*", "--category", "Work"}).out.find("Personal\\Drafts"),
-            std::string::npos);
+  EXPECT_NE(
+      OnServer({"search", "--names-only", "*", "--category", "Work"}).out.find("Personal\\Drafts"),
+      std::string::npos);
 }
 
 }  // namespace

@@ -72,7 +72,8 @@ TEST_F(Transfer, ImportIntoANewCatalogGivesTheSameCatalog) {
             "imported 3 folders, 5 clippings, 3 categories, 3 memberships\n");
   EXPECT_EQ(WithoutTreeIds(OkOn(copy, {"tree"})),
             "Personal\n  Letters\n    Drafts\n      Deeper \xc3\xa9t\xc3\xa9\n");
-  EXPECT_EQ(FirstColumn(OkOn(copy, {"search", "*", "--category", "Work"})).size(), 2u);
+  EXPECT_EQ(FirstColumn(OkOn(copy, {"search", "--names-only", "*", "--category", "Work"})).size(),
+            2u);
   // The data byte for byte, each item with its type.
   EXPECT_EQ(OkOn(copy, {"show", IdOf(copy, "Binary"), "--raw", "1"}), binary_);
   EXPECT_EQ(OkOn(copy, {"show", IdOf(copy, "Many"), "--raw", "2"}), "line one\r\nline two\ttabbed");
@@ -93,7 +94,8 @@ TEST_F(Transfer, ImportIntoAFolderMergesCategoriesByName) {
             "imported 3 folders, 5 clippings, 2 categories, 3 memberships\n");
   EXPECT_EQ(WithoutTreeIds(OkOn(other, {"tree"})),
             "Mine\n  Inbox\n    Letters\n      Drafts\n        Deeper \xc3\xa9t\xc3\xa9\n");
-  EXPECT_EQ(FirstColumn(OkOn(other, {"search", "*", "--category", "work"})).size(), 3u);
+  EXPECT_EQ(FirstColumn(OkOn(other, {"search", "--names-only", "*", "--category", "work"})).size(),
+            3u);
   OkOn(other, {"import", "-", "--into", "1"}, document);
   EXPECT_EQ(OkOn(other, {"tree"}).rfind("Mine  [1]", 0), 0u) << "a top folder keeps its name";
 
