@@ -14,8 +14,21 @@
 
 namespace clipcat {
 
+// The description of the error a call raises while a row with a long value holds the connection.
+inline constexpr const char* kLongValuePendingMessage =
+    "A row with a long value is being added on this connection; update or cancel it first.";
+
 // A connected cursor that adds rows to the one table a query selected from. Rows are added one at
 // a time: AddNew, then field values and long values, then Update (or CancelUpdate).
+//
+// A row with a long value holds the connection from BeginLongValue until Update, CancelUpdate or
+// the next AddNew: meanwhile the connection runs nothing else. A statement, a query, a new
+// cursor, BeginTransaction, CommitTransaction or RollbackTransaction, and another cursor's
+// BeginLongValue or Update, raise err::kDatabaseError (source: the engine) with
+// kLongValuePendingMessage and run nothing; Close still closes. The SQLite backend writes the
+// long value into the table under a savepoint as it comes, which would take anything run
+// meanwhile with it when the row is cancelled; the PostgreSQL backend refuses the same calls so
+// that the store cannot come to rely on them on either engine.
 class RowCursor {
  public:
   virtual ~RowCursor() = default;

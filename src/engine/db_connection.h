@@ -58,10 +58,17 @@ class DBConnection {
   // Runs one query and answers all its rows as a snapshot that stays readable after the
   // connection closes. With `max_records` above zero the snapshot holds at most the query's first
   // `max_records` rows (zero: all of them). Raises as ExecuteSQL does.
+  // A column's values read as its type says (dates as Date, booleans as Boolean) on every engine.
+  // What an expression works out of them follows the engine: SQLite takes the type from a
+  // column's declaration, which "max(tWhen)" lacks, and reads such a date as its ISO text, where
+  // PostgreSQL answers a Date. Callers convert values worked out so (ToDate, ToBoolean ...).
   Recordset GetRecordsetRO(const std::string& sql, size_t max_records = 0);
 
   // Runs one query over a single table and answers a recordset bound to this connection that adds
-  // rows to that table. Raises as ExecuteSQL does.
+  // rows to that table. Raises as ExecuteSQL does. From BeginLongValue until its row is updated
+  // or cancelled, the recordset holds the connection: ExecuteSQL, GetRecordsetRO, GetRecordsetRW
+  // and the transaction calls other than InTransaction raise err::kDatabaseError and run nothing
+  // (database_backend.h).
   UpdatableRecordset GetRecordsetRW(const std::string& sql);
 
   // Explicit transactions. BeginTrans inside a transaction nests (the inner level commits into

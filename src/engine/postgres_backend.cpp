@@ -29,23 +29,29 @@ PostgresSession& PostgresBackend::Session() const {
   return *session_;
 }
 
-void PostgresBackend::Execute(std::string_view sql) { Session().RunStoreStatement(sql); }
+PostgresSession& PostgresBackend::FreeSession() const {
+  PostgresSession& session = Session();
+  session.RequireNoLongValuePending();
+  return session;
+}
+
+void PostgresBackend::Execute(std::string_view sql) { FreeSession().RunStoreStatement(sql); }
 
 RowSet PostgresBackend::Query(std::string_view sql) {
-  PostgresSession& session = Session();
+  PostgresSession& session = FreeSession();
   const PostgresResult result = session.RunStoreStatement(sql);
   return session.ReadRows(result.get());
 }
 
 // The server has sent the whole result by now; only the rows asked for are converted.
 RowSet PostgresBackend::QueryAtMost(std::string_view sql, size_t max_records) {
-  PostgresSession& session = Session();
+  PostgresSession& session = FreeSession();
   const PostgresResult result = session.RunStoreStatement(sql);
   return session.ReadRows(result.get(), max_records);
 }
 
 std::unique_ptr<RowCursor> PostgresBackend::OpenCursor(std::string_view sql) {
-  Session();
+  FreeSession();
   return std::make_unique<PostgresCursor>(session_, sql);
 }
 
@@ -56,6 +62,7 @@ int PostgresBackend::Depth() {
 }
 
 void PostgresBackend::BeginTransaction() {
+  FreeSession();
   const int depth = Depth();
   if (depth > 0) {
     Session().Run("SAVEPOINT " + SavepointName(depth));
@@ -73,6 +80,7 @@ void PostgresBackend::BeginTransaction() {
 }
 
 void PostgresBackend::CommitTransaction() {
+  FreeSession();
   const int depth = Depth();
   if (depth == 0) RaiseEngineText("there is no transaction in progress");
   // A failed transaction cannot commit: the server would roll it back and call that a success.
@@ -87,6 +95,7 @@ void PostgresBackend::CommitTransaction() {
 bool PostgresBackend::InTransaction() { return Depth() > 0; }
 
 void PostgresBackend::RollbackTransaction() {
+  FreeSession();
   const int depth = Depth();
   if (depth == 0) RaiseEngineText("there is no transaction in progress");
   if (depth == 1) {

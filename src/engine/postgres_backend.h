@@ -49,6 +49,8 @@ class PostgresBackend : public DatabaseBackend {
 
  private:
   PostgresSession& Session() const;
+  // Session(), raising when a row with a long value holds the connection (database_backend.h).
+  PostgresSession& FreeSession() const;
   int Depth();
 
   std::shared_ptr<PostgresSession> session_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 
 #include "engine/postgres_session.h"
@@ -25,7 +26,14 @@ bool IsDateType(Oid type) {
   return type == kTimestampOid || type == kTimestampTzOid || type == kDateOid;
 }
 
+// `value` as text the server reads as the same number for a column of any numeric type. A whole
+// number within 64 bits is written as its digits, which integer columns read too (they refuse
+// "1e+06", the shortest form); any other value in the shortest form that reads back exactly.
 std::string DoubleText(double value) {
+  constexpr double kTwoTo63 = 9223372036854775808.0;
+  if (std::trunc(value) == value && value >= -kTwoTo63 && value < kTwoTo63) {
+    return std::to_string(static_cast<int64_t>(value));
+  }
   char buffer[64];
   const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
   return std::string(buffer, result.ptr);
@@ -119,9 +127,15 @@ void PostgresCursor::SetValue(size_t column, const Variant& value) {
   values_[column] = value;
 }
 
+PostgresCursor::~PostgresCursor() { Discard(); }
+
 void PostgresCursor::BeginLongValue(size_t column, size_t total_bytes) {
   if (!pending_) RaiseRecordsetError(err::kNoCurrentRecord);
   if (total_bytes > static_cast<size_t>(INT32_MAX)) RaiseRuntimeError(err::kOverflow);
+  // Nothing reaches the server before Update, yet the row holds the connection as it does on
+  // SQLite: what may run meanwhile is the same on both engines.
+  session_->RequireNoLongValuePending(this);
+  session_->set_long_value_holder(this);
   values_[column].reset();
   LongValue& long_value = long_values_[column];
   long_value.total = total_bytes;
@@ -143,6 +157,7 @@ void PostgresCursor::AppendLongValue(size_t column, std::string_view bytes) {
 void PostgresCursor::Update() {
   if (!pending_) RaiseRecordsetError(err::kNoCurrentRecord);
   try {
+    session_->RequireNoLongValuePending(this);
     for (const auto& [column, long_value] : long_values_) {
       if (long_value.bytes.size() != long_value.total) {
         throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
@@ -180,6 +195,7 @@ void PostgresCursor::Update() {
 void PostgresCursor::CancelUpdate() { Discard(); }
 
 void PostgresCursor::Discard() {
+  if (session_->long_value_holder() == this) session_->set_long_value_holder(nullptr);
   long_values_.clear();
   for (auto& value : values_) value.reset();
   pending_ = false;

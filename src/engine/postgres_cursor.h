@@ -1,7 +1,8 @@
 // Internal to the PostgreSQL backend: the updatable cursor. A new row is gathered in memory,
 // long values piece by piece, and stored by Update with one INSERT whose values travel as
-// parameters (long values as bytea bytes), never spliced into the statement. Used by one thread
-// at a time.
+// parameters (long values as bytea bytes), never spliced into the statement. From the first long
+// value until then the row holds the connection (database_backend.h). Used by one thread at a
+// time.
 #pragma once
 
 #include <libpq-fe.h>
@@ -24,7 +25,7 @@ class PostgresCursor : public RowCursor {
  public:
   // Runs `sql`, which must select only columns of one table.
   PostgresCursor(std::shared_ptr<PostgresSession> session, std::string_view sql);
-  ~PostgresCursor() override = default;
+  ~PostgresCursor() override;
 
   PostgresCursor(const PostgresCursor&) = delete;
   PostgresCursor& operator=(const PostgresCursor&) = delete;

@@ -204,8 +204,10 @@ class Translator {
   // Text columns compare and match LIKE by folded case (case_folding.h), as a SQLite catalog's
   // NOCASE columns do, where citext would fold ASCII letters only: "col op 'text'", "'text' op
   // col" and "col op col" fold both sides through the catalog's function; LIKE as RewriteLike
-  // says. A literal for which ASCII case suffices (AsciiCaseSuffices) keeps the plain citext
-  // comparison: it answers the same, and the column's own index serves it.
+  // says. "=", "<>" and LIKE with a literal for which ASCII case suffices (AsciiCaseSuffices)
+  // keep the plain citext comparison: it answers the same, and the column's own index serves
+  // it. "<", ">" ... always fold: text that folds into ASCII (the Kelvin sign, the long s) sorts
+  // by the letter it folds to, whatever the literal, where citext sorts it after all of ASCII.
   void MarkTextComparisons() {
     const size_t n = Count();
     const auto [assign_from, assign_to] = Assignments();
@@ -231,7 +233,9 @@ class Translator {
         if (!AsciiCaseSuffices(value)) RewriteLike(k, negated, *left, *right, value);
         continue;
       }
-      if ((left->literal || right->literal) && AsciiCaseSuffices(value)) continue;
+      const bool equality =
+          Sig(k).text == "=" || Sig(k).text == "==" || Sig(k).text == "<>" || Sig(k).text == "!=";
+      if (equality && (left->literal || right->literal) && AsciiCaseSuffices(value)) continue;
       Wrap(*left, kFoldFunction, ")");
       Wrap(*right, kFoldFunction, ")");
     }

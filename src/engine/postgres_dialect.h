@@ -30,10 +30,12 @@ struct PostgresColumnTypes {
 //     PostgreSQL reads "\" in a pattern as an escape unless told otherwise, SQLite does not;
 //   - a column of `types.texts` compared (=, <>, <, ...) with a string literal or another such
 //     column, both sides on their own, as "clipcat_fold(col) = clipcat_fold('text')": folded
-//     case, as SQLite's NOCASE compares (case_folding.h). Not when ASCII case suffices for the
-//     literal (AsciiCaseSuffices): citext answers the same, through the column's own index. An
-//     UPDATE's SET assignments stay as they are; IN lists and expressions other than a lone
-//     column or literal compare as citext does;
+//     case, as SQLite's NOCASE compares (case_folding.h). "=" and "<>" stay as written when
+//     ASCII case suffices for the literal (AsciiCaseSuffices): citext answers the same, through
+//     the column's own index. "<", "<=", ">" and ">=" always fold, since text that folds into
+//     ASCII (U+212A, the Kelvin sign, folds to "k") sorts by what it folds to. An UPDATE's SET
+//     assignments stay as they are; IN lists and expressions other than a lone column or
+//     literal compare as citext does;
 //   - "col [NOT] LIKE 'pattern' [ESCAPE 'c']" (or ILIKE) likewise, unless ASCII case suffices
 //     for the pattern, as "(col LIKE 'sieve' ESCAPE 'c' AND clipcat_fold(col) LIKE
 //     clipcat_fold('pattern') ESCAPE 'c')", where the sieve is the pattern with "_" for every
@@ -43,7 +45,10 @@ struct PostgresColumnTypes {
 //     server would fold the escape character too;
 //   - "ORDER BY col" on such a column as "ORDER BY clipcat_fold(col) COLLATE "C"", the order of
 //     the folded code points; not under DISTINCT, UNION, INTERSECT or EXCEPT.
-// Names, keywords and the content of every other literal are never changed.
+// Names, keywords and the content of every other literal are never changed. LIKE on a column that
+// compares with case (text rather than citext) follows the engine: PostgreSQL matches it with
+// case, SQLite's like() (sqlite_functions.h) without; the store searches only its case-folded
+// columns with LIKE.
 std::string TranslateSqlForPostgres(std::string_view sql, const PostgresColumnTypes& types);
 
 }  // namespace clipcat

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "engine/database_backend.h"
 #include "engine/sql_statement_view.h"
 #include "util/date.h"
 #include "util/errors.h"
@@ -166,6 +167,12 @@ void PostgresSession::Close() {
 PGconn* PostgresSession::Conn() const {
   if (conn_ == nullptr) RaiseEngineText("The connection is closed.");
   return conn_;
+}
+
+void PostgresSession::RequireNoLongValuePending(const void* cursor) const {
+  if (long_value_holder_ != nullptr && long_value_holder_ != cursor) {
+    RaiseEngineText(kLongValuePendingMessage);
+  }
 }
 
 PGTransactionStatusType PostgresSession::TransactionStatus() const {

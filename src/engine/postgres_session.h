@@ -99,6 +99,15 @@ class PostgresSession {
   // The server's view of the transaction: PQTRANS_IDLE outside one.
   PGTransactionStatusType TransactionStatus() const;
 
+  // The cursor whose row holds the connection with a long value (database_backend.h); null when
+  // none does. Set and cleared by that cursor.
+  const void* long_value_holder() const { return long_value_holder_; }
+  void set_long_value_holder(const void* cursor) { long_value_holder_ = cursor; }
+
+  // Raises err::kDatabaseError with kLongValuePendingMessage when a row with a long value holds
+  // the connection, unless it is `cursor`'s own.
+  void RequireNoLongValuePending(const void* cursor = nullptr) const;
+
   const PostgresColumnTypes& column_types() const { return column_types_; }
 
   // Re-reads which visible columns hold dates, booleans and text, and whether the catalog has
@@ -131,6 +140,7 @@ class PostgresSession {
   PGconn* conn_ = nullptr;  // null once closed
   PostgresColumnTypes column_types_;
   bool schema_changed_in_transaction_ = false;
+  const void* long_value_holder_ = nullptr;
   std::map<Oid, std::string> table_names_;
 };
 

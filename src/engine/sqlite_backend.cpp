@@ -27,8 +27,14 @@ SqliteSession& SqliteBackend::Session() const {
   return *session_;
 }
 
-void SqliteBackend::Execute(std::string_view sql) {
+SqliteSession& SqliteBackend::FreeSession() const {
   SqliteSession& session = Session();
+  session.RequireNoLongValuePending();
+  return session;
+}
+
+void SqliteBackend::Execute(std::string_view sql) {
+  SqliteSession& session = FreeSession();
   {
     SqliteSession::Deadline deadline(session);
     SqliteStatement statement(session, sql);
@@ -38,21 +44,21 @@ void SqliteBackend::Execute(std::string_view sql) {
 }
 
 RowSet SqliteBackend::Query(std::string_view sql) {
-  SqliteSession& session = Session();
+  SqliteSession& session = FreeSession();
   SqliteSession::Deadline deadline(session);
   SqliteStatement statement(session, sql);
   return statement.Collect();
 }
 
 RowSet SqliteBackend::QueryAtMost(std::string_view sql, size_t max_records) {
-  SqliteSession& session = Session();
+  SqliteSession& session = FreeSession();
   SqliteSession::Deadline deadline(session);
   SqliteStatement statement(session, sql);
   return statement.Collect(max_records);
 }
 
 std::unique_ptr<RowCursor> SqliteBackend::OpenCursor(std::string_view sql) {
-  Session();
+  FreeSession();
   return std::make_unique<SqliteCursor>(session_, sql);
 }
 
@@ -71,6 +77,7 @@ int SqliteBackend::Depth() {
 }
 
 void SqliteBackend::BeginTransaction() {
+  FreeSession();
   const int depth = Depth();
   // IMMEDIATE takes the write lock at once, waiting under the time-out, so that two writers
   // never both read first and then fail to upgrade.
@@ -79,6 +86,7 @@ void SqliteBackend::BeginTransaction() {
 }
 
 void SqliteBackend::CommitTransaction() {
+  FreeSession();
   const int depth = Depth();
   Run(depth <= 1 ? "COMMIT" : "RELEASE " + SavepointName(depth - 1));
   if (depth_ > 0) --depth_;
@@ -87,6 +95,7 @@ void SqliteBackend::CommitTransaction() {
 bool SqliteBackend::InTransaction() { return Depth() > 0; }
 
 void SqliteBackend::RollbackTransaction() {
+  FreeSession();
   const int depth = Depth();
   if (depth <= 1) {
     Run("ROLLBACK");

@@ -37,6 +37,8 @@ class SqliteBackend : public DatabaseBackend {
 
  private:
   SqliteSession& Session() const;
+  // Session(), raising when a row with a long value holds the connection (database_backend.h).
+  SqliteSession& FreeSession() const;
   void Run(const std::string& sql);
   int Depth();
 

@@ -119,6 +119,7 @@ void SqliteCursor::SetValue(size_t column, const Variant& value) {
 void SqliteCursor::BeginLongValue(size_t column, size_t total_bytes) {
   if (!pending_) RaiseRecordsetError(err::kNoCurrentRecord);
   if (total_bytes > static_cast<size_t>(INT32_MAX)) RaiseRuntimeError(err::kOverflow);
+  session_->RequireNoLongValuePending(this);
   for (auto it = long_values_.begin(); it != long_values_.end(); ++it) {
     if (it->column != column) continue;
     if (it->blob != nullptr) sqlite3_blob_close(it->blob);
@@ -138,6 +139,7 @@ void SqliteCursor::BeginLongValue(size_t column, size_t total_bytes) {
       throw;
     }
     inserted_ = true;
+    session_->set_long_value_holder(this);
   } else {
     RunOnRow("UPDATE " + QuoteIdentifier(table_) + " SET " + QuoteIdentifier(origins_[column]) +
                  " = ? WHERE rowid = ?",
@@ -178,6 +180,7 @@ void SqliteCursor::Update() {
   if (!pending_) RaiseRecordsetError(err::kNoCurrentRecord);
   if (!inserted_) {
     try {
+      session_->RequireNoLongValuePending(this);
       InsertPendingRow(std::nullopt, 0);
     } catch (const AutomationError&) {
       Discard();
@@ -225,6 +228,7 @@ void SqliteCursor::Discard() {
       Exec("RELEASE " + savepoint_);
     });
   }
+  if (session_->long_value_holder() == this) session_->set_long_value_holder(nullptr);
   for (auto& value : values_) value.reset();
   pending_ = false;
 }

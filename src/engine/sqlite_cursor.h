@@ -1,7 +1,8 @@
 // Internal to the SQLite backend: the updatable cursor. A new row is inserted inside a savepoint
 // as soon as its first long value is announced, with that value reserved as zeros; the pieces are
 // then written straight into the stored value with SQLite's incremental blob I/O, and Update
-// releases the savepoint (CancelUpdate rolls it back). Used by one thread at a time.
+// releases the savepoint (CancelUpdate rolls it back). Until then the row holds the connection
+// (database_backend.h). Used by one thread at a time.
 #pragma once
 
 #include <sqlite3.h>

@@ -2,6 +2,7 @@
 
 #include <thread>
 
+#include "engine/database_backend.h"
 #include "engine/sql_tokenizer.h"
 #include "engine/sqlite_functions.h"
 #include "util/date.h"
@@ -73,6 +74,12 @@ void SqliteSession::RaiseError() const {
     RaiseEngineText("Query timeout expired");
   }
   RaiseEngineText(sqlite3_errmsg(db_));
+}
+
+void SqliteSession::RequireNoLongValuePending(const void* cursor) const {
+  if (long_value_holder_ != nullptr && long_value_holder_ != cursor) {
+    RaiseEngineText(kLongValuePendingMessage);
+  }
 }
 
 int SqliteSession::OnProgress(void* opaque) {

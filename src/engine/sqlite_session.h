@@ -50,6 +50,15 @@ class SqliteSession {
   // stopped by the time-out is reported as "Query timeout expired".
   [[noreturn]] void RaiseError() const;
 
+  // The cursor whose row holds the connection with a long value (database_backend.h); null when
+  // none does. Set and cleared by that cursor.
+  const void* long_value_holder() const { return long_value_holder_; }
+  void set_long_value_holder(const void* cursor) { long_value_holder_ = cursor; }
+
+  // Raises err::kDatabaseError with kLongValuePendingMessage when a row with a long value holds
+  // the connection, unless it is `cursor`'s own.
+  void RequireNoLongValuePending(const void* cursor = nullptr) const;
+
   // Starts the time-out of one statement. Scoped: the deadline ends with the object.
   class Deadline {
    public:
@@ -69,6 +78,7 @@ class SqliteSession {
   sqlite3* db_ = nullptr;
   SqliteStatementCache statement_cache_{kStatementCacheCapacity};
   DateColumnSet date_columns_;
+  const void* long_value_holder_ = nullptr;
   bool deadline_set_ = false;
   bool timed_out_ = false;
   std::chrono::steady_clock::time_point deadline_;

@@ -1,12 +1,22 @@
 #include "entities/plain_text.h"
 
+#include <algorithm>
 #include <pugixml.hpp>
 
 #include "util/rtf_text.h"
 #include "util/search_words.h"
+#include "util/utf16.h"
 
 namespace clipcat {
 namespace {
+
+// `text` as every engine can store it: bytes that are not UTF-8 become U+FFFD (the round trip
+// through UTF-16 replaces them), NUL characters become spaces.
+std::string StorableText(std::string_view text) {
+  std::string valid = Utf16LEToUtf8(Utf8ToUtf16LE(text));
+  std::replace(valid.begin(), valid.end(), '\0', ' ');
+  return valid;
+}
 
 std::string XmlText(std::string_view content) {
   pugi::xml_document document;
@@ -24,15 +34,16 @@ std::string XmlText(std::string_view content) {
     }
   } collector;
   document.traverse(collector);
-  return collector.text;
+  return StorableText(collector.text);
 }
 
-// `text` cut to at most `max_bytes` bytes at the end of a word.
+// `text` cut to at most `max_bytes` bytes at the end of a word. The words are read a character
+// (at most four bytes) past the cut, so that a word ending right at the cut is kept whole.
 std::string CutAtWord(std::string text, size_t max_bytes) {
   if (text.size() <= max_bytes) return text;
   size_t end = 0;
-  for (const WordSpan& word : SplitWords(std::string_view(text).substr(0, max_bytes))) {
-    if (word.end < max_bytes) end = word.end;
+  for (const WordSpan& word : SplitWords(std::string_view(text).substr(0, max_bytes + 4))) {
+    if (word.end <= max_bytes) end = word.end;
   }
   text.resize(end);
   return text;
@@ -43,7 +54,7 @@ std::string CutAtWord(std::string text, size_t max_bytes) {
 std::string PlainTextOf(int32_t type, std::string_view content) {
   switch (type) {
     case kPlainTextDataType:
-      return std::string(content);
+      return StorableText(content);
     case kRichTextDataType:
       return RtfToText(content);
     case kSpreadsheetXmlDataType:

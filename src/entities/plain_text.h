@@ -19,8 +19,9 @@ inline constexpr int32_t kWordProcessorXmlDataType = 4;
 inline constexpr int32_t kCatalogXmlDataType = 5;
 
 // The text of content of data type `type`: plain text as it is, rich text as its visible text,
-// the XML kinds as their text nodes (what a damaged document holds before the damage). Other
-// types hold no text.
+// the XML kinds as their text nodes (what a damaged document holds before the damage), each piece
+// on a line of its own. Bytes that are not UTF-8 become U+FFFD and NUL a space, so that every
+// engine takes the text. Other types hold no text.
 std::string PlainTextOf(int32_t type, std::string_view content);
 
 // The text of every item of `items`, in order, one item's text after another on new lines; at

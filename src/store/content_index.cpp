@@ -27,12 +27,24 @@ bool OnServer(DBConnection& connection) { return connection.EngineName() != kSql
 
 std::string Text(const std::string& text) { return SqlText(Variant(text)); }
 
+// The words of `text` for a server's search document. An empty text is written as Null, and a
+// Null part would make the whole document Null: it is the empty vector instead.
+std::string WordVector(const std::string& text) {
+  return "to_tsvector('simple', coalesce(" + Text(FoldedWordsText(text)) + ", ''))";
+}
+
+// A token of the server's parser that no folded word is (folded words hold no "."). It stands
+// between the parts of a document and is taken out again, leaving a gap in the positions: a
+// phrase does not run from the name into the description or on into the text, as it does not
+// on SQLite, whose index keeps the three in columns of their own.
+constexpr const char* kPartGap = "'1.5'";
+
 // The search document of a server's index row: the folded words, the name's weighing most.
 std::string ServerDocument(const std::string& name, const std::string& description,
                            const std::string& text) {
-  return "setweight(to_tsvector('simple', " + Text(FoldedWordsText(name)) +
-         "), 'A') || setweight(to_tsvector('simple', " + Text(FoldedWordsText(description)) +
-         "), 'B') || to_tsvector('simple', " + Text(FoldedWordsText(text)) + ")";
+  const std::string gap = std::string(" || to_tsvector('simple', ") + kPartGap + ") || ";
+  return "ts_delete(setweight(" + WordVector(name) + ", 'A')" + gap + "setweight(" +
+         WordVector(description) + ", 'B')" + gap + WordVector(text) + ", " + kPartGap + ")";
 }
 
 std::string InsertStatement(DBConnection& connection, int32_t key, const std::string& name,

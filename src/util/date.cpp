@@ -39,6 +39,28 @@ int DaysInMonth(int year, int month) {
   return month == 2 && leap ? 29 : kDays[month - 1];
 }
 
+// The first and the last day of the representable years, 0100-01-01 and 9999-12-31.
+constexpr int64_t kFirstDay = -657434;
+constexpr int64_t kLastDay = 2958465;
+
+// A serial read as a day and a second of that day. The day is the whole part, truncated toward
+// zero: the fraction counts forwards from midnight on either side of day zero, so -1.25 is day
+// -1 at 06:00. A time that rounds to midnight is the start of the next day.
+struct DayAndSecond {
+  int64_t day;
+  int64_t second;
+};
+DayAndSecond SplitSerial(double serial) {
+  const double whole = std::trunc(serial);
+  DayAndSecond split{static_cast<int64_t>(whole),
+                     std::llround(std::fabs(serial - whole) * 86400.0)};
+  if (split.second >= 86400) {
+    split.second -= 86400;
+    ++split.day;
+  }
+  return split;
+}
+
 }  // namespace
 
 std::optional<Date> Date::FromParts(const DateParts& p) {
@@ -61,24 +83,22 @@ Date Date::Now() {
 }
 
 DateParts Date::Parts() const {
-  double whole = std::trunc(serial_);
-  int64_t seconds = std::llround(std::fabs(serial_ - whole) * 86400.0);
-  int64_t days = static_cast<int64_t>(whole);
-  if (seconds >= 86400) {  // rounding carried into the next day
-    seconds -= 86400;
-    days += serial_ >= 0 ? 1 : -1;
-  }
+  const DayAndSecond split = SplitSerial(serial_);
   DateParts p;
-  CivilFromDays(days + kEpochOffset, p.year, p.month, p.day);
-  p.hour = static_cast<int>(seconds / 3600);
-  p.minute = static_cast<int>(seconds / 60 % 60);
-  p.second = static_cast<int>(seconds % 60);
+  CivilFromDays(split.day + kEpochOffset, p.year, p.month, p.day);
+  p.hour = static_cast<int>(split.second / 3600);
+  p.minute = static_cast<int>(split.second / 60 % 60);
+  p.second = static_cast<int>(split.second % 60);
   return p;
 }
 
 bool Date::IsValid() const {
-  // 100-01-01 and 9999-12-31 23:59:59.
-  return std::isfinite(serial_) && serial_ >= -657434.0 && serial_ < 2958466.0;
+  // Far outside the range first: SplitSerial needs a day that fits 64 bits.
+  if (!std::isfinite(serial_) || serial_ <= kFirstDay - 2.0 || serial_ >= kLastDay + 2.0) {
+    return false;
+  }
+  const int64_t day = SplitSerial(serial_).day;
+  return day >= kFirstDay && day <= kLastDay;
 }
 
 std::string FormatIsoDate(const Date& date) {

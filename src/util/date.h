@@ -35,7 +35,8 @@ class Date {
   // Calendar parts, the time rounded to the nearest second.
   DateParts Parts() const;
 
-  // True when the value lies in the representable years 100 to 9999.
+  // True when the value lies in the representable years 100 to 9999: its day, as Parts reads
+  // it, is one of 0100-01-01 to 9999-12-31, at any time of that day.
   bool IsValid() const;
 
   friend bool operator==(const Date& a, const Date& b) { return a.serial_ == b.serial_; }

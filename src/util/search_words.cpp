@@ -71,9 +71,10 @@ std::string FoldWord(std::string_view word) {
   const icu::Normalizer2* nfd = icu::Normalizer2::getNFDInstance(status);
   const icu::Normalizer2* nfc = icu::Normalizer2::getNFCInstance(status);
   if (U_FAILURE(status)) return std::string(word);
-  const icu::UnicodeString decomposed = nfd->normalize(
-      icu::UnicodeString::fromUTF8(icu::StringPiece(word.data(), static_cast<int32_t>(word.size()))),
-      status);
+  const icu::UnicodeString decomposed =
+      nfd->normalize(icu::UnicodeString::fromUTF8(
+                         icu::StringPiece(word.data(), static_cast<int32_t>(word.size()))),
+                     status);
   // Simple folding, letter by letter ("ß" stays "ß", as the file catalog's index folds it),
   // after the marks are gone: "İ" is "I" with a dot above, so "i".
   icu::UnicodeString bare;
@@ -133,6 +134,10 @@ std::string MakeSnippet(std::string_view text, const std::vector<SnippetTerm>& t
       best_start = start - std::min({start, room, size_t{2}});
     }
     if (best_count == terms.size()) break;
+  }
+  // A window that runs past the last word starts earlier instead, as far as the text allows.
+  if (best_start + max_words > words.size()) {
+    best_start = words.size() > max_words ? words.size() - max_words : 0;
   }
   const size_t last = std::min(words.size(), best_start + max_words) - 1;
   std::string out;

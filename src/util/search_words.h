@@ -1,7 +1,7 @@
-// Words as content search sees them: runs of letters and digits (with the marks that combine with
-// them), compared after simple case folding with diacritics removed, so that "Café", "CAFE" and
-// "cafe" are one word. Also the snippet that shows where a search's words occur in a text.
-// Stateless; thread-safe.
+// Words as content search sees them: runs of letters and numbers of every kind (with the marks
+// that combine with them), compared after simple case folding with diacritics removed, so that
+// "Café", "CAFE" and "cafe" are one word. Also the snippet that shows where a search's words occur
+// in a text. Stateless; thread-safe.
 #pragma once
 
 #include <cstddef>
@@ -21,8 +21,8 @@ struct WordSpan {
 // that is not UTF-8.
 std::vector<WordSpan> SplitWords(std::string_view text);
 
-// `word` as search compares it: simple case folding, then the diacritics (non-spacing marks after
-// canonical decomposition) removed, recomposed (NFC).
+// `word` as search compares it: the diacritics (non-spacing marks after canonical decomposition)
+// removed, then each code point's simple case folding ("ß" stays "ß", as SQLite's index keeps it).
 std::string FoldWord(std::string_view word);
 
 // The folded words of `text`, each followed by one space: the text a server's index is made of.

@@ -66,5 +66,23 @@ TEST(PostgresDialect, LikeWithoutEscapeTakesBackslashesLiterallyAndDatesAreRewri
        {"SELECT * FROM Folder -- bIsLeaf=1\nWHERE /* sName LIKE 'x' */ lFolderID=1", ""}});
 }
 
+// "=", "<>" and LIKE with ASCII that nothing outside ASCII folds to keep citext and its index; a
+// range comparison folds whatever the literal, since the column may hold text that folds into
+// ASCII (the Kelvin sign sorts as "k").
+TEST(PostgresDialect, RangeComparisonsOnTextFoldEvenForAsciiLiterals) {
+  static const PostgresColumnTypes kTypes = {{}, {}, {"sname"}};
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"SELECT * FROM Folder WHERE sName = 'l' OR sName <> 'm' OR sName LIKE 'n%' ESCAPE '!'", ""},
+      {"SELECT * FROM Folder WHERE sName < 'l'",
+       "SELECT * FROM Folder WHERE clipcat_fold(sName) < clipcat_fold('l')"},
+      {"SELECT * FROM Folder WHERE 'a' <= sName AND sName >= 'b' AND sName > 'c'",
+       "SELECT * FROM Folder WHERE clipcat_fold('a') <= clipcat_fold(sName) AND "
+       "clipcat_fold(sName) >= clipcat_fold('b') AND clipcat_fold(sName) > clipcat_fold('c')"},
+  };
+  for (const auto& [sql, expected] : cases) {
+    EXPECT_EQ(TranslateSqlForPostgres(sql, kTypes), expected.empty() ? sql : expected) << sql;
+  }
+}
+
 }  // namespace
 }  // namespace clipcat

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
+#include <limits>
+
 #include "util/date.h"
 #include "util/values.h"
 
@@ -82,6 +85,30 @@ TEST(Date, SerialsMatchTheAutomationCalendar) {
   EXPECT_EQ(FormatIsoDate(Date(1.0 - 1e-9)), "1899-12-31 00:00:00");
   EXPECT_FALSE(Date::FromParts({99, 12, 31, 0, 0, 0}));
   EXPECT_FALSE(Date(1e9).IsValid());
+}
+
+TEST(Date, EveryTimeOfTheFirstAndTheLastDayIsValid) {
+  // Before day zero a later time lies further from zero: 0100-01-01 12:00 is -657434.5.
+  for (const DateParts& parts : std::initializer_list<DateParts>{{100, 1, 1, 0, 0, 0},
+                                                                 {100, 1, 1, 12, 0, 0},
+                                                                 {100, 1, 1, 23, 59, 59},
+                                                                 {9999, 12, 31, 0, 0, 0},
+                                                                 {9999, 12, 31, 23, 59, 59}}) {
+    const Date date = *Date::FromParts(parts);
+    EXPECT_TRUE(date.IsValid()) << FormatIsoDate(date);
+    EXPECT_EQ(*Date::FromParts(date.Parts()), date) << FormatIsoDate(date);
+  }
+  EXPECT_EQ(Date::FromParts({100, 1, 1, 12, 0, 0})->serial(), -657434.5);
+  // The days on either side, at any time, are not.
+  for (double serial : {-657435.0, -657435.5, -657435.999, 2958466.0, 2958466.5, -1e300,
+                        std::numeric_limits<double>::quiet_NaN()}) {
+    EXPECT_FALSE(Date(serial).IsValid()) << serial;
+  }
+  // A time that rounds to midnight is the next day's start, before day zero as after it.
+  EXPECT_EQ(FormatIsoDate(Date(-1.0 - (1.0 - 1e-9))), "1899-12-30 00:00:00");
+  EXPECT_EQ(FormatIsoDate(Date(-657434.0 - (1.0 - 1e-9))), "0100-01-02 00:00:00");
+  EXPECT_TRUE(Date(-657435.0 - (1.0 - 1e-9)).IsValid());   // 0100-01-01 00:00:00
+  EXPECT_FALSE(Date(2958465.0 + (1.0 - 1e-9)).IsValid());  // 10000-01-01 00:00:00
 }
 
 }  // namespace
