@@ -32,7 +32,8 @@ std::string Encode(const Figure& f) {
   std::ostringstream out;
   out.precision(17);
   out << f.scenario << '\t' << f.measure << '\t' << f.unit << '\t' << f.ours << '\t' << f.floor
-      << '\t' << static_cast<int>(f.goal) << '\t' << f.limit << '\t' << f.note << '\n';
+      << '\t' << static_cast<int>(f.goal) << '\t' << f.limit << '\t' << f.note << '\t'
+      << (f.absolute ? 1 : 0) << '\n';
   return out.str();
 }
 
@@ -46,7 +47,7 @@ Figure Decode(const std::string& line) {
   std::string field;
   std::istringstream in(line);
   while (std::getline(in, field, '\t')) fields.push_back(field);
-  while (fields.size() < 8) fields.emplace_back();
+  while (fields.size() < 9) fields.emplace_back();
   Figure f;
   f.scenario = fields[0];
   f.measure = fields[1];
@@ -56,6 +57,7 @@ Figure Decode(const std::string& line) {
   f.goal = static_cast<Figure::Goal>(std::stoi(fields[5]));
   f.limit = ToNumber(fields[6]);
   f.note = fields[7];
+  f.absolute = fields[8] == "1";
   return f;
 }
 
@@ -110,16 +112,16 @@ int Options::Scaled(int count, int minimum) const {
 
 int Figure::Met() const {
   if (goal == Goal::kNone) return -1;
-  const double value = HasFloor() ? Ratio() : ours;
+  const double value = TargetOnRatio() ? Ratio() : ours;
   if (std::isnan(value)) return 0;
   return goal == Goal::kAtMost ? value <= limit : value >= limit;
 }
 
 std::string Figure::TargetText() const {
   if (goal == Goal::kNone) return "";
-  const std::string what = HasFloor() ? "ratio" : unit;
   const std::string op = goal == Goal::kAtMost ? "<=" : ">=";
-  return (HasFloor() ? "ratio " : "") + op + " " + Format(limit) + (HasFloor() ? "" : " " + what);
+  return (TargetOnRatio() ? "ratio " : "") + op + " " + Format(limit) +
+         (TargetOnRatio() ? "" : " " + unit);
 }
 
 void Report::Ratio(const std::string& measure, const std::string& unit, double ours, double floor,
@@ -140,17 +142,25 @@ void Report::Ratio(const std::string& measure, const std::string& unit, double o
 
 void Report::AtLeast(const std::string& measure, const std::string& unit, double value,
                      double limit, const std::string& note) {
-  figures_.push_back({scenario_, measure, unit, value, NAN, Figure::Goal::kAtLeast, limit, note});
+  figures_.push_back(
+      {scenario_, measure, unit, value, NAN, Figure::Goal::kAtLeast, limit, note, false});
 }
 
 void Report::AtMost(const std::string& measure, const std::string& unit, double value, double limit,
                     const std::string& note) {
-  figures_.push_back({scenario_, measure, unit, value, NAN, Figure::Goal::kAtMost, limit, note});
+  figures_.push_back(
+      {scenario_, measure, unit, value, NAN, Figure::Goal::kAtMost, limit, note, false});
+}
+
+void Report::AtMostBeside(const std::string& measure, const std::string& unit, double ours,
+                          double floor, double limit, const std::string& note) {
+  figures_.push_back(
+      {scenario_, measure, unit, ours, floor, Figure::Goal::kAtMost, limit, note, true});
 }
 
 void Report::Info(const std::string& measure, const std::string& unit, double value,
                   const std::string& note) {
-  figures_.push_back({scenario_, measure, unit, value, NAN, Figure::Goal::kNone, 0, note});
+  figures_.push_back({scenario_, measure, unit, value, NAN, Figure::Goal::kNone, 0, note, false});
 }
 
 void Report::Memory(const std::string& measure, double peak_mb, double returned_mb,
@@ -206,8 +216,8 @@ std::vector<Figure> RunIsolated(const std::string& scenario,
       for (const Figure& f : report.figures()) out += Encode(f);
     } catch (const std::exception& e) {
       for (const Figure& f : report.figures()) out += Encode(f);
-      Figure failed{scenario, "scenario failed",     "", NAN,
-                    NAN,      Figure::Goal::kAtMost, 0,  Clean(e.what())};
+      Figure failed{scenario, "scenario failed", "",   NAN, NAN, Figure::Goal::kAtMost,
+                    0,        Clean(e.what()),   false};
       out += Encode(failed);
     }
     size_t done = 0;
@@ -236,7 +246,7 @@ std::vector<Figure> RunIsolated(const std::string& scenario,
   }
   if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
     figures.push_back({scenario, "scenario crashed", "", NAN, NAN, Figure::Goal::kAtMost, 0,
-                       "child status " + std::to_string(status)});
+                       "child status " + std::to_string(status), false});
   }
   return figures;
 }

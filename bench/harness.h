@@ -24,7 +24,7 @@ struct Options {
 };
 
 // One measured figure. With a floor, `ours` and `floor` are in `unit` and the target (when there
-// is one) applies to ours/floor; without one it applies to `ours` itself.
+// is one) applies to ours/floor, unless `absolute`; without one it applies to `ours` itself.
 struct Figure {
   enum class Goal { kNone, kAtMost, kAtLeast };
 
@@ -36,9 +36,12 @@ struct Figure {
   Goal goal = Goal::kNone;
   double limit = 0;
   std::string note;
+  bool absolute = false;  // the target applies to `ours` even with a floor
 
   bool HasFloor() const { return !std::isnan(floor); }
   double Ratio() const { return HasFloor() && floor > 0 ? ours / floor : NAN; }
+  // True when the target applies to ours/floor.
+  bool TargetOnRatio() const { return HasFloor() && !absolute; }
   // 1 met, 0 missed, -1 no target.
   int Met() const;
   std::string TargetText() const;
@@ -56,6 +59,9 @@ class Report {
                const std::string& note = "");
   void AtMost(const std::string& measure, const std::string& unit, double value, double limit,
               const std::string& note = "");
+  // A time against its floor whose target (at most `limit`) applies to ours itself.
+  void AtMostBeside(const std::string& measure, const std::string& unit, double ours, double floor,
+                    double limit, const std::string& note = "");
   void Info(const std::string& measure, const std::string& unit, double value,
             const std::string& note = "");
   // Peak memory of one run of ours beyond the data it returns, in MB; the target is 64 MB.

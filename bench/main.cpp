@@ -32,6 +32,7 @@ constexpr Scenario kScenarios[] = {
     {"read", clipcat_bench::RunRead},
     {"tree", clipcat_bench::RunTree},
     {"search", clipcat_bench::RunSearch},
+    {"content", clipcat_bench::RunContent},  // content search
     {"xml", clipcat_bench::RunXml},
     {"history", clipcat_bench::RunHistory},
     {"whatif", clipcat_bench::RunWritesRelaxedSync},

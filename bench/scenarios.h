@@ -15,6 +15,9 @@ void RunRead(const Options& options, Report& report);
 void RunTree(const Options& options, Report& report);
 // SearchForClippings and FindClippings over 100,000 clippings.
 void RunSearch(const Options& options, Report& report);
+// Content search (FindContent) for rare and common words over 100,000 clippings, the index build,
+// and AddClipping and the file size with the content index against without it.
+void RunContent(const Options& options, Report& report);
 // Clippings XML of 1,000 clippings written and read back; one clipping with a 10 MB item.
 void RunXml(const Options& options, Report& report);
 // 10,000 UpdateClippingHistory calls and GetClippingsHistroy of 100.

@@ -198,6 +198,11 @@ void BuildContentIndex(DBConnection& connection, const ProgressCallback& progres
   } else {
     connection.ExecuteSQL("DELETE FROM ClippingText");
   }
+  // The FTS5 table and its triggers first: each batch's rows are indexed as they are written, so
+  // that no one statement has to index the whole catalog.
+  for (const std::string& statement : CreateContentIndexStatements(engine)) {
+    connection.ExecuteSQL(statement);
+  }
   const auto total = static_cast<size_t>(
       ScalarLong(connection, "SELECT COUNT(*) AS lValue FROM Clipping").value_or(0));
   Compression compression;
@@ -215,13 +220,6 @@ void BuildContentIndex(DBConnection& connection, const ProgressCallback& progres
     done = std::min(total, done + static_cast<size_t>(kBuildBatch));
     if (progress) progress(done, total);
     after = *last;
-  }
-  // The FTS5 table reads what ClippingText now holds; its triggers keep it in step from here on.
-  for (const std::string& statement : CreateContentIndexStatements(engine)) {
-    connection.ExecuteSQL(statement);
-  }
-  if (engine == SchemaEngine::kSqlite) {
-    connection.ExecuteSQL("INSERT INTO ClippingTextIndex (ClippingTextIndex) VALUES ('rebuild')");
   }
 }
 

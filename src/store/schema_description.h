@@ -101,8 +101,8 @@ inline constexpr std::string_view kContentTextTable = "ClippingText";
 inline constexpr std::string_view kContentIndexTable = "ClippingTextIndex";
 
 // The statements that make the FTS5 table and its triggers (SQLite), in order; none on
-// PostgreSQL. The table reads ClippingText's rows: made over a filled ClippingText, it is then
-// filled with "INSERT INTO ClippingTextIndex (ClippingTextIndex) VALUES ('rebuild')".
+// PostgreSQL. The table reads ClippingText's rows; made over an empty ClippingText, its triggers
+// index each row as it is written.
 std::vector<std::string> CreateContentIndexStatements(SchemaEngine engine);
 
 // The statements that remove what CreateContentIndexStatements makes, when it is there.
