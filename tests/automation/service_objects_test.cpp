@@ -191,7 +191,9 @@ TEST_F(ServiceCalls, EveryMemberRunsByNameWithTextArguments) {
             std::string("Hello,Farewell").size());
   EXPECT_EQ(List(Call("R.SearchContent", {"hello OR farewell", "10", c, drafts})), "Farewell");
   EXPECT_EQ(List(Call("R.SearchContent", {"hello OR farewell", "1", c, "", "", "7"})), "");
-  EXPECT_EQ(ErrorOf([&] { Call("R.SearchContent", {"-hello", "10", c}); }).number(),
+  EXPECT_EQ(ErrorOf([&] {
+              Call("R.SearchContent", {"-hello", "10", c});
+            }).number(),
             err::kInvalidProcedureCall);
   EXPECT_EQ(Get(Call("R.FindClippingWithGUID", {Get(plain, "GUID"), c}), "ID"), greeting);
   const Variant search = Make("Search", {{"SearchText", "*"}});
