@@ -9,6 +9,8 @@
 #include <pugixml.hpp>
 #include <random>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 
 #include "entities/clipping.h"
 #include "floor_engine.h"
@@ -154,8 +156,17 @@ void AppendClipping(const FloorClipping& c, pugi::xml_node parent) {
 class Writer : public pugi::xml_writer {
  public:
   explicit Writer(std::string& out) : out_(out) {}
+  // pugixml writes a CR in text as it is, which a parser reads back as a line feed; like ours,
+  // the floor writes it as a character reference.
   void write(const void* data, size_t size) override {
-    out_.append(static_cast<const char*>(data), size);
+    const std::string_view chunk(static_cast<const char*>(data), size);
+    size_t start = 0;
+    for (size_t cr = chunk.find('\r'); cr != std::string_view::npos; cr = chunk.find('\r', start)) {
+      out_.append(chunk.substr(start, cr - start));
+      out_ += "&#13;";
+      start = cr + 1;
+    }
+    out_.append(chunk.substr(start));
   }
 
  private:

@@ -1,6 +1,7 @@
 #include "entities/xml_io.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -42,50 +43,48 @@ constexpr char kBase64[] = "base64";
 // ">" raw in attributes), so text that was already carried correctly is written as it was.
 std::string Escape(std::string_view value, bool attribute) {
   std::string out;
-  out.reserve(value.size());
-  for (const char c : value) {
+  out.reserve(value.size() + value.size() / 16);
+  // The bytes that may need a reference; runs without them are copied whole.
+  static constexpr auto kSpecial = [] {
+    std::array<bool, 256> special{};
+    for (const unsigned char c : {'&', '<', '>', '"', '\r', '\t', '\n'}) special[c] = true;
+    return special;
+  }();
+  size_t run = 0;  // start of the bytes not yet copied
+  for (size_t i = 0; i < value.size(); ++i) {
+    const char c = value[i];
+    if (!kSpecial[static_cast<unsigned char>(c)]) continue;
+    const char* reference = nullptr;
     switch (c) {
       case '&':
-        out += "&amp;";
+        reference = "&amp;";
         break;
       case '<':
-        out += "&lt;";
+        reference = "&lt;";
         break;
       case '>':  // "]]>" may not stand in text; in attributes ">" is harmless
-        if (attribute) {
-          out += c;
-        } else {
-          out += "&gt;";
-        }
+        if (!attribute) reference = "&gt;";
         break;
       case '"':
-        if (attribute) {
-          out += "&quot;";
-        } else {
-          out += c;
-        }
+        if (attribute) reference = "&quot;";
         break;
       case '\r':
-        out += "&#13;";
+        reference = "&#13;";
         break;
       case '\t':
-        if (attribute) {
-          out += "&#09;";
-        } else {
-          out += c;
-        }
+        if (attribute) reference = "&#09;";
         break;
       case '\n':
-        if (attribute) {
-          out += "&#10;";
-        } else {
-          out += c;
-        }
+        if (attribute) reference = "&#10;";
         break;
       default:
-        out += c;
+        break;
     }
+    if (reference == nullptr) continue;
+    out.append(value.substr(run, i - run)).append(reference);
+    run = i + 1;
   }
+  out.append(value.substr(run));
   return out;
 }
 
@@ -219,16 +218,24 @@ void SetDateAttribute(pugi::xml_node element, const char* name, const Date& valu
   SetTextAttribute(element, name, FormatCatalogDate(value));
 }
 
-void SetTextContent(pugi::xml_node element, std::string_view value) {
-  CheckXmlText(value, std::string("the text of \"") + element.name() + "\"");
+namespace {
+
+void AppendEscapedText(pugi::xml_node element, std::string_view value) {
   if (value.empty()) return;
   const std::string escaped = Escape(value, false);
   element.append_child(pugi::node_pcdata).set_value(escaped.data(), escaped.size());
 }
 
+}  // namespace
+
+void SetTextContent(pugi::xml_node element, std::string_view value) {
+  CheckXmlText(value, std::string("the text of \"") + element.name() + "\"");
+  AppendEscapedText(element, value);
+}
+
 void SetDataContent(pugi::xml_node element, std::string_view value) {
   if (IsXmlText(value)) {
-    SetTextContent(element, value);
+    AppendEscapedText(element, value);
     return;
   }
   element.append_attribute(kEncodingAttribute).set_value(kBase64);
