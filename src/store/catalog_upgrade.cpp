@@ -74,6 +74,23 @@ void MakeContentIndex(DBConnection& connection, Notes& /*notes*/) {
   BuildContentIndex(connection, UpgradeProgress());
 }
 
+bool HasTable(DBConnection& connection, std::string_view name);
+
+// Format 5: the tables of clipping versions and of the trash, empty. Clippings deleted before
+// have no trash row; the trash shows them with their time unknown (store/trash.cpp).
+void MakeHistoryTables(DBConnection& connection, Notes& /*notes*/) {
+  const SchemaEngine engine =
+      IsSqlite(connection) ? SchemaEngine::kSqlite : SchemaEngine::kPostgres;
+  for (const std::string_view name : {"ClippingVersion", "ClippingVersionData", "DeletedItem"}) {
+    if (HasTable(connection, name)) continue;  // a step run once already left it
+    const TableDescription* table = CatalogSchema().FindTable(name);
+    connection.ExecuteSQL(CreateTableStatement(*table, engine));
+    for (const IndexDescription& index : table->indexes) {
+      connection.ExecuteSQL(CreateIndexStatement(*table, index));
+    }
+  }
+}
+
 struct UpgradeStep {
   int version;  // the format the catalog has after the step
   void (*run)(DBConnection&, Notes&);
@@ -83,6 +100,7 @@ constexpr UpgradeStep kSteps[] = {
     {2, MergeHistoryRows},
     {3, UpgradeCaseFolding},  // names compare by Unicode simple case folding
     {4, MakeContentIndex},
+    {5, MakeHistoryTables},
 };
 
 static_assert(kSteps[std::size(kSteps) - 1].version == kCatalogFormatVersion,
@@ -104,14 +122,16 @@ std::string ReadProperty(DBConnection& connection, std::string_view name) {
   return value;
 }
 
-bool HasPropertiesTable(DBConnection& connection) {
+bool HasTable(DBConnection& connection, std::string_view name) {
+  const std::string text = SqlText(Variant(std::string(name)));
   const std::string query =
       IsSqlite(connection)
-          ? "SELECT name FROM sqlite_schema WHERE type = 'table' AND name = 'CatalogProperties'"
-            " COLLATE NOCASE"
+          ? "SELECT name FROM sqlite_schema WHERE type = 'table' AND name = " + text +
+                " COLLATE NOCASE"
           : "SELECT c.relname FROM pg_catalog.pg_class AS c JOIN pg_catalog.pg_namespace AS n"
             " ON n.oid = c.relnamespace WHERE n.nspname = pg_catalog.current_schema()"
-            " AND c.relname = 'catalogproperties'";
+            " AND c.relname = lower(" +
+                text + ")";
   Recordset rs = connection.GetRecordsetRO(query);
   const bool found = !rs.Eof();
   rs.Close();
@@ -129,7 +149,7 @@ int CatalogFormatVersion(DBConnection& connection) {
   try {
     text = ReadProperty(connection, kCatalogPropertyFormatVersion);
   } catch (const AutomationError&) {
-    if (!HasPropertiesTable(connection)) return 0;
+    if (!HasTable(connection, "CatalogProperties")) return 0;
     throw;
   }
   const int32_t version = ToLongOr(Variant(text), 1);

@@ -8,6 +8,7 @@
 #include "entities/plain_text.h"
 #include "store/content_index.h"
 #include "store/data_access.h"
+#include "store/item_status_internal.h"
 #include "store/transaction_internal.h"
 #include "util/date.h"
 #include "util/errors.h"
@@ -18,9 +19,6 @@
 
 namespace clipcat {
 namespace {
-
-// The status a deleted clipping carries. Frozen: catalogs shared with other programs use it.
-constexpr const char* kDeletedClippingStatus = "4";
 
 // The table base name whose generator numbers clippings; folders draw from it too, so that no
 // clipping has the key of a folder of the same catalog.
@@ -44,11 +42,6 @@ int32_t ClippingKeyNumber(const std::string& key) {
   const int32_t number = value.ToLong();
   if (static_cast<double>(number) != value.ToDouble()) RaiseRuntimeError(err::kTypeMismatch);
   return number;
-}
-
-[[noreturn]] void RaiseClippingNameNotUnique(const std::string& name) {
-  RaiseError(err::kClippingNameNotUnique, kDataServicesSource,
-             FormatResourceMessage(kMessageNameNotUnique, {name}));
 }
 
 }  // namespace
@@ -178,6 +171,7 @@ std::shared_ptr<Clipping> DataAccess::UpdateClipping(const std::shared_ptr<Clipp
   const Date old_updated = oClipping->Updated();
   try {
     InTransaction(Connection(), [&] {
+      RecordVersion(key, bWriteData, oClipping->Name(), oClipping->Description());
       oClipping->SetUpdated(StoreKey(), Date::Now());
       Connection().ExecuteSQL("Update Clipping Set sName=" + SqlText(Variant(oClipping->Name())) +
                               ", " + "sDescription=" + SqlText(Variant(oClipping->Description())) +
@@ -211,12 +205,14 @@ void DataAccess::DeleteClipping(const std::string& sClippingID, bool bDeletePerm
   EnsureCatalogOpen();
   const std::string key = SqlNumber(Variant(GetLocalItemID(sClippingID, ExternalCatalogID())));
   InTransaction(Connection(), [&] {
+    if (!bDeletePermenantly) RecordDeletion(key, false);  // before its categories go
     DeleteAllCategoriesFromClipping(sClippingID);
     if (bDeletePermenantly) {
       Connection().ExecuteSQL("DELETE FROM ClippingDataType WHERE lClippingID=" + key);
       Connection().ExecuteSQL("DELETE FROM Clipping WHERE lClippingID=" + key);
       Connection().ExecuteSQL("DELETE FROM ClippingGroupClipping WHERE lClippingID=" + key);
       if (has_content_index_) RemoveContentText(Connection(), key);
+      ForgetClippingHistoryRows(key);
     } else {
       // The row and its content stay, so that the clipping can still be found by key or GUID.
       Connection().ExecuteSQL(std::string("UPDATE Clipping SET iClippingStatus=") +

@@ -44,6 +44,9 @@ void DataAccess::OpenCatalog(const std::string& sConnectionString, const std::st
   connection->OpenConnection(connection_string_, user_name_, password_);
   UpgradeCatalog(*connection);
   has_content_index_ = ::clipcat::HasContentIndex(*connection);
+  has_history_tables_ = CatalogFormatVersion(*connection) >= 5;
+  maximum_versions_.reset();
+  acting_user_.clear();
   connection_ = std::move(connection);
   is_open_ = true;
 }

@@ -10,7 +10,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "engine/db_connection.h"
 #include "engine/recordset.h"
@@ -21,7 +23,9 @@
 #include "entities/external_catalog.h"
 #include "entities/folder.h"
 #include "entities/search.h"
+#include "store/clipping_version.h"
 #include "store/content_query.h"
+#include "store/trash_entry.h"
 #include "util/date.h"
 #include "util/progress.h"
 #include "util/variant.h"
@@ -265,6 +269,48 @@ class DataAccess {
   // the clippings done.
   void RebuildContentIndex(const ProgressCallback& progress);
 
+  // ---- Trash (trash.cpp) ----
+  // Deleting marks folders and clippings deleted (status 3 and 4); from format 5 each delete also
+  // notes what it took, so that a restore gives it back. Catalogs of older formats answer an
+  // empty trash and restore nothing but the marks.
+
+  // The trash of this catalog: every deleted folder or clipping that a delete was asked for
+  // (not the items that went with a folder), most recently deleted first, unknown times last.
+  std::vector<TrashEntry> GetTrash();
+  // Brings the deleted folder or clipping `sItemID` back where it was, with the folders above
+  // it when they are deleted too, the items a folder's delete took with it, its status and a
+  // clipping's categories that still exist. A name taken meanwhile raises -2147220997 (folder)
+  // or -2147220996 (clipping) unless `bRename`, which gives it the first free name of the form
+  // "NAME (restored)", "NAME (restored 2)", ... Answers the name it has now. Raises 5 (source
+  // "Data Services") for an item that is not deleted. All or nothing.
+  std::string RestoreItem(const std::string& sItemID, bool bRename);
+  // Removes for good every trash entry deleted before `before` (all of them without it; unknown
+  // times count as old) with everything below it: rows, data items, versions, category
+  // memberships, access history and content text. Answers the number of folders and clippings
+  // removed. All or nothing.
+  int32_t EmptyTrash(const std::optional<Date>& before);
+
+  // ---- Versions (versions.cpp) ----
+  // From format 5 every UpdateClipping that writes the data, or changes the name or the
+  // description, first keeps the clipping's state as a version, in the same transaction.
+
+  // The versions kept of `sClippingID`, oldest first; none on catalogs of older formats.
+  std::vector<ClippingVersion> GetClippingVersions(const std::string& sClippingID);
+  // The clipping as version `lVersion` left it: the current clipping's id, folder and GUID with
+  // the version's name, description, items and time. nullptr when there is no such version.
+  std::shared_ptr<Clipping> GetClippingVersion(const std::string& sClippingID, int32_t lVersion);
+  // Makes version `lVersion` the clipping's current state (the state it replaces becomes a
+  // version itself). Raises 5 (source "Data Services") when there is no such version, and what
+  // UpdateClipping raises.
+  std::shared_ptr<Clipping> RevertClipping(const std::string& sClippingID, int32_t lVersion);
+  // How many versions are kept per clipping (0: none; the oldest go first). Default 50.
+  int32_t MaximumVersions();
+  // Sets it for this catalog (a catalog property) and drops the versions beyond it. Raises 5 for
+  // a negative number or a catalog of an older format.
+  void SetMaximumVersions(int32_t lMaximum);
+  // The versions kept in this catalog and their size.
+  VersionSpace GetVersionSpace();
+
   // ---- Categories ----
   // Categories are kept in category group 1; rows of other groups are neither listed nor
   // compared. Ids that are not keys raise 13 before anything is written.
@@ -383,6 +429,17 @@ class DataAccess {
   // err::kInvalidProcedureCall for any other base name.
   int32_t GetNextID(const std::string& sTableBaseName, const std::string& sGUID);
 
+  // Trash and versions (trash.cpp, versions.cpp).
+  // Notes a folder or clipping a delete is about to mark deleted, unless it is deleted already.
+  void RecordDeletion(const std::string& key, bool is_folder);
+  // Removes the rows only the trash and the versions keep of clipping `key`.
+  void ForgetClippingHistoryRows(const std::string& key);
+  // Keeps the state of clipping `key` as its next version before UpdateClipping changes it.
+  void RecordVersion(const std::string& key, bool writes_data, const std::string& name,
+                     const std::string& description);
+  // The login name, or the server role, that versions and the trash record.
+  const std::string& ActingUser();
+
   // Row readers and helpers of the store operations.
   std::shared_ptr<Folder> ReadFolderRow(const Recordset& rs);
   std::shared_ptr<Clipping> ReadClippingRow(const Recordset& rs, bool bGetData);
@@ -410,7 +467,11 @@ class DataAccess {
   bool auto_connect_ = false;
   bool is_transactional_ = false;
   bool is_personal_catalog_ = false;
-  bool has_content_index_ = false;  // of the open catalog
+  bool has_content_index_ = false;           // of the open catalog
+  bool has_history_tables_ = false;          // versions and trash rows: format 5 and later
+  std::optional<int32_t> maximum_versions_;  // read once per open
+  std::string acting_user_;                  // asked once per open
+  std::string deletion_root_;  // the key of the item whose delete is under way, if any
   int32_t external_catalog_id_ = 0;
 };
 

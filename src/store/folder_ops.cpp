@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "store/data_access.h"
+#include "store/item_status_internal.h"
 #include "store/transaction_internal.h"
 #include "util/errors.h"
 #include "util/guid.h"
@@ -18,7 +19,6 @@ namespace {
 
 // Folder status codes. Frozen: catalogs store them.
 constexpr int32_t kFolderStatusActive = 1;
-constexpr int32_t kFolderStatusDeleted = 3;
 constexpr int32_t kFolderStatusError = 4;
 
 // Leaves deleted folders out of a listing.
@@ -49,11 +49,6 @@ std::string FolderNameQuery(const std::string& select_where, const std::string& 
 
 // True when the local key `key` is the number 0, the parent of the folders at the top.
 bool IsTopKey(const std::string& key) { return ToDecimalOr(Variant(key), -1) == 0; }
-
-[[noreturn]] void RaiseFolderNameNotUnique(const std::string& name) {
-  RaiseError(err::kFolderNameNotUnique, kDataServicesSource,
-             FormatResourceMessage(kMessageNameNotUnique, {name}));
-}
 
 // The properties that adding or updating a folder writes into the caller's object, so that a
 // failed or trial write can give the caller its object back as it was.
@@ -327,7 +322,10 @@ void DataAccess::RemoveFolderRow(const std::string& sFolderId, bool bDeletePerme
   const std::string key = SqlNumber(Variant(GetLocalItemID(sFolderId, external_catalog_id_)));
   if (bDeletePermenantly) {
     Connection().ExecuteSQL("Delete From Folder Where lFolderID=" + key);
+    if (has_history_tables_)
+      Connection().ExecuteSQL("DELETE FROM DeletedItem WHERE lItemID=" + key);
   } else {
+    RecordDeletion(key, true);
     Connection().ExecuteSQL("Update Folder Set iStatus=" + std::to_string(kFolderStatusDeleted) +
                             " Where lFolderID=" + key);
   }
@@ -377,6 +375,14 @@ void DataAccess::DeleteFolder(const std::string& sFolderId, bool bDeletePermenan
   InTransaction(Connection(), [&] {
     std::shared_ptr<Folder> folder = GetFolder(sFolderId);
     if (folder == nullptr) return;
+    // Everything this delete marks belongs to the folder's entry in the trash.
+    const std::string outer_root = std::exchange(
+        deletion_root_, SqlNumber(Variant(GetLocalItemID(sFolderId, external_catalog_id_))));
+    struct RootReset {
+      std::string& root;
+      std::string previous;
+      ~RootReset() { root = std::move(previous); }
+    } reset{deletion_root_, outer_root};
     GetChildFolders(folder, true, false);
     DeleteFolderTree(folder, bDeletePermenantly);
     FinishFolderDelete(folder, bDeletePermenantly);

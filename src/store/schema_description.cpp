@@ -154,6 +154,42 @@ SchemaDescription* MakeCatalogSchema() {
           KeyGenerator("FolderIDGenerator", "ixFolderIDGenerator_sGUID"),
           KeyGenerator("GroupClippingIDGenerator", "ixGroupClippingIDGenerator_sGUID"),
           KeyGenerator("ExternalCatalogIDGenerator", "ixExternalCatalogIDGenerator_sGUID"),
+
+          // Earlier states of clippings (format 5): version lVersion of clipping lClippingID is
+          // the name, description and items it had before the change saved at tSaved by
+          // sSavedBy. The items are ClippingDataType rows as they were, compressed alike.
+          {"ClippingVersion",
+           {{"lClippingID", kLong},
+            {"lVersion", kLong},
+            {"tSaved", kDateTime},
+            {"sSavedBy", kCaseSensitiveText},
+            {"sName", kCaseSensitiveText},
+            {"sDescription", kCaseSensitiveText}},
+           "",
+           {UniqueIndex("ixClippingVersion_Version", {"lClippingID", "lVersion"})}},
+          {"ClippingVersionData",
+           {{"lClippingID", kLong},
+            {"lVersion", kLong},
+            {"lDataTypeId", kLong},
+            {"bIsCompressed", kBoolean, 0},
+            {"ClippingData", kBinary}},
+           "",
+           {Index("ixClippingVersionData_Version", {"lClippingID", "lVersion"})}},
+
+          // The trash (format 5): one row per folder or clipping marked deleted, saying which
+          // delete took it (lDeletionRootID, the item that delete was asked for), when, by whom,
+          // its status before, and a clipping's categories (their keys, comma-separated), so that
+          // a restore gives back what the delete took.
+          {"DeletedItem",
+           {{"lItemID", kLong},
+            {"bIsFolder", kBoolean, 0},
+            {"lDeletionRootID", kLong},
+            {"tDeleted", kDateTime},
+            {"sDeletedBy", kCaseSensitiveText},
+            {"iPreviousStatus", kInteger, 1},
+            {"sCategoryIDs", kCaseSensitiveText}},
+           "lItemID",
+           {Index("ixDeletedItem_lDeletionRootID", {"lDeletionRootID"})}},
       }};
 }
 

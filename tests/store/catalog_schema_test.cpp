@@ -50,7 +50,12 @@ const std::string kTables =
     "bIsOnline BOOLEAN iConnectionSpeed SMALLINT; ClippingText: lClippingID* INTEGER sName TEXT "
     "sDescription TEXT sText TEXT; CatalogProperties: sCatalogProperty* TEXT sValue "
     "TEXT; FolderIDGenerator: lID INTEGER sGUID* TEXT; GroupClippingIDGenerator: lID INTEGER "
-    "sGUID* TEXT; ExternalCatalogIDGenerator: lID INTEGER sGUID* TEXT";
+    "sGUID* TEXT; ExternalCatalogIDGenerator: lID INTEGER sGUID* TEXT; ClippingVersion: "
+    "lClippingID* INTEGER lVersion INTEGER tSaved DATETIME sSavedBy TEXT sName TEXT sDescription "
+    "TEXT; ClippingVersionData: lClippingID* INTEGER lVersion INTEGER lDataTypeId INTEGER "
+    "bIsCompressed BOOLEAN ClippingData BLOB; DeletedItem: lItemID* INTEGER bIsFolder BOOLEAN "
+    "lDeletionRootID* INTEGER tDeleted DATETIME sDeletedBy TEXT iPreviousStatus SMALLINT "
+    "sCategoryIDs TEXT";
 
 TEST(CatalogSchema, NewCatalogHasTheTablesIndexesRootAndSettings) {
   TempCatalog catalog;
