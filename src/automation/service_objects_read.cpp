@@ -62,6 +62,7 @@ MemberTable BuildReadTable() {
   MEMBER(FindClippings, "oSearch", "oDefaultConnection");
   MEMBER(SearchContent, "sQuery", "lMaximumItems", "oDefaultConnection",
          Opt("sFolderID", std::string()), Opt("sCategoryID", std::string()), Opt("lDataType", 0));
+  MEMBER(GetClippingVersion, "sClippingID", "lVersion", "oDefaultConnection");
   MEMBER(GetFolder, "sFolderId", "oDefaultConnection");
   MEMBER(GetFolders, "oDefaultConnection", Opt("bGetExternalFolders", true));
   MEMBER(GetFoldersForLinkedFolder, "oFolder", "oDefualtConnection");

@@ -56,6 +56,13 @@ MemberTable BuildWriteTable() {
   MEMBER(UpdateFolder, "oFolder", "oDefaultConnection", Opt("bCheckNameUnique", false));
   MEMBER(UpdateClipping, "oClipping", "oDefaultConnection", "bUpdateData",
          Opt("bCheckNameUnique", false));
+  // The trash and versions (members beyond the original interface).
+  MEMBER(RestoreItem, "sItemID", "oDefaultConnection", Opt("bRename", false));
+  MEMBER(EmptyTrash, "oDefaultConnection", Opt("lOlderThanDays", -1),
+         Opt("sCatalogFolderID", std::string()));
+  MEMBER(RevertClipping, "sClippingID", "lVersion", "oDefaultConnection");
+  MEMBER(SetMaximumVersions, "lMaximum", "oDefaultConnection",
+         Opt("sCatalogFolderID", std::string()));
   return t;
 }
 

@@ -2,6 +2,7 @@
 // that does the work (commands.h).
 #include <CLI/CLI.hpp>
 #include <iostream>
+#include <optional>
 
 #include "automation/entity_objects.h"
 #include "cli/call_command.h"
@@ -88,12 +89,16 @@ class ShowUnit final : public Command {
   void Declare(CLI::App& command) override {
     command.add_option("ID", id_, "Clipping id")->required();
     command.add_option("--raw", raw_type_, "Write only the content of the data item of this type");
+    command.add_option("--version", version_, "Show this earlier version (see versions)");
   }
-  void Run(const Context& context) override { ShowCommand(context, id_, raw_type_); }
+  void Run(const Context& context) override {
+    ShowCommand(context, id_, raw_type_, true, version_);
+  }
 
  private:
   std::string id_;
   int raw_type_ = 0;
+  std::optional<int> version_;
 };
 
 class AddUnit final : public Command {
@@ -273,6 +278,103 @@ class UnlinkUnit final : public Command {
   std::string folder_;
 };
 
+class TrashUnit final : public Command {
+ public:
+  TrashUnit() : Command("trash", "List what was deleted; 'trash empty' removes it for good") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("--folder", folder_, "The trash of the catalog this linked folder links");
+    empty_ = command.add_subcommand("empty", "Remove what is in the trash for good");
+    empty_->add_option("--older-than", older_than_,
+                       "Only what was deleted longer ago than this (30d, 2w, 12h)");
+    empty_->add_option("--folder", folder_, "The trash of the catalog this linked folder links");
+  }
+  void Run(const Context& context) override {
+    if (empty_->parsed()) {
+      EmptyTrashCommand(context, older_than_, folder_);
+    } else {
+      TrashCommand(context, folder_);
+    }
+  }
+
+ private:
+  CLI::App* empty_ = nullptr;
+  std::string folder_, older_than_;
+};
+
+class RestoreUnit final : public Command {
+ public:
+  RestoreUnit()
+      : Command("restore", "Bring a deleted folder or clipping back where it was (see trash)") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("ID", id_, "Folder or clipping id")->required();
+    command.add_flag("--rename", rename_,
+                     "When its name is taken meanwhile, restore it as \"NAME (restored)\"");
+  }
+  void Run(const Context& context) override { RestoreCommand(context, id_, rename_); }
+
+ private:
+  std::string id_;
+  bool rename_ = false;
+};
+
+class VersionsUnit final : public Command {
+ public:
+  VersionsUnit()
+      : Command("versions", "List the earlier versions of a clipping; --keep N sets how many") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("ID", id_, "Clipping id");
+    command.add_option("--keep", keep_,
+                       "Keep at most this many versions per clipping (catalog-wide; default 50)");
+  }
+  void Run(const Context& context) override {
+    if (id_.empty() && !keep_) throw CLI::RequiredError("ID");
+    VersionsCommand(context, id_, keep_);
+  }
+
+ private:
+  std::string id_;
+  std::optional<int> keep_;
+};
+
+class DiffUnit final : public Command {
+ public:
+  DiffUnit()
+      : Command("diff",
+                "Line diff of a clipping's text: diff ID [N [M]] (newest version, or N, "
+                "against now, or against M)") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("ID", id_, "Clipping id")->required();
+    command.add_option("N", from_, "The earlier version");
+    command.add_option("M", to_, "The later version (default: now)");
+  }
+  void Run(const Context& context) override { DiffCommand(context, id_, from_, to_); }
+
+ private:
+  std::string id_;
+  std::optional<int> from_, to_;
+};
+
+class RevertUnit final : public Command {
+ public:
+  RevertUnit() : Command("revert", "Make version N of a clipping current again") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("ID", id_, "Clipping id")->required();
+    command.add_option("N", version_, "Version number (see versions)")->required();
+  }
+  void Run(const Context& context) override { RevertCommand(context, id_, version_); }
+
+ private:
+  std::string id_;
+  int version_ = 0;
+};
+
+class InfoUnit final : public Command {
+ public:
+  InfoUnit() : Command("info", "What the catalog's versions and trash hold") {}
+  void Declare(CLI::App&) override {}
+  void Run(const Context& context) override { InfoCommand(context); }
+};
+
 class ReindexUnit final : public Command {
  public:
   ReindexUnit() : Command("reindex", "Make the catalog's content index anew from its clippings") {}
@@ -333,11 +435,17 @@ std::vector<std::unique_ptr<Command>> AllCommands() {
   commands.push_back(std::make_unique<MoveUnit>());
   commands.push_back(std::make_unique<RemoveUnit>());
   commands.push_back(std::make_unique<SearchUnit>());
+  commands.push_back(std::make_unique<TrashUnit>());
+  commands.push_back(std::make_unique<RestoreUnit>());
+  commands.push_back(std::make_unique<VersionsUnit>());
+  commands.push_back(std::make_unique<DiffUnit>());
+  commands.push_back(std::make_unique<RevertUnit>());
   commands.push_back(std::make_unique<ReindexUnit>());
   commands.push_back(std::make_unique<TagUnit>(false));
   commands.push_back(std::make_unique<TagUnit>(true));
   commands.push_back(std::make_unique<CategoriesUnit>());
   commands.push_back(std::make_unique<HistoryUnit>());
+  commands.push_back(std::make_unique<InfoUnit>());
   commands.push_back(std::make_unique<LinkUnit>());
   commands.push_back(std::make_unique<UnlinkUnit>());
   commands.push_back(std::make_unique<ExportUnit>());

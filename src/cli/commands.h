@@ -33,7 +33,7 @@ void ListCommand(const Context& context, const std::string& folder);
 // `raw_type` > 0 writes only that data item's content, exactly. With `record_access` the showing
 // counts as a use of the clipping in the access history.
 void ShowCommand(const Context& context, const std::string& id, int raw_type,
-                 bool record_access = true);
+                 bool record_access = true, std::optional<int> version = std::nullopt);
 void AddCommand(const Context& context, const AddOptions& options);
 void MakeFolderCommand(const Context& context, const std::string& parent, const std::string& name);
 void RenameCommand(const Context& context, const std::string& id, const std::string& name);
@@ -59,6 +59,22 @@ void CategoriesCommand(const Context& context);
 void HistoryCommand(const Context& context, int maximum);
 void LinkCommand(const Context& context, const std::string& name, const std::string& connection);
 void UnlinkCommand(const Context& context, const std::string& folder);
+
+// The trash: its entries; what was deleted more than `older_than` ago ("30d", "2w"; all of it
+// when empty) removed for good; one entry brought back (with `rename` under a free name when
+// its name is taken).
+void TrashCommand(const Context& context, const std::string& folder);
+void EmptyTrashCommand(const Context& context, const std::string& older_than,
+                       const std::string& folder);
+void RestoreCommand(const Context& context, const std::string& id, bool rename);
+// The versions of clipping `id` (with `keep`, first sets how many each clipping keeps; `id` may
+// then be empty), a line diff of two of its states, and one made current again.
+void VersionsCommand(const Context& context, const std::string& id, std::optional<int> keep);
+void DiffCommand(const Context& context, const std::string& id, std::optional<int> from,
+                 std::optional<int> to);
+void RevertCommand(const Context& context, const std::string& id, int version);
+// What the catalog's versions and trash hold.
+void InfoCommand(const Context& context);
 
 // Writes the whole catalog as one catalog document to `file` (standard output for "" or "-").
 void ExportCommand(const Context& context, const std::string& file);

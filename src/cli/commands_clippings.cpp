@@ -16,6 +16,7 @@
 #include "library/content_index.h"
 #include "library/item_edits.h"
 #include "library/item_lookup.h"
+#include "library/trash_and_versions.h"
 #include "util/errors.h"
 #include "util/values.h"
 
@@ -47,10 +48,15 @@ void ListCommand(const Context& context, const std::string& folder) {
   PrintClippings(*clippings, context, false);
 }
 
-void ShowCommand(const Context& context, const std::string& id, int raw_type, bool record_access) {
+void ShowCommand(const Context& context, const std::string& id, int raw_type, bool record_access,
+                 std::optional<int> version) {
   Catalog catalog = Catalog::Open(context.location);
-  const auto clipping = RequireClipping(catalog, id, true);
-  if (record_access) catalog.write().UpdateClippingHistory(clipping, catalog.details());
+  // An earlier version is looked at, not used: it does not count in the history.
+  const auto clipping =
+      version ? ClippingAtVersion(catalog, id, *version) : RequireClipping(catalog, id, true);
+  if (record_access && !version) {
+    catalog.write().UpdateClippingHistory(clipping, catalog.details());
+  }
   if (raw_type > 0) {
     for (const auto& item : *clipping->ClippingData()) {
       if (item->ClippingDataType() == raw_type) {
@@ -73,7 +79,8 @@ void ShowCommand(const Context& context, const std::string& id, int raw_type, bo
   table.Add({"description", clipping->Description()});
   table.Add({"folder", clipping->FolderID() + "  " + path});
   table.Add({"guid", clipping->GUID()});
-  table.Add({"updated", FormatCatalogDate(clipping->Updated())});
+  table.Add({version ? "replaced" : "updated", FormatCatalogDate(clipping->Updated())});
+  if (version) table.Add({"version", std::to_string(*version)});
   table.Add({"categories", categories});
   for (const auto& item : *clipping->ClippingData()) {
     table.Add({"data", DataTypeName(item->ClippingDataType()) + " (type " +

@@ -54,6 +54,18 @@ class ClippingDataRead {
                                            const std::string& sCategoryID = "",
                                            int32_t lDataType = 0);
 
+  // ---- Versions (trash_and_versions.cpp) ----
+  // The versions kept of the clipping, oldest first.
+  std::vector<ClippingVersion> GetClippingVersions(const std::string& sClippingID,
+                                                   const Connection& oDefaultConnection);
+  // The clipping as version lVersion left it, with its data; nothing when there is no such
+  // version.
+  std::shared_ptr<Clipping> GetClippingVersion(const std::string& sClippingID, int32_t lVersion,
+                                               const Connection& oDefaultConnection);
+  // What the versions of the selected catalog (as ClippingDataWrite::GetTrash selects it) take.
+  VersionSpace GetVersionSpace(const Connection& oDefaultConnection,
+                               const std::string& sCatalogFolderID = "");
+
   ClippingDataRead() = default;
   ~ClippingDataRead();
   ClippingDataRead(const ClippingDataRead&) = delete;

@@ -9,11 +9,13 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "entities/category.h"
 #include "entities/clipping.h"
 #include "entities/connection_details.h"
 #include "entities/folder.h"
+#include "store/trash_entry.h"
 #include "util/progress.h"
 
 namespace clipcat {
@@ -33,6 +35,29 @@ class ClippingDataWrite {
   // text) anew from its clippings, in one transaction; `progress` hears of the clippings done.
   void RebuildContentIndex(const std::string& sItemID, const Connection& oDefaultConnection,
                            const ProgressCallback& progress);
+
+  // ---- Trash and versions (trash_and_versions.cpp) ----
+  // sCatalogFolderID selects a catalog: empty for the default catalog, a folder that links a
+  // catalog for that catalog, any other item id for the catalog that holds it.
+
+  // The trash of the selected catalog (DataAccess::GetTrash).
+  std::vector<TrashEntry> GetTrash(const std::string& sCatalogFolderID,
+                                   const Connection& oDefaultConnection);
+  // Brings a deleted folder or clipping back where it was (DataAccess::RestoreItem) and answers
+  // the name it has now.
+  std::string RestoreItem(const std::string& sItemID, const Connection& oDefaultConnection,
+                          bool bRename = false);
+  // Removes for good what the selected catalog's trash holds that was deleted more than
+  // lOlderThanDays days ago (everything for a negative number); answers how many folders and
+  // clippings went.
+  int32_t EmptyTrash(const Connection& oDefaultConnection, int32_t lOlderThanDays = -1,
+                     const std::string& sCatalogFolderID = "");
+  // Makes version lVersion of the clipping its current state; answers the clipping.
+  std::shared_ptr<Clipping> RevertClipping(const std::string& sClippingID, int32_t lVersion,
+                                           const Connection& oDefaultConnection);
+  // How many versions the selected catalog keeps per clipping from now on.
+  void SetMaximumVersions(int32_t lMaximum, const Connection& oDefaultConnection,
+                          const std::string& sCatalogFolderID = "");
 
   // Removes every category of the clipping named by the (misnamed) sCategoryID.
   void DeleteAllCategoriesFromClipping(const std::string& sCategoryID,

@@ -31,7 +31,7 @@ TEST(ServiceObjects, TablesHoldEveryMemberOnceWithTypesByPrefix) {
                                                {'o', ParamType::kObject}};
   const std::set<std::string> declared_as_string = {
       "ClippingExists.oDefaultConnection", "GetClippingsForFolderAndChildFolders.bGetData"};
-  for (const auto& [progid, count] : {std::pair{kRead, 42u}, std::pair{kWrite, 25u}}) {
+  for (const auto& [progid, count] : {std::pair{kRead, 43u}, std::pair{kWrite, 29u}}) {
     std::set<std::string> names;
     for (const MemberInfo& m : TableOf(progid).members()) {
       names.insert(m.name);
@@ -266,6 +266,22 @@ TEST_F(ServiceCalls, EveryMemberRunsByNameWithTextArguments) {
   EXPECT_EQ(List(Call("R.GetDeletedClippingsForCatalog", {"1", "False", c})), "Farewell");
   Call("W.DeleteFolder", {drafts, c, "True"});
   EXPECT_EQ(List(Call("R.GetDeletedClippingsForCatalog", {"1", "False", c})), "");
+
+  // Versions: the rename kept "Greeting" as version 1; a revert to it keeps "Hello" as version 2.
+  EXPECT_EQ(Get(Call("R.GetClippingVersion", {greeting, "1", c}), "Name"), "Greeting");
+  EXPECT_EQ(Call("R.GetClippingVersion", {greeting, "9", c}).AsObject(), nullptr);
+  EXPECT_EQ(Get(Call("W.RevertClipping", {greeting, "1", c}), "Name"), "Greeting");
+  EXPECT_EQ(Get(Call("R.GetClippingVersion", {greeting, "2", c}), "Name"), "Hello");
+  Call("W.SetMaximumVersions", {"1", c});
+  EXPECT_EQ(Call("R.GetClippingVersion", {greeting, "1", c}).AsObject(), nullptr);
+  // The trash: a deleted clipping comes back once; emptying the trash removes it for good.
+  Call("W.DeleteClipping", {greeting, c});
+  EXPECT_EQ(Call("W.RestoreItem", {greeting, c}), Variant("Greeting"));
+  EXPECT_EQ(RaisedNumber([&] { Call("W.RestoreItem", {greeting, c}); }),
+            err::kInvalidProcedureCall);
+  Call("W.DeleteClipping", {greeting, c});
+  EXPECT_EQ(Call("W.EmptyTrash", {c, "-1"}).ToLong(), 1);
+  EXPECT_EQ(Call("R.GetClipping", {greeting, c}).AsObject(), nullptr);
 
   // Members not written yet say so, naming themselves.
   for (const auto& [member, args] :
