@@ -35,6 +35,7 @@ constexpr Scenario kScenarios[] = {
     {"content", clipcat_bench::RunContent},  // content search
     {"xml", clipcat_bench::RunXml},
     {"history", clipcat_bench::RunHistory},
+    {"versions", clipcat_bench::RunVersions},  // trash and versions
     {"whatif", clipcat_bench::RunWritesRelaxedSync},
 };
 

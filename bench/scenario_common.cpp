@@ -5,7 +5,6 @@
 #include "floor_engine.h"
 
 namespace clipcat_bench {
-namespace {
 
 int64_t Count(const std::string& path, const std::string& sql) {
   FloorDb db(path);
@@ -14,8 +13,6 @@ int64_t Count(const std::string& path, const std::string& sql) {
   s.Reset();
   return n;
 }
-
-}  // namespace
 
 void RequireSameCount(const std::string& ours_path, const std::string& floor_path,
                       const std::string& sql) {

@@ -2,11 +2,15 @@
 // the write measurements that the what-if run repeats under another durability setting.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "harness.h"
 
 namespace clipcat_bench {
+
+// The single number `sql` answers in the catalog at `path` (-1 for no row).
+int64_t Count(const std::string& path, const std::string& sql);
 
 // Throws unless the single number `sql` answers is the same in both catalogs: the floor must
 // have done the same work as ours.

@@ -20,6 +20,8 @@ void RunSearch(const Options& options, Report& report);
 void RunContent(const Options& options, Report& report);
 // Clippings XML of 1,000 clippings written and read back; one clipping with a 10 MB item.
 void RunXml(const Options& options, Report& report);
+// AddClipping and UpdateClipping on a catalog keeping 50 versions against one keeping none.
+void RunVersions(const Options& options, Report& report);
 // 10,000 UpdateClippingHistory calls and GetClippingsHistroy of 100.
 void RunHistory(const Options& options, Report& report);
 
