@@ -56,7 +56,7 @@ std::string PlainTextOf(int32_t type, std::string_view content) {
     case kPlainTextDataType:
       return StorableText(content);
     case kRichTextDataType:
-      return RtfToText(content);
+      return StorableText(RtfToText(content));
     case kSpreadsheetXmlDataType:
     case kWordProcessorXmlDataType:
     case kCatalogXmlDataType:

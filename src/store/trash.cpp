@@ -340,6 +340,11 @@ int32_t DataAccess::EmptyTrash(const std::optional<Date>& before) {
         clippings.push_back(ToTextOr(held.Value("lClippingID"), ""));
       held.Close();
     }
+    // A clipping or folder deleted on its own inside a folder that goes is met twice.
+    std::sort(clippings.begin(), clippings.end());
+    clippings.erase(std::unique(clippings.begin(), clippings.end()), clippings.end());
+    std::sort(folders.begin(), folders.end());
+    folders.erase(std::unique(folders.begin(), folders.end()), folders.end());
     for (const std::string& clipping : clippings) {
       const std::string id = ComposeItemID(clipping, ExternalCatalogID());
       DeleteClipping(id, true);

@@ -12,6 +12,7 @@
 #include "util/date.h"
 #include "util/errors.h"
 #include "util/item_id.h"
+#include "util/text.h"
 #include "util/values.h"
 
 namespace clipcat {
@@ -76,9 +77,10 @@ void DataAccess::RecordVersion(const std::string& key, bool writes_data, const s
   if (!writes_data) {
     Recordset current = Connection().GetRecordsetRO(
         "SELECT sName, sDescription FROM Clipping WHERE lClippingID=" + key);
+    // Compared as the update will store them: without the spaces around them.
     const bool unchanged =
-        current.Eof() || (ToTextOr(current.Value("sName"), "") == name &&
-                          ToTextOr(current.Value("sDescription"), "") == description);
+        current.Eof() || (ToTextOr(current.Value("sName"), "") == TrimSpaces(name) &&
+                          ToTextOr(current.Value("sDescription"), "") == TrimSpaces(description));
     current.Close();
     if (unchanged) return;
   }

@@ -66,6 +66,8 @@ TEST(PlainTextOf, TextIsAlwaysValidUtf8WithoutNul) {
   EXPECT_EQ(PlainTextOf(kPlainTextDataType, std::string("caf\xe9 \0nul\xff", 10)),
             "caf\ufffd  nul\ufffd");
   EXPECT_EQ(PlainTextOf(kSpreadsheetXmlDataType, "<a>x\xc3(y</a>"), "x\ufffd(y");
+  // Rich text that is not RTF at all is read as text, and cleaned the same way.
+  EXPECT_EQ(PlainTextOf(kRichTextDataType, std::string("ab\0cd\xff", 6)), "ab cd\ufffd");
   EXPECT_EQ(PlainTextOf(kPlainTextDataType, "\xce\xa3\xe6\x97\xa5"), "\xce\xa3\xe6\x97\xa5");
 }
 
