@@ -273,7 +273,7 @@ std::vector<FloorHit> FloorCommon(FloorDb& db, const std::string& word) {
   Statement& s = db.Prepare(
       "SELECT rowid, snippet(ClippingTextIndex, -1, '[', ']', '\xE2\x80\xA6', 16) FROM "
       "ClippingTextIndex WHERE ClippingTextIndex MATCH ? ORDER BY bm25(ClippingTextIndex, 4.0, "
-      "2.0, 1.0) LIMIT " +
+      "2.0, 1.0), rowid LIMIT " +
       std::to_string(kResults));
   s.Text(1, Quoted(word));
   std::vector<FloorHit> hits;
@@ -494,6 +494,7 @@ void RunContent(const Options& options, Report& report) {
     WriteIndexRows(path, clippings, keys);
   }
   const double indexed_mb = CatalogMB(path);
+
   report.Ratio("catalog size with the index", "MB", indexed_mb, plain_mb, 1.5,
                "floor: the same " + of + " before the index was made");
 
@@ -542,6 +543,9 @@ void RunContent(const Options& options, Report& report) {
     Require(ours.size() == static_cast<size_t>(kResults) && floor.size() == ours.size(),
             "50 clippings found for \"" + word + "\"");
     Require(!ours.front().snippet.empty() && !floor.front().snippet.empty(), "snippets");
+    std::vector<int64_t> floor_keys;
+    for (const FloorHit& hit : floor) floor_keys.push_back(hit.key);
+    Require(KeysOf(ours) == floor_keys, "the best 50 by bm25 for \"" + word + "\", in order");
     lowest = std::min(lowest, corpus.DocumentsWith(word));
     highest = std::max(highest, corpus.DocumentsWith(word));
   }

@@ -1,7 +1,12 @@
 #include "engine/sqlite_functions.h"
 
+#include <algorithm>
+#include <cmath>
+#include <functional>
 #include <memory>
+#include <queue>
 #include <string>
+#include <vector>
 
 #include "engine/case_folding.h"
 #include "util/date_text.h"
@@ -112,6 +117,150 @@ void LikeFunction(sqlite3_context* context, int argc, sqlite3_value** argv) {
                       [](void* pattern) { delete static_cast<FoldedLikePattern*>(pattern); });
 }
 
+// bm25_best: the state of one full-text query, kept by FTS5 with the query. The constants and the
+// formula are those of FTS5's bm25(), step for step, so that both give the same doubles.
+class BestBm25 {
+ public:
+  static constexpr double kK1 = 1.2;
+  static constexpr double kB = 0.75;
+
+  // Reads what every row of the query shares: the average row length and each phrase's IDF.
+  int Prepare(const Fts5ExtensionApi* api, Fts5Context* fts) {
+    const int phrases = api->xPhraseCount(fts);
+    sqlite3_int64 rows = 0;
+    sqlite3_int64 tokens = 0;
+    int rc = api->xRowCount(fts, &rows);
+    if (rc == SQLITE_OK) rc = api->xColumnTotalSize(fts, -1, &tokens);
+    if (rc != SQLITE_OK) return rc;
+    avgdl_ = static_cast<double>(tokens) / static_cast<double>(rows);
+    idf_.assign(static_cast<size_t>(phrases), 0);
+    freq_.assign(static_cast<size_t>(phrases), 0);
+    for (int i = 0; i < phrases; ++i) {
+      sqlite3_int64 hits = 0;
+      rc = api->xQueryPhrase(fts, i, &hits, [](const Fts5ExtensionApi*, Fts5Context*, void* count) {
+        ++*static_cast<sqlite3_int64*>(count);
+        return SQLITE_OK;
+      });
+      if (rc != SQLITE_OK) return rc;
+      double idf = std::log((static_cast<double>(rows) - static_cast<double>(hits) + 0.5) /
+                            (static_cast<double>(hits) + 0.5));
+      if (idf <= 0.0) idf = 1e-6;
+      idf_[static_cast<size_t>(i)] = idf;
+    }
+    columns_ = api->xColumnCount(fts);
+    return SQLITE_OK;
+  }
+
+  // The row's value as described in the header, or an SQLite error code.
+  int Score(const Fts5ExtensionApi* api, Fts5Context* fts, sqlite3_context* context, int argc,
+            sqlite3_value** argv) {
+    const sqlite3_int64 rowid = api->xRowid(fts);
+    if (answered_ && rowid == last_rowid_) {
+      if (last_score_) {
+        sqlite3_result_double(context, *last_score_);
+      } else {
+        sqlite3_result_null(context);
+      }
+      return SQLITE_OK;
+    }
+    const sqlite3_int64 best = argc > 0 ? sqlite3_value_int64(argv[0]) : 0;
+    std::fill(freq_.begin(), freq_.end(), 0.0);
+    // Each column holds at least as many tokens as its last hit's place says.
+    std::vector<int> least_size(static_cast<size_t>(std::max(columns_, 0)), 0);
+    int instances = 0;
+    int rc = api->xInstCount(fts, &instances);
+    for (int i = 0; rc == SQLITE_OK && i < instances; ++i) {
+      int phrase = 0;
+      int column = 0;
+      int offset = 0;
+      rc = api->xInst(fts, i, &phrase, &column, &offset);
+      if (rc != SQLITE_OK) break;
+      const double weight = argc - 1 > column ? sqlite3_value_double(argv[column + 1]) : 1.0;
+      freq_[static_cast<size_t>(phrase)] += weight;
+      if (column >= 0 && column < columns_) {
+        int& size = least_size[static_cast<size_t>(column)];
+        size = std::max(size, offset + 1);
+      }
+    }
+    if (rc != SQLITE_OK) return rc;
+    answered_ = true;
+    last_rowid_ = rowid;
+    if (best > 0 && static_cast<sqlite3_int64>(best_.size()) >= best) {
+      double least = 0;
+      for (int size : least_size) least += size;
+      // The score falls as the row grows: at its least size it is the most the row can score.
+      if (Value(least) < best_.top()) {
+        last_score_.reset();
+        sqlite3_result_null(context);
+        return SQLITE_OK;
+      }
+    }
+    int tokens = 0;
+    rc = api->xColumnSize(fts, -1, &tokens);
+    if (rc != SQLITE_OK) return rc;
+    const double score = Value(static_cast<double>(tokens));
+    if (best > 0) {
+      best_.push(score);
+      if (static_cast<sqlite3_int64>(best_.size()) > best) best_.pop();
+    }
+    last_score_ = -1.0 * score;
+    sqlite3_result_double(context, *last_score_);
+    return SQLITE_OK;
+  }
+
+ private:
+  // bm25 of the current row's phrase frequencies for a row of `tokens` tokens, higher better.
+  double Value(double tokens) const {
+    double score = 0.0;
+    for (size_t i = 0; i < idf_.size(); ++i) {
+      score +=
+          idf_[i] * ((freq_[i] * (kK1 + 1.0)) / (freq_[i] + kK1 * (1 - kB + kB * tokens / avgdl_)));
+    }
+    return score;
+  }
+
+  double avgdl_ = 0;
+  int columns_ = 0;
+  std::vector<double> idf_;
+  std::vector<double> freq_;
+  // The scores of the best rows so far, the worst of them on top.
+  std::priority_queue<double, std::vector<double>, std::greater<>> best_;
+  bool answered_ = false;
+  sqlite3_int64 last_rowid_ = 0;
+  std::optional<double> last_score_;
+};
+
+void BestBm25Function(const Fts5ExtensionApi* api, Fts5Context* fts, sqlite3_context* context,
+                      int argc, sqlite3_value** argv) {
+  auto* state = static_cast<BestBm25*>(api->xGetAuxdata(fts, 0));
+  int rc = SQLITE_OK;
+  if (state == nullptr) {
+    auto made = std::make_unique<BestBm25>();
+    rc = made->Prepare(api, fts);
+    if (rc == SQLITE_OK) {
+      state = made.get();
+      rc = api->xSetAuxdata(fts, made.release(),
+                            [](void* kept) { delete static_cast<BestBm25*>(kept); });
+      if (rc != SQLITE_OK) state = nullptr;
+    }
+  }
+  if (rc == SQLITE_OK && state != nullptr) rc = state->Score(api, fts, context, argc, argv);
+  if (rc != SQLITE_OK) sqlite3_result_error_code(context, rc);
+}
+
+// FTS5's extension interface on `db`; none when SQLite was built without FTS5.
+fts5_api* Fts5Api(sqlite3* db) {
+  fts5_api* api = nullptr;
+  sqlite3_stmt* stmt = nullptr;
+  if (sqlite3_prepare_v2(db, "SELECT fts5(?1)", -1, &stmt, nullptr) != SQLITE_OK) {
+    return nullptr;
+  }
+  sqlite3_bind_pointer(stmt, 1, static_cast<void*>(&api), "fts5_api_ptr", nullptr);
+  sqlite3_step(stmt);
+  sqlite3_finalize(stmt);
+  return api;
+}
+
 void Check(sqlite3* db, int rc) {
   if (rc != SQLITE_OK) throw AutomationError(err::kDatabaseError, "SQLite", sqlite3_errmsg(db));
 }
@@ -151,6 +300,9 @@ void RegisterSqlFunctions(sqlite3* db) {
   for (int arguments : {2, 3}) {
     Check(db, sqlite3_create_function_v2(db, "like", arguments, kFlags, nullptr, &LikeFunction,
                                          nullptr, nullptr, nullptr));
+  }
+  if (fts5_api* fts5 = Fts5Api(db)) {
+    Check(db, fts5->xCreateFunction(fts5, "bm25_best", nullptr, &BestBm25Function, nullptr));
   }
 }
 

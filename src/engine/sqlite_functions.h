@@ -29,6 +29,12 @@ std::optional<int64_t> DateDiff(std::string_view interval, const Date& date1, co
 //   - like() with two and three arguments, in place of SQLite's own, so that LIKE finds the
 //     cases that NOCASE calls equal (FoldedLikePattern); wildcards, ESCAPE, Null and errors as
 //     SQLite's own like().
+//   - the FTS5 auxiliary function bm25_best(T, n, weights...), when SQLite has FTS5: for a row
+//     that may be among the n best rows of the full-text query (lowest bm25 first), exactly the
+//     value FTS5's own bm25(T, weights...) gives it; Null for a row that cannot be, because n rows
+//     seen before it score better whatever its length. A row's length costs a lookup of its own,
+//     and most rows of a common word are ruled out by their words' counts and places alone. With
+//     n = 0 every row gets its value. Within one statement a row asked for twice answers the same.
 // Raises err::kDatabaseError when SQLite refuses a registration.
 void RegisterSqlFunctions(sqlite3* db);
 

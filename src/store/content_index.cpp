@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <climits>
 #include <map>
+#include <set>
 #include <utility>
 
 #include "engine/db_connection.h"
@@ -19,6 +20,9 @@ namespace {
 
 // The status a deleted clipping carries.
 constexpr const char* kDeletedClippingStatus = "4";
+
+// The weights of bm25 on SQLite: name, description, text.
+constexpr const char* kColumnWeights = "4.0, 2.0, 1.0";
 
 // How many clippings the index build reads at a time, so that memory holds one batch's content.
 constexpr int32_t kBuildBatch = 500;
@@ -91,15 +95,72 @@ std::string MatchQuery(DBConnection& connection, const ContentQuery& query,
               ") AS dScore FROM ClippingText AS t WHERE t.vDocument @@ " + tsquery;
   } else {
     // bm25 is lower for better matches; the name weighs most, then the description.
-    matches =
-        "SELECT rowid AS lMatchID, -bm25(ClippingTextIndex, 4.0, 2.0, 1.0) AS dScore"
-        " FROM ClippingTextIndex WHERE ClippingTextIndex MATCH " +
-        Text(Fts5MatchExpression(query));
+    matches = "SELECT rowid AS lMatchID, -bm25(ClippingTextIndex, " + std::string(kColumnWeights) +
+              ") AS dScore FROM ClippingTextIndex WHERE ClippingTextIndex MATCH " +
+              Text(Fts5MatchExpression(query));
   }
   return "SELECT s.lMatchID, s.dScore FROM (" + matches +
          ") AS s JOIN Clipping AS c ON c.lClippingID = s.lMatchID WHERE c.iClippingStatus <> " +
          kDeletedClippingStatus + FilterClause(filter) +
          " ORDER BY s.dScore DESC, s.lMatchID LIMIT " + std::to_string(max_items);
+}
+
+// SQLite: the best `count` matches of the index alone, whatever their clippings' status, best
+// first. bm25_best (engine/sqlite_functions.h) spares most matches of a common word their
+// length lookup; the values are bm25's own.
+std::string BestIndexMatchesQuery(const ContentQuery& query, size_t count) {
+  const std::string n = std::to_string(count);
+  return "SELECT lMatchID, -dRank AS dScore FROM (SELECT rowid AS lMatchID, bm25_best("
+         "ClippingTextIndex, " +
+         n + ", " + kColumnWeights +
+         ") AS dRank FROM ClippingTextIndex WHERE ClippingTextIndex MATCH " +
+         Text(Fts5MatchExpression(query)) + ") WHERE dRank IS NOT NULL ORDER BY dRank, lMatchID" +
+         " LIMIT " + n;
+}
+
+// The keys and scores of the matches, best first: up to `max_items`.
+std::vector<ContentMatch> RankedMatches(DBConnection& connection, const ContentQuery& query,
+                                        const ContentFilter& filter, size_t max_items) {
+  std::vector<ContentMatch> matches;
+  const auto read = [&](const std::string& sql, std::vector<ContentMatch>& into) {
+    Recordset rs = connection.GetRecordsetRO(sql);
+    for (; !rs.Eof(); rs.MoveNext()) {
+      ContentMatch match;
+      match.key = ToLongOr(rs.Value("lMatchID"), 0);
+      match.score = rs.Value("dScore").ToDouble();
+      into.push_back(std::move(match));
+    }
+    rs.Close();
+  };
+  const bool filtered = filter.folder_key || filter.category_key || filter.data_type;
+  if (OnServer(connection) || filtered) {
+    read(MatchQuery(connection, query, filter, max_items), matches);
+    return matches;
+  }
+  // The best matches of the index first, a few more than wanted for deleted clippings among
+  // them; more only when too many of those were deleted.
+  for (size_t count = max_items + max_items / 4 + 8;; count *= 8) {
+    std::vector<ContentMatch> best;
+    read(BestIndexMatchesQuery(query, count), best);
+    std::string keys;
+    for (const ContentMatch& match : best) {
+      keys += (keys.empty() ? "" : ", ") + std::to_string(match.key);
+    }
+    std::set<int32_t> live;
+    if (!best.empty()) {
+      Recordset rs =
+          connection.GetRecordsetRO("SELECT lClippingID FROM Clipping WHERE lClippingID IN (" +
+                                    keys + ") AND iClippingStatus <> " + kDeletedClippingStatus);
+      for (; !rs.Eof(); rs.MoveNext()) live.insert(ToLongOr(rs.Value("lClippingID"), 0));
+      rs.Close();
+    }
+    matches.clear();
+    for (ContentMatch& match : best) {
+      if (matches.size() == max_items) break;
+      if (live.count(match.key) != 0) matches.push_back(std::move(match));
+    }
+    if (matches.size() == max_items || best.size() < count) return matches;
+  }
 }
 
 // The name, description and text of every clipping keyed from `first` to `last`, content read
@@ -227,17 +288,12 @@ std::vector<ContentMatch> SearchContentIndex(DBConnection& connection, const Con
                                              const ContentFilter& filter, size_t max_items) {
   std::vector<ContentMatch> matches;
   if (max_items == 0) return matches;
-  Recordset rs = connection.GetRecordsetRO(MatchQuery(connection, query, filter, max_items));
-  std::string keys;
-  for (; !rs.Eof(); rs.MoveNext()) {
-    ContentMatch match;
-    match.key = ToLongOr(rs.Value("lMatchID"), 0);
-    match.score = rs.Value("dScore").ToDouble();
-    keys += (keys.empty() ? "" : ", ") + std::to_string(match.key);
-    matches.push_back(std::move(match));
-  }
-  rs.Close();
+  matches = RankedMatches(connection, query, filter, max_items);
   if (matches.empty()) return matches;
+  std::string keys;
+  for (const ContentMatch& match : matches) {
+    keys += (keys.empty() ? "" : ", ") + std::to_string(match.key);
+  }
   Recordset texts = connection.GetRecordsetRO(
       "SELECT lClippingID, sDescription, sText FROM ClippingText WHERE lClippingID IN (" + keys +
       ")");
