@@ -228,6 +228,19 @@ TEST_P(ContentSearchTest, DeletedClippingsAreLeftOutAndEveryWriteKeepsTheIndex) 
   EXPECT_EQ(Found("marmalade"), IdSet{other});
 }
 
+TEST_P(ContentSearchTest, ALimitedSearchLooksPastBestMatchesThatWereDeleted) {
+  // The word in the name ranks the deleted clippings above every live one.
+  for (int i = 0; i < 30; ++i)
+    access_->DeleteClipping(Add("Heron " + std::to_string(i), ""), false);
+  IdSet live;
+  for (int i = 0; i < 4; ++i) live.insert(Add("Bird " + std::to_string(i), "a grey heron"));
+  IdSet found;
+  for (const FoundClipping& match : Search("heron", 3)) found.insert(match.clipping->ID());
+  EXPECT_EQ(found.size(), 3u);
+  EXPECT_TRUE(std::includes(live.begin(), live.end(), found.begin(), found.end()));
+  EXPECT_EQ(Search("heron", 10).size(), 4u);
+}
+
 TEST_P(ContentSearchTest, FiltersNarrowToAFolderTreeACategoryAndADataType) {
   const std::string top = AddFolder("Top", root_);
   const std::string grand = AddFolder("Grand", AddFolder("Child", top));
