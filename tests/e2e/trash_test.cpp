@@ -1,0 +1,69 @@
+// The trash and the versions of clippings as people use them from the command line.
+#include <string>
+
+#include "cli_fixture.h"
+
+namespace {
+
+using namespace clipcat_e2e;
+
+constexpr size_t npos = std::string::npos;
+
+TEST_F(Cli, ChangesAreKeptAsVersionsThatCanBeShownComparedAndMadeCurrent) {
+  Ok({"init", "--name", "Personal"});
+  const std::string id = Trim(Ok({"add", "1", "Greeting", "--text", "Dear Sir,\nline two"}));
+  EXPECT_EQ(Ok({"versions", id}), "Clipping " + id + " has no earlier versions.\n");
+  Ok({"rename", id, "Salutation"});
+  Ok({"rename", id, "Hello"});
+  const std::string listed = Ok({"versions", id});
+  EXPECT_EQ(FirstColumn(listed), (Ids{"1", "2"}));
+  EXPECT_NE(listed.find("Greeting"), npos);
+  EXPECT_NE(Ok({"show", id, "--version", "1"}).find("name         Greeting"), npos);
+  EXPECT_EQ(Ok({"show", id, "--version", "2", "--raw", "2"}), "Dear Sir,\nline two");
+  // The text did not change: every line is kept.
+  EXPECT_EQ(Ok({"diff", id, "1"}),
+            "--- " + id + " version 1\n+++ " + id + " now\n Dear Sir,\n line two\n");
+  EXPECT_EQ(Fails({"diff", id, "9"}), "error 5 (clipcat): clipping " + id + " has no version 9\n");
+
+  Ok({"revert", id, "1"});
+  EXPECT_NE(Ok({"show", id}).find("name         Greeting"), npos);
+  EXPECT_EQ(FirstColumn(Ok({"versions", id})), (Ids{"1", "2", "3"}));
+  Ok({"versions", "--keep", "1"});
+  EXPECT_EQ(FirstColumn(Ok({"versions", id})), Ids{"3"});
+  EXPECT_NE(Ok({"info"}).find("at most 1 per clipping"), npos);
+}
+
+TEST_F(Cli, DeletedItemsAreListedRestoredAndRemovedForGood) {
+  Ok({"init", "--name", "Personal"});
+  const std::string mail = Trim(Ok({"mkdir", "1", "Mail"}));
+  const std::string reply = Trim(Ok({"add", mail, "Reply", "--text", "Thanks"}));
+  EXPECT_EQ(Ok({"trash"}), "The trash is empty.\n");
+
+  // A folder's entry stands for what went with it.
+  Ok({"rm", mail});
+  const std::string trash = Ok({"trash"});
+  EXPECT_EQ(FirstColumn(trash), Ids{mail});
+  EXPECT_NE(trash.find("1 item"), npos);
+  EXPECT_EQ(Ok({"restore", mail}), "Restored " + mail + " as \"Mail\".\n");
+  EXPECT_EQ(FirstColumn(Ok({"ls", mail})), Ids{reply});
+
+  // A name taken meanwhile: refused unless renamed.
+  Ok({"rm", reply});
+  Ok({"add", mail, "reply", "--text", "newer"});
+  EXPECT_EQ(Fails({"restore", reply}).rfind("error -2147220996 (Data Services)", 0), 0u);
+  EXPECT_EQ(Ok({"restore", reply, "--rename"}),
+            "Restored " + reply + " as \"Reply (restored)\".\n");
+  EXPECT_EQ(Fails({"restore", reply}),
+            "error 5 (Data Services): The item " + reply + " is not in the trash.\n");
+
+  Ok({"rm", reply});
+  EXPECT_EQ(Ok({"trash", "empty", "--older-than", "1d"}), "Removed 0 items for good.\n");
+  EXPECT_EQ(
+      Fails({"trash", "empty", "--older-than", "soon"}).rfind("error 5 (clipcat): a duration", 0),
+      0u);
+  EXPECT_EQ(Ok({"trash", "empty"}), "Removed 1 item for good.\n");
+  EXPECT_EQ(Ok({"call", "TORVEL.ClippingDataRead", "GetClipping", reply}), "Nothing\n");
+  EXPECT_NE(Ok({"info"}).find("0 entries"), npos);
+}
+
+}  // namespace
