@@ -277,7 +277,9 @@ TEST_F(ServiceCalls, EveryMemberRunsByNameWithTextArguments) {
   // The trash: a deleted clipping comes back once; emptying the trash removes it for good.
   Call("W.DeleteClipping", {greeting, c});
   EXPECT_EQ(Call("W.RestoreItem", {greeting, c}), Variant("Greeting"));
-  EXPECT_EQ(RaisedNumber([&] { Call("W.RestoreItem", {greeting, c}); }),
+  EXPECT_EQ(RaisedNumber([&] {
+              Call("W.RestoreItem", {greeting, c});
+            }),
             err::kInvalidProcedureCall);
   Call("W.DeleteClipping", {greeting, c});
   EXPECT_EQ(Call("W.EmptyTrash", {c, "-1"}).ToLong(), 1);
