@@ -36,17 +36,8 @@ class OursAdder {
 
   void Add(int i) {
     const Content& content = contents_[static_cast<size_t>(i) % contents_.size()];
-    auto clipping = clipcat::Clipping::Create();
-    clipping->SetName("Clipping " + std::to_string(i));
-    clipping->SetDescription("Benchmark clipping " + std::to_string(i));
-    auto rtf = clipcat::ClippingData::Create();
-    rtf->SetClippingDataType(1);
-    rtf->SetRawData(content.rtf);
-    auto text = clipcat::ClippingData::Create();
-    text->SetClippingDataType(2);
-    text->SetRawData(content.text);
-    clipping->ClippingData()->Add(rtf);
-    clipping->ClippingData()->Add(text);
+    auto clipping = MakeClipping("Clipping " + std::to_string(i),
+                                 "Benchmark clipping " + std::to_string(i), content);
     writer_.AddClipping(clipping, folder_ids_[static_cast<size_t>(i) % folder_ids_.size()],
                         details_);
   }

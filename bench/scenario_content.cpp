@@ -332,17 +332,7 @@ class Adder {
 
   void Add(int i) {
     const Corpus::Clipping& c = clippings_[static_cast<size_t>(i)];
-    auto clipping = clipcat::Clipping::Create();
-    clipping->SetName(c.name);
-    clipping->SetDescription(c.description);
-    auto rtf = clipcat::ClippingData::Create();
-    rtf->SetClippingDataType(1);
-    rtf->SetRawData(c.content.rtf);
-    auto text = clipcat::ClippingData::Create();
-    text->SetClippingDataType(2);
-    text->SetRawData(c.content.text);
-    clipping->ClippingData()->Add(rtf);
-    clipping->ClippingData()->Add(text);
+    auto clipping = MakeClipping(c.name, c.description, c.content);
     store_->AddClipping(clipping, folder_ids_[static_cast<size_t>(i) % folder_ids_.size()]);
   }
 

@@ -32,17 +32,8 @@ class Writer {
 
   std::shared_ptr<clipcat::Clipping> Add(int i) {
     const Content& content = contents_[static_cast<size_t>(i) % contents_.size()];
-    auto clipping = clipcat::Clipping::Create();
-    clipping->SetName("Clipping " + std::to_string(i));
-    clipping->SetDescription("Benchmark clipping " + std::to_string(i));
-    auto rtf = clipcat::ClippingData::Create();
-    rtf->SetClippingDataType(1);
-    rtf->SetRawData(content.rtf);
-    auto text = clipcat::ClippingData::Create();
-    text->SetClippingDataType(2);
-    text->SetRawData(content.text);
-    clipping->ClippingData()->Add(rtf);
-    clipping->ClippingData()->Add(text);
+    auto clipping = MakeClipping("Clipping " + std::to_string(i),
+                                 "Benchmark clipping " + std::to_string(i), content);
     return catalog_->AddClipping(clipping, "1");
   }
 

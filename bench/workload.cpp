@@ -94,6 +94,21 @@ std::vector<Content> MakeContents(int variants, size_t rtf_bytes, size_t text_by
   return contents;
 }
 
+std::shared_ptr<clipcat::Clipping> MakeClipping(const std::string& name,
+                                                const std::string& description,
+                                                const Content& content) {
+  auto clipping = clipcat::Clipping::Create();
+  clipping->SetName(name);
+  clipping->SetDescription(description);
+  for (const auto& [type, raw] : {std::pair{1, &content.rtf}, std::pair{2, &content.text}}) {
+    auto item = clipcat::ClippingData::Create();
+    item->SetClippingDataType(type);
+    item->SetRawData(*raw);
+    clipping->ClippingData()->Add(item);
+  }
+  return clipping;
+}
+
 void NewCatalog(const std::string& path) { clipcat::CreateCatalog(path, "Benchmark"); }
 
 std::shared_ptr<clipcat::ConnectionDetails> FileDetails(const std::string& path) {

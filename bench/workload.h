@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "entities/clipping.h"
 #include "entities/connection_details.h"
 #include "floor_engine.h"
 
@@ -47,6 +48,11 @@ struct Content {
   std::string rtf;
   std::string text;
 };
+
+// A new clipping (not stored) with `content`'s two items.
+std::shared_ptr<clipcat::Clipping> MakeClipping(const std::string& name,
+                                                const std::string& description,
+                                                const Content& content);
 
 // `variants` different contents of the given sizes, the same for the same seed.
 std::vector<Content> MakeContents(int variants, size_t rtf_bytes, size_t text_bytes, uint32_t seed);
