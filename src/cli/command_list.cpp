@@ -396,11 +396,14 @@ class ExportUnit final : public Command {
                 "one XML document") {}
   void Declare(CLI::App& command) override {
     command.add_option("FILE", file_, "Document to write (default: standard output)");
+    command.add_flag("--with-history", with_history_,
+                     "Also write the trash and the versions of every clipping");
   }
-  void Run(const Context& context) override { ExportCommand(context, file_); }
+  void Run(const Context& context) override { ExportCommand(context, file_, with_history_); }
 
  private:
   std::string file_;
+  bool with_history_ = false;
 };
 
 class ImportUnit final : public Command {
@@ -412,11 +415,14 @@ class ImportUnit final : public Command {
   void Declare(CLI::App& command) override {
     command.add_option("FILE", file_, "Document to read ('-' for standard input)")->required();
     command.add_option("--into", into_, "Folder to add it to (default: the catalog's top folder)");
+    command.add_flag("--with-history", with_history_,
+                     "Also add the document's trash and versions (left out without it)");
   }
-  void Run(const Context& context) override { ImportCommand(context, file_, into_); }
+  void Run(const Context& context) override { ImportCommand(context, file_, into_, with_history_); }
 
  private:
   std::string file_, into_;
+  bool with_history_ = false;
 };
 
 }  // namespace

@@ -76,11 +76,13 @@ void RevertCommand(const Context& context, const std::string& id, int version);
 // What the catalog's versions and trash hold.
 void InfoCommand(const Context& context);
 
-// Writes the whole catalog as one catalog document to `file` (standard output for "" or "-").
-void ExportCommand(const Context& context, const std::string& file);
+// Writes the whole catalog as one catalog document to `file` (standard output for "" or "-"),
+// with the trash and the versions when `with_history`.
+void ExportCommand(const Context& context, const std::string& file, bool with_history);
 // Adds the catalog document in `file` ("-" for standard input) to folder `into` (the catalog's
-// top folder when empty); see ImportDocument.
-void ImportCommand(const Context& context, const std::string& file, const std::string& into);
+// top folder when empty), with its trash and versions when `with_history`; see ImportDocument.
+void ImportCommand(const Context& context, const std::string& file, const std::string& into,
+                   bool with_history);
 
 // The tour `make run` shows: on a new default catalog it first seeds the sample library, then
 // shows the tree, a search and a clipping. An existing catalog is only read.

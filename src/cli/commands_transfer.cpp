@@ -30,12 +30,12 @@ std::string ReadDocumentText(const std::string& file) {
 
 }  // namespace
 
-void ExportCommand(const Context& context, const std::string& file) {
+void ExportCommand(const Context& context, const std::string& file, bool with_history) {
   Catalog catalog = Catalog::Open(context.location);
   CatalogDocument document;
   {
     ProgressBar progress("export");
-    document = ExportCatalog(catalog, progress.Reporter());
+    document = ExportCatalog(catalog, progress.Reporter(), with_history);
   }
   if (IsStandardStream(file)) {
     document.Write(context.out);
@@ -45,13 +45,14 @@ void ExportCommand(const Context& context, const std::string& file) {
   context.out << "exported " << DescribeCounts(document.counts()) << " to " << file << "\n";
 }
 
-void ImportCommand(const Context& context, const std::string& file, const std::string& into) {
+void ImportCommand(const Context& context, const std::string& file, const std::string& into,
+                   bool with_history) {
   const CatalogDocument document = CatalogDocument::Parse(ReadDocumentText(file));
   Catalog catalog = Catalog::Open(context.location);
   ImportResult result;
   {
     ProgressBar progress("import");
-    result = ImportDocument(catalog, document, into, progress.Reporter());
+    result = ImportDocument(catalog, document, into, progress.Reporter(), with_history);
   }
   context.out << "imported " << DescribeCounts(result.counts) << "\n";
 }

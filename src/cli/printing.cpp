@@ -83,6 +83,8 @@ std::string DescribeCounts(const DocumentCounts& counts) {
                      count(counts.categories, "category", "categories") + ", " +
                      count(counts.memberships, "membership", "memberships");
   if (counts.links > 0) text += ", " + count(counts.links, "link", "links");
+  if (counts.versions > 0) text += ", " + count(counts.versions, "version", "versions");
+  if (counts.deleted > 0) text += ", " + count(counts.deleted, "item", "items") + " in the trash";
   return text;
 }
 

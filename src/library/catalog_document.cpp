@@ -92,6 +92,13 @@ std::string DataContent(pugi::xml_node data) {
   return std::move(*decoded);
 }
 
+std::shared_ptr<ClippingData> ReadDataItem(pugi::xml_node data) {
+  const auto item = ClippingData::Create();
+  item->SetClippingDataType(DataType(data));
+  item->SetRawData(DataContent(data));
+  return item;
+}
+
 [[noreturn]] void CannotWrite(const std::string& file) {
   throw AutomationError(kPathFileAccessError, kComponentSource, "Cannot write " + file);
 }
@@ -119,7 +126,17 @@ std::set<std::string> CheckTree(pugi::xml_node root, DocumentCounts& counts) {
       if (!clipping_ids.insert(id).second) InvalidDocument("two clippings have the id " + id);
       internal::ReadClipping(child);
       ++counts.clippings;
+      std::set<int32_t> numbers;
+      for (pugi::xml_node version : child.children(doc::kVersionElement)) {
+        const int32_t number = internal::ReadVersion(version).first.version;
+        if (!numbers.insert(number).second) {
+          InvalidDocument("clipping " + id + " has version " + std::to_string(number) + " twice");
+        }
+        ++counts.versions;
+      }
+      if (internal::IsMarkedDeleted(child)) ++counts.deleted;
     }
+    if (internal::IsMarkedDeleted(folder)) ++counts.deleted;
   }
   return clipping_ids;
 }
@@ -193,13 +210,53 @@ std::shared_ptr<Clipping> ReadClipping(pugi::xml_node element) {
   auto clipping = Clipping::Create();
   clipping->SetName(RequiredName(element));
   clipping->SetDescription(element.attribute(doc::kDescription).value());
-  for (pugi::xml_node data : Children(element, {doc::kData})) {
-    const auto item = ClippingData::Create();
-    item->SetClippingDataType(DataType(data));
-    item->SetRawData(DataContent(data));
-    clipping->ClippingData()->Add(item);
+  for (pugi::xml_node data : Children(element, {doc::kData, doc::kVersionElement})) {
+    if (std::string(data.name()) == doc::kData) clipping->ClippingData()->Add(ReadDataItem(data));
   }
   return clipping;
+}
+
+std::pair<ClippingVersion, std::shared_ptr<Clipping>> ReadVersion(pugi::xml_node element) {
+  ClippingVersion version;
+  const std::string number = RequiredAttribute(element, doc::kNumber);
+  char* end = nullptr;
+  const long value = std::strtol(number.c_str(), &end, 10);
+  if (number.empty() || *end != '\0' || value < 1 || value > INT32_MAX) {
+    InvalidDocument("version number \"" + number + "\" is not a positive number");
+  }
+  version.version = static_cast<int32_t>(value);
+  const std::string saved = RequiredAttribute(element, doc::kSaved);
+  const std::optional<Date> when = ParseIsoDate(saved);
+  if (!when) InvalidDocument("version time \"" + saved + "\" is not a time of the form yyyy-mm-dd hh:nn:ss");
+  version.saved = *when;
+  version.saved_by = element.attribute(doc::kSavedBy).value();
+  version.name = RequiredName(element);
+  version.description = element.attribute(doc::kDescription).value();
+  auto state = Clipping::Create();
+  for (pugi::xml_node data : Children(element, {doc::kData})) {
+    state->ClippingData()->Add(ReadDataItem(data));
+  }
+  return {std::move(version), std::move(state)};
+}
+
+bool IsMarkedDeleted(pugi::xml_node element) {
+  const pugi::xml_attribute mark = element.attribute(doc::kDeleted);
+  if (!mark) return false;
+  if (std::string(mark.value()) != "1") {
+    InvalidDocument("deleted=\"" + std::string(mark.value()) + "\" is not \"1\"");
+  }
+  DeletedAt(element);
+  return true;
+}
+
+std::optional<Date> DeletedAt(pugi::xml_node element) {
+  const pugi::xml_attribute at = element.attribute(doc::kDeletedAt);
+  if (!at) return std::nullopt;
+  const std::optional<Date> when = ParseIsoDate(at.value());
+  if (!when) {
+    InvalidDocument("deletion time \"" + std::string(at.value()) + "\" is not a time of the form yyyy-mm-dd hh:nn:ss");
+  }
+  return when;
 }
 
 }  // namespace internal

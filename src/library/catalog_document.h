@@ -17,6 +17,19 @@
 //     <link name="Shared" connection="&lt;connectiondetails .../&gt;"/>
 //   </clipcat-catalog>
 //
+// A document with history also holds the versions of each clipping, after its data, and the
+// trash: the folders and clippings that were deleted, where they were, each deleted one marked
+// with when and by whom (a deleted folder holds what went with it). Times are the catalog's own,
+// local wall-clock times as "yyyy-mm-dd hh:nn:ss":
+//
+//         <clipping id="12" name="Greeting" description="">
+//           <data type="2">Dear Sir or Madam,</data>
+//           <version number="1" saved="2026-11-20 09:15:00" saved-by="ann" name="Greeting"
+//                    description=""><data type="2">Dear Sir,</data></version>
+//         </clipping>
+//         <clipping id="13" name="Old" description="" deleted="1"
+//                   deleted-at="2026-11-21 10:00:00" deleted-by="ann">...</clipping>
+//
 // Each folder holds its clippings, then its child folders. Clipping ids only tie members to
 // clippings within one document; a catalog that imports it gives every folder and clipping a new
 // id, GUID and update time.
@@ -49,6 +62,13 @@ inline constexpr const char* kEncoding = "encoding";
 inline constexpr const char* kBase64 = "base64";
 inline constexpr const char* kMemberClipping = "clipping";
 inline constexpr const char* kConnection = "connection";
+inline constexpr const char* kVersionElement = "version";
+inline constexpr const char* kNumber = "number";
+inline constexpr const char* kSaved = "saved";
+inline constexpr const char* kSavedBy = "saved-by";
+inline constexpr const char* kDeleted = "deleted";
+inline constexpr const char* kDeletedAt = "deleted-at";
+inline constexpr const char* kDeletedBy = "deleted-by";
 }  // namespace doc
 
 // How much a document holds, or how much an import added.
@@ -58,6 +78,8 @@ struct DocumentCounts {
   size_t categories = 0;
   size_t memberships = 0;
   size_t links = 0;
+  size_t versions = 0;  // kept states of clippings
+  size_t deleted = 0;   // folders and clippings marked deleted (trash entries)
 };
 
 class CatalogDocument {
@@ -72,7 +94,8 @@ class CatalogDocument {
   // Reads a document from UTF-8 `text` and checks all of it, so that an import of it fails only
   // on what the catalog refuses: the root and its version, element and attribute names, names
   // that are not blank, data types, base64 data, that every member names a clipping of the
-  // document once, and that each link holds connection details. Raises 5 "Invalid procedure call
+  // document once, that each link holds connection details, and the versions and deletion
+  // marks of a document with history. Raises 5 "Invalid procedure call
   // or argument: not a clipcat catalog document: " and what is wrong.
   static CatalogDocument Parse(const std::string& text);
 

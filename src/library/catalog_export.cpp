@@ -2,6 +2,7 @@
 // their members, and linked catalogs.
 #include "library/catalog_export.h"
 
+#include <map>
 #include <set>
 #include <utility>
 #include <vector>
@@ -11,6 +12,7 @@
 #include "library/item_lookup.h"
 #include "library/transfer_internal.h"
 #include "util/base64.h"
+#include "util/date.h"
 #include "util/errors.h"
 
 namespace clipcat {
@@ -43,7 +45,7 @@ void AppendData(pugi::xml_node clipping, const ClippingData& item) {
   data.append_child(pugi::node_pcdata).set_value(encoded.c_str(), encoded.size());
 }
 
-void AppendClipping(pugi::xml_node folder, const Clipping& clipping) {
+pugi::xml_node AppendClipping(pugi::xml_node folder, const Clipping& clipping) {
   pugi::xml_node element = folder.append_child(doc::kClipping);
   element.append_attribute(doc::kId).set_value(clipping.ID().c_str());
   const std::string owner = "clipping " + clipping.ID();
@@ -52,6 +54,16 @@ void AppendClipping(pugi::xml_node folder, const Clipping& clipping) {
   for (const auto& item : *clipping.ClippingData()) {
     if (item) AppendData(element, *item);
   }
+  return element;
+}
+
+// Marks the element of a trash entry with when and by whom it was deleted, as far as known.
+void MarkDeleted(pugi::xml_node element, const TrashEntry& entry) {
+  element.append_attribute(doc::kDeleted).set_value("1");
+  if (entry.deleted) {
+    element.append_attribute(doc::kDeletedAt).set_value(FormatIsoDate(*entry.deleted).c_str());
+  }
+  SetText(element, doc::kDeletedBy, entry.deleted_by, "trash entry " + entry.id);
 }
 
 size_t CountFolders(const std::shared_ptr<Folder>& top) {
@@ -68,13 +80,21 @@ size_t CountFolders(const std::shared_ptr<Folder>& top) {
 
 class Exporter {
  public:
-  Exporter(Catalog& catalog, ProgressCounter& progress) : catalog_(catalog), progress_(progress) {
+  Exporter(Catalog& catalog, bool with_history, ProgressCounter& progress)
+      : catalog_(catalog), with_history_(with_history), progress_(progress) {
     root_ = xml_.append_child(doc::kRoot);
     root_.append_attribute(doc::kVersionAttribute).set_value(doc::kVersion);
   }
 
   CatalogDocument Run(const std::string& folder_id, bool whole_catalog) {
-    const auto top = catalog_.read().GetChildFolders(folder_id, catalog_.details(), false);
+    if (with_history_) {
+      for (TrashEntry& entry : catalog_.write().GetTrash(folder_id, catalog_.details())) {
+        trash_.emplace(entry.id, std::move(entry));
+      }
+    }
+    const auto top = with_history_
+                         ? catalog_.read().GetChildFoldersWithTrash(folder_id, catalog_.details())
+                         : catalog_.read().GetChildFolders(folder_id, catalog_.details(), false);
     progress_.AddToTotal(CountFolders(top));
     AppendTree(top);
     AppendCategories(folder_id, whole_catalog);
@@ -95,18 +115,51 @@ class Exporter {
       SetText(element, doc::kName, folder->Name(), owner);
       SetText(element, doc::kDescription, folder->Description(), owner);
       ++counts_.folders;
-      const auto clippings =
-          catalog_.read().GetClippingsFromFolder(folder->ID(), catalog_.details(), true);
+      MarkIfDeleted(element, folder->ID());
+      const auto clippings = with_history_ ? catalog_.read().GetClippingsFromFolderWithTrash(
+                                                 folder->ID(), catalog_.details(), true)
+                                           : catalog_.read().GetClippingsFromFolder(
+                                                 folder->ID(), catalog_.details(), true);
       for (const auto& clipping : *clippings->Items()) {
-        AppendClipping(element, *clipping);
+        const pugi::xml_node written = AppendClipping(element, *clipping);
         written_.insert(clipping->ID());
         ++counts_.clippings;
+        MarkIfDeleted(written, clipping->ID());
+        if (with_history_) AppendVersions(written, clipping->ID());
       }
       const auto children = folder->ChildFolders()->Snapshot();
       for (auto it = children.rbegin(); it != children.rend(); ++it) {
         pending.push_back({*it, element});
       }
       progress_.Advance();
+    }
+  }
+
+  void MarkIfDeleted(pugi::xml_node element, const std::string& id) {
+    const auto entry = trash_.find(id);
+    if (entry == trash_.end()) return;
+    MarkDeleted(element, entry->second);
+    ++counts_.deleted;
+  }
+
+  // The kept states of the clipping, oldest first, each with its data.
+  void AppendVersions(pugi::xml_node clipping, const std::string& id) {
+    for (const ClippingVersion& version :
+         catalog_.read().GetClippingVersions(id, catalog_.details())) {
+      const auto state =
+          catalog_.read().GetClippingVersion(id, version.version, catalog_.details());
+      if (state == nullptr) continue;  // dropped meanwhile
+      pugi::xml_node element = clipping.append_child(doc::kVersionElement);
+      const std::string owner = "version " + std::to_string(version.version) + " of clipping " + id;
+      element.append_attribute(doc::kNumber).set_value(version.version);
+      element.append_attribute(doc::kSaved).set_value(FormatIsoDate(version.saved).c_str());
+      SetText(element, doc::kSavedBy, version.saved_by, owner);
+      SetText(element, doc::kName, version.name, owner);
+      SetText(element, doc::kDescription, version.description, owner);
+      for (const auto& item : *state->ClippingData()) {
+        if (item) AppendData(element, *item);
+      }
+      ++counts_.versions;
     }
   }
 
@@ -151,7 +204,9 @@ class Exporter {
   }
 
   Catalog& catalog_;
+  const bool with_history_;
   ProgressCounter& progress_;
+  std::map<std::string, TrashEntry> trash_;  // by item id, with history only
   pugi::xml_document xml_;
   pugi::xml_node root_;
   DocumentCounts counts_;
@@ -163,22 +218,23 @@ class Exporter {
 namespace internal {
 
 CatalogDocument ExportTree(Catalog& catalog, const std::string& folder_id, bool whole_catalog,
-                           ProgressCounter& progress) {
-  return Exporter(catalog, progress).Run(folder_id, whole_catalog);
+                           bool with_history, ProgressCounter& progress) {
+  return Exporter(catalog, with_history, progress).Run(folder_id, whole_catalog);
 }
 
 }  // namespace internal
 
-CatalogDocument ExportCatalog(Catalog& catalog, const ProgressCallback& progress) {
+CatalogDocument ExportCatalog(Catalog& catalog, const ProgressCallback& progress,
+                              bool with_history) {
   const std::string top = RequireTopFolder(catalog)->ID();
   ProgressCounter counter(progress, 0);
-  return internal::ExportTree(catalog, top, true, counter);
+  return internal::ExportTree(catalog, top, true, with_history, counter);
 }
 
 CatalogDocument ExportFolder(Catalog& catalog, const std::string& folder_id,
-                             const ProgressCallback& progress) {
+                             const ProgressCallback& progress, bool with_history) {
   ProgressCounter counter(progress, 0);
-  return internal::ExportTree(catalog, folder_id, false, counter);
+  return internal::ExportTree(catalog, folder_id, false, with_history, counter);
 }
 
 }  // namespace clipcat

@@ -3,6 +3,7 @@
 #include "library/catalog_import.h"
 
 #include <map>
+#include <optional>
 #include <set>
 #include <utility>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "library/catalog_document_internal.h"
 #include "library/item_lookup.h"
 #include "library/transfer_internal.h"
+#include "util/date.h"
 #include "util/errors.h"
 #include "util/text.h"
 
@@ -73,10 +75,12 @@ class Undo {
 
 class Importer {
  public:
-  Importer(Catalog& catalog, const std::string& target, bool as_child, ProgressCounter& progress)
+  Importer(Catalog& catalog, const std::string& target, bool as_child, bool with_history,
+           ProgressCounter& progress)
       : catalog_(catalog),
         target_(target),
         as_child_(as_child),
+        with_history_(with_history),
         progress_(progress),
         undo_(catalog) {}
 
@@ -117,48 +121,112 @@ class Importer {
     write().UpdateFolder(target, details(), false);
   }
 
-  std::string AddFolder(pugi::xml_node element, const std::string& parent, bool undo) {
-    const auto added = write().AddFolder(internal::ReadFolder(element), parent, details(), true);
+  // Names in the trash are not checked: a deleted item may share its name with a live one.
+  std::string AddFolder(pugi::xml_node element, const std::string& parent, bool undo,
+                        bool in_trash) {
+    const auto added =
+        write().AddFolder(internal::ReadFolder(element), parent, details(), !in_trash);
     if (undo) undo_.AddedFolder(added->ID());
     ++result_.counts.folders;
     progress_.Advance();
     return added->ID();
   }
 
-  void AddClipping(pugi::xml_node element, const std::string& folder, bool undo) {
+  std::string AddClipping(pugi::xml_node element, const std::string& folder, bool undo,
+                          bool in_trash) {
     const auto added =
-        write().AddClipping(internal::ReadClipping(element), folder, details(), true);
+        write().AddClipping(internal::ReadClipping(element), folder, details(), !in_trash);
     if (undo) undo_.AddedClipping(added->ID());
-    clippings_[element.attribute(doc::kId).value()] = added->ID();
+    // Memberships are the live clippings'; the trash keeps none of its own.
+    if (!in_trash) clippings_[element.attribute(doc::kId).value()] = added->ID();
     ++result_.counts.clippings;
+    progress_.Advance();
+    if (!with_history_) return added->ID();
+    for (pugi::xml_node version : element.children(doc::kVersionElement)) {
+      const auto [head, state] = internal::ReadVersion(version);
+      write().AddClippingVersion(added->ID(), head, state, details());
+      ++result_.counts.versions;
+      progress_.Advance();
+    }
+    return added->ID();
+  }
+
+  // Moves an item marked deleted to the trash, with the time and user the document gives.
+  void Trash(pugi::xml_node element, const std::string& id, bool is_folder) {
+    if (is_folder) {
+      write().DeleteFolder(id, details(), false);
+    } else {
+      write().DeleteClipping(id, details(), false);
+    }
+    const std::optional<Date> at = internal::DeletedAt(element);
+    const pugi::xml_attribute by = element.attribute(doc::kDeletedBy);
+    if (at || by) write().NoteDeletion(id, at.value_or(Date::Now()), by.value(), details());
+    ++result_.counts.deleted;
     progress_.Advance();
   }
 
   // Depth first without recursion, in document order.
   void AddTree(pugi::xml_node top) {
-    std::string top_id;
     if (as_child_) {
-      top_id = AddFolder(top, target_, true);
+      top_id_ = AddFolder(top, target_, true, false);
     } else {
       PrepareMerge(top);
-      top_id = target_;
+      top_id_ = target_;
       progress_.Advance();
     }
-    result_.folder_id = top_id;
-    std::vector<std::pair<pugi::xml_node, std::string>> pending = {{top, top_id}};
-    while (!pending.empty()) {
-      const auto [element, id] = pending.back();
-      pending.pop_back();
-      // Only what is added to the merge target itself needs undoing; the rest goes with it.
-      const bool undo = !as_child_ && id == top_id;
-      std::vector<std::pair<pugi::xml_node, std::string>> folders;
-      for (pugi::xml_node child : element.children()) {
-        if (std::string(child.name()) == doc::kClipping) AddClipping(child, id, undo);
-        if (std::string(child.name()) == doc::kFolder) {
-          folders.push_back({child, AddFolder(child, id, undo)});
-        }
+    result_.folder_id = top_id_;
+    AddBelow(top, top_id_);
+  }
+
+  // What the document's folder `top` holds, into the catalog's folder `top_id`: depth first
+  // without recursion. In each folder the items marked deleted come first, each added and moved
+  // to the trash at once (a folder once what is below it is in), so that a live item of the same
+  // name never meets them; without history they stay out.
+  void AddBelow(pugi::xml_node top, const std::string& top_id) {
+    enum class Kind { kMarkedChildren, kLiveChildren, kTrash };
+    struct Step {
+      Kind kind;
+      pugi::xml_node element;
+      std::string id;
+      bool in_trash;
+    };
+    const auto expand = [](std::vector<Step>& steps, pugi::xml_node folder, const std::string& id,
+                           bool in_trash) {
+      steps.push_back({Kind::kLiveChildren, folder, id, in_trash});
+      steps.push_back({Kind::kMarkedChildren, folder, id, in_trash});
+    };
+    std::vector<Step> steps;
+    expand(steps, top, top_id, false);
+    while (!steps.empty()) {
+      const Step step = steps.back();
+      steps.pop_back();
+      if (step.kind == Kind::kTrash) {
+        Trash(step.element, step.id, true);
+        continue;
       }
-      for (auto it = folders.rbegin(); it != folders.rend(); ++it) pending.push_back(*it);
+      // Only what is added to the merge target itself needs undoing; the rest goes with it.
+      const bool undo = !as_child_ && step.id == top_id_;
+      std::vector<std::vector<Step>> folders;  // the steps of each child folder, in order
+      for (pugi::xml_node child : step.element.children()) {
+        const std::string name = child.name();
+        if (name != doc::kClipping && name != doc::kFolder) continue;
+        const bool marked = internal::IsMarkedDeleted(child);
+        if (marked != (step.kind == Kind::kMarkedChildren) || (marked && !with_history_)) continue;
+        const bool in_trash = step.in_trash || marked;
+        if (name == doc::kClipping) {
+          const std::string id = AddClipping(child, step.id, undo, in_trash);
+          if (marked) Trash(child, id, false);
+          continue;
+        }
+        const std::string id = AddFolder(child, step.id, undo, in_trash);
+        std::vector<Step>& group = folders.emplace_back();
+        if (marked) group.push_back({Kind::kTrash, child, id, true});
+        expand(group, child, id, in_trash);
+      }
+      // The first folder's steps go last, so that they are done first.
+      for (auto it = folders.rbegin(); it != folders.rend(); ++it) {
+        steps.insert(steps.end(), it->begin(), it->end());
+      }
     }
   }
 
@@ -190,8 +258,10 @@ class Importer {
       }
       progress_.Advance();
       for (pugi::xml_node member : element.children(doc::kMember)) {
-        const std::string& clipping = clippings_.at(member.attribute(doc::kMemberClipping).value());
         progress_.Advance();
+        const auto found = clippings_.find(member.attribute(doc::kMemberClipping).value());
+        if (found == clippings_.end()) continue;  // a clipping of the trash
+        const std::string& clipping = found->second;
         if (!joined_.insert({clipping, id}).second) continue;
         write().AddClippingToCategory(clipping, id, details());
         ++result_.counts.memberships;
@@ -213,12 +283,14 @@ class Importer {
   Catalog& catalog_;
   const std::string target_;
   const bool as_child_;
+  const bool with_history_;
   ProgressCounter& progress_;
   Undo undo_;
   bool is_top_ = false;
   ImportResult result_;
   std::map<std::string, std::string> clippings_;          // document id -> id in the catalog
   std::set<std::pair<std::string, std::string>> joined_;  // clipping, category
+  std::string top_id_;  // the folder that takes the document's top folder
 };
 
 }  // namespace
@@ -226,18 +298,20 @@ class Importer {
 namespace internal {
 
 ImportResult ImportTree(Catalog& catalog, const CatalogDocument& document,
-                        const std::string& target, bool as_child, ProgressCounter& progress) {
-  return Importer(catalog, target, as_child, progress).Run(document);
+                        const std::string& target, bool as_child, bool with_history,
+                        ProgressCounter& progress) {
+  return Importer(catalog, target, as_child, with_history, progress).Run(document);
 }
 
 }  // namespace internal
 
 ImportResult ImportDocument(Catalog& catalog, const CatalogDocument& document,
-                            const std::string& into, const ProgressCallback& progress) {
+                            const std::string& into, const ProgressCallback& progress,
+                            bool with_history) {
   const std::string target = into.empty() ? RequireTopFolder(catalog)->ID() : into;
   RequireFolder(catalog, target);
-  ProgressCounter counter(progress, internal::ImportSteps(document.counts()));
-  return internal::ImportTree(catalog, document, target, false, counter);
+  ProgressCounter counter(progress, internal::ImportSteps(document.counts(), with_history));
+  return internal::ImportTree(catalog, document, target, false, with_history, counter);
 }
 
 }  // namespace clipcat

@@ -29,7 +29,13 @@ struct ImportResult {
 // On any failure everything the import added is removed again (and the top folder given back its
 // name) before the error is raised. Refuses a target that names no folder; raises the services'
 // errors, such as -2147220996 for a clipping name already taken where it is added.
+//
+// With `with_history` the document's versions and trash come too: each version is added to its
+// clipping with its number, time and user, and the items marked deleted go to the trash (names
+// there are not checked) with the deletion time and user the document gives. Without it they are
+// left out, and so is everything below a folder marked deleted.
 ImportResult ImportDocument(Catalog& catalog, const CatalogDocument& document,
-                            const std::string& into = "", const ProgressCallback& progress = {});
+                            const std::string& into = "", const ProgressCallback& progress = {},
+                            bool with_history = false);
 
 }  // namespace clipcat

@@ -46,9 +46,9 @@ void RefuseIntoItself(Catalog& catalog, const std::string& id, const std::string
 // folder's id.
 std::string CopyFolderTree(Catalog& catalog, const std::string& id, const std::string& parent,
                            ProgressCounter& progress) {
-  const CatalogDocument document = internal::ExportTree(catalog, id, false, progress);
-  progress.AddToTotal(internal::ImportSteps(document.counts()));
-  return internal::ImportTree(catalog, document, parent, true, progress).folder_id;
+  const CatalogDocument document = internal::ExportTree(catalog, id, false, false, progress);
+  progress.AddToTotal(internal::ImportSteps(document.counts(), false));
+  return internal::ImportTree(catalog, document, parent, true, false, progress).folder_id;
 }
 
 // `done` says what was done to it: "moved", "copied".

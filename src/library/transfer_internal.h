@@ -14,14 +14,18 @@ namespace clipcat::internal {
 // The subtree of `folder_id` as ExportFolder writes it, or with `whole_catalog` as ExportCatalog
 // writes it (given the top folder's id). Raises the total by the folders and categories it finds
 // and advances a step for each.
+// With `with_history` the document also holds versions and the trash below the folder.
 CatalogDocument ExportTree(Catalog& catalog, const std::string& folder_id, bool whole_catalog,
-                           ProgressCounter& progress);
+                           bool with_history, ProgressCounter& progress);
 
 // Writes `document` into the catalog. With `as_child` its top folder becomes a new child of
 // `target`; otherwise it is merged into `target` as ImportDocument describes. Advances a step per
 // element of the document (see ImportSteps). On any failure removes everything it added before the
 // error is raised.
+// With `with_history` the document's versions and trash are written too; without, they are left
+// out.
 ImportResult ImportTree(Catalog& catalog, const CatalogDocument& document,
-                        const std::string& target, bool as_child, ProgressCounter& progress);
+                        const std::string& target, bool as_child, bool with_history,
+                        ProgressCounter& progress);
 
 }  // namespace clipcat::internal

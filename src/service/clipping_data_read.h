@@ -62,6 +62,13 @@ class ClippingDataRead {
   // version.
   std::shared_ptr<Clipping> GetClippingVersion(const std::string& sClippingID, int32_t lVersion,
                                                const Connection& oDefaultConnection);
+  // The folder with its ChildFolders tree loaded, deleted folders included (no linked folders),
+  // and the clippings of one folder, deleted ones included: what an export of the trash reads.
+  std::shared_ptr<Folder> GetChildFoldersWithTrash(const std::string& sFolderId,
+                                                   const Connection& oDefaultConnection);
+  std::shared_ptr<Clippings> GetClippingsFromFolderWithTrash(const std::string& sFolderId,
+                                                             const Connection& oDefaultConnection,
+                                                             bool bGetData);
   // What the versions of the selected catalog (as ClippingDataWrite::GetTrash selects it) take.
   VersionSpace GetVersionSpace(const Connection& oDefaultConnection,
                                const std::string& sCatalogFolderID = "");

@@ -15,6 +15,7 @@
 #include "entities/clipping.h"
 #include "entities/connection_details.h"
 #include "entities/folder.h"
+#include "store/clipping_version.h"
 #include "store/trash_entry.h"
 #include "util/progress.h"
 
@@ -52,6 +53,14 @@ class ClippingDataWrite {
   // clippings went.
   int32_t EmptyTrash(const Connection& oDefaultConnection, int32_t lOlderThanDays = -1,
                      const std::string& sCatalogFolderID = "");
+  // Sets when and by whom the trash entry sItemID was deleted (DataAccess::NoteDeletion).
+  void NoteDeletion(const std::string& sItemID, const Date& tDeleted, const std::string& sDeletedBy,
+                    const Connection& oDefaultConnection);
+  // Adds a version kept elsewhere to the clipping (DataAccess::AddClippingVersion): its number,
+  // time, user, name and description as `version` says, with the items of oClipping.
+  void AddClippingVersion(const std::string& sClippingID, const ClippingVersion& version,
+                          const std::shared_ptr<Clipping>& oClipping,
+                          const Connection& oDefaultConnection);
   // Makes version lVersion of the clipping its current state; answers the clipping.
   std::shared_ptr<Clipping> RevertClipping(const std::string& sClippingID, int32_t lVersion,
                                            const Connection& oDefaultConnection);

@@ -12,6 +12,7 @@ namespace {
 using service_internal::DefaultDataAccess;
 using service_internal::ItemDataAccess;
 using service_internal::LinkedItemID;
+using service_internal::Require;
 
 // The catalog `folder_id` selects: the default one for the empty text, the linked catalog for a
 // folder that links one, else the catalog that holds the item.
@@ -48,6 +49,20 @@ int32_t ClippingDataWrite::EmptyTrash(const Connection& oDefaultConnection, int3
   return SelectedCatalog(oDefaultConnection, sCatalogFolderID)->EmptyTrash(before);
 }
 
+void ClippingDataWrite::NoteDeletion(const std::string& sItemID, const Date& tDeleted,
+                                     const std::string& sDeletedBy,
+                                     const Connection& oDefaultConnection) {
+  ItemDataAccess(oDefaultConnection, sItemID)->NoteDeletion(sItemID, tDeleted, sDeletedBy);
+}
+
+void ClippingDataWrite::AddClippingVersion(const std::string& sClippingID,
+                                           const ClippingVersion& version,
+                                           const std::shared_ptr<Clipping>& oClipping,
+                                           const Connection& oDefaultConnection) {
+  ItemDataAccess(oDefaultConnection, sClippingID)
+      ->AddClippingVersion(sClippingID, version, Require(oClipping)->ClippingData());
+}
+
 std::shared_ptr<Clipping> ClippingDataWrite::RevertClipping(const std::string& sClippingID,
                                                             int32_t lVersion,
                                                             const Connection& oDefaultConnection) {
@@ -70,6 +85,20 @@ std::shared_ptr<Clipping> ClippingDataRead::GetClippingVersion(
       ItemDataAccess(oDefaultConnection, sClippingID)->GetClippingVersion(sClippingID, lVersion);
   if (clipping != nullptr) clipping->SetID(sClippingID);
   return clipping;
+}
+
+std::shared_ptr<Folder> ClippingDataRead::GetChildFoldersWithTrash(
+    const std::string& sFolderId, const Connection& oDefaultConnection) {
+  const auto data_access = ItemDataAccess(oDefaultConnection, sFolderId);
+  const auto folder = Require(data_access->GetFolder(sFolderId));
+  data_access->GetChildFolders(folder, false, true);
+  return folder;
+}
+
+std::shared_ptr<Clippings> ClippingDataRead::GetClippingsFromFolderWithTrash(
+    const std::string& sFolderId, const Connection& oDefaultConnection, bool bGetData) {
+  return ItemDataAccess(oDefaultConnection, sFolderId)
+      ->GetClippingsFromFolder(sFolderId, bGetData, Clippings::Create(), true);
 }
 
 VersionSpace ClippingDataRead::GetVersionSpace(const Connection& oDefaultConnection,

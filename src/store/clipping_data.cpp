@@ -40,17 +40,23 @@ void DataAccess::WriteClippingDataItems(
   const std::string key = SqlNumber(Variant(lClippingID));
   // The old items go even when no new one follows: the collection replaces them all.
   Connection().ExecuteSQL("Delete From ClippingDataType Where lClippingId=" + key);
+  InsertDataRows("ClippingDataType", {{"lClippingID", Variant(lClippingID)}}, colClippingData);
+}
+
+void DataAccess::InsertDataRows(const std::string& table,
+                                const std::vector<std::pair<std::string, Variant>>& keys,
+                                const std::shared_ptr<ClippingDataCollection>& items) {
   Compression compression;
   // The condition never holds: the recordset only serves to add rows.
   UpdatableRecordset rs =
-      Connection().GetRecordsetRW("SELECT * FROM ClippingDataType WHERE lClippingID=NULL");
-  for (const std::shared_ptr<ClippingData>& item : *colClippingData) {
+      Connection().GetRecordsetRW("SELECT * FROM " + table + " WHERE lClippingID=NULL");
+  for (const std::shared_ptr<ClippingData>& item : *items) {
     if (item == nullptr) RaiseRuntimeError(err::kObjectVariableNotSet);
     if (item->RawData().empty()) continue;
     item->SetIsCompressed(StoreKey(), true);
     const std::string frame = compression.Compress(item->RawData());
     rs.AddNew();
-    rs.SetValue("lClippingID", Variant(lClippingID));
+    for (const auto& [column, value] : keys) rs.SetValue(column, value);
     rs.SetValue("bIsCompressed", Variant(item->IsCompressed()));
     rs.SetValue("lDataTypeId", Variant(item->ClippingDataType()));
     // The frame is stored as its bytes: a text encoding of it would double its size.

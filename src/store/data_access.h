@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "engine/db_connection.h"
@@ -289,6 +290,11 @@ class DataAccess {
   // memberships, access history and content text. Answers the number of folders and clippings
   // removed. All or nothing.
   int32_t EmptyTrash(const std::optional<Date>& before);
+  // Sets when and by whom the trash entry `sItemID` was deleted, for an import that carries the
+  // trash of another catalog. Raises 5 (source "Data Services") for an item that is not an entry
+  // of the trash.
+  void NoteDeletion(const std::string& sItemID, const Date& tDeleted,
+                    const std::string& sDeletedBy);
 
   // ---- Versions (versions.cpp) ----
   // From format 5 every UpdateClipping that writes the data, or changes the name or the
@@ -303,6 +309,13 @@ class DataAccess {
   // version itself). Raises 5 (source "Data Services") when there is no such version, and what
   // UpdateClipping raises.
   std::shared_ptr<Clipping> RevertClipping(const std::string& sClippingID, int32_t lVersion);
+  // Adds a version kept elsewhere (an import of another catalog's history) to clipping
+  // `sClippingID`: its number, time, user, name and description as `version` says, with the
+  // items of `colClippingData` stored compressed. Only the newest MaximumVersions stay. Raises 5
+  // (source "Data Services") for a number below 1 or one the clipping has, an unknown clipping,
+  // or a catalog of an older format. All or nothing.
+  void AddClippingVersion(const std::string& sClippingID, const ClippingVersion& version,
+                          const std::shared_ptr<ClippingDataCollection>& colClippingData);
   // How many versions are kept per clipping (0: none; the oldest go first). Default 50.
   int32_t MaximumVersions();
   // Sets it for this catalog (a catalog property) and drops the versions beyond it. Raises 5 for
@@ -456,6 +469,13 @@ class DataAccess {
   bool CategoryNameIsUnique(const std::shared_ptr<Category>& oCategory);
   void WriteClippingDataItems(const std::shared_ptr<ClippingDataCollection>& colClippingData,
                               int32_t lClippingID);
+  // Appends one row of `table` per item of `items` that holds data, compressed, with the key
+  // columns `keys` (ClippingDataType, ClippingVersionData).
+  void InsertDataRows(const std::string& table,
+                      const std::vector<std::pair<std::string, Variant>>& keys,
+                      const std::shared_ptr<ClippingDataCollection>& items);
+  // Drops the versions of clipping `key` older than the newest MaximumVersions.
+  void PruneVersions(const std::string& key);
   std::shared_ptr<ClippingDataCollection> ReadClippingDataItems(int32_t lClippingID);
 
   std::unique_ptr<DBConnection> connection_;  // present while the catalog is open

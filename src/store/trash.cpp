@@ -314,6 +314,28 @@ std::string DataAccess::RestoreItem(const std::string& sItemID, bool bRename) {
   return restored_name;
 }
 
+void DataAccess::NoteDeletion(const std::string& sItemID, const Date& tDeleted,
+                              const std::string& sDeletedBy) {
+  EnsureCatalogOpen();
+  const std::string key = SqlNumber(Variant(GetLocalItemID(sItemID, ExternalCatalogID())));
+  InTransaction(Connection(), [&] {
+    bool noted = false;
+    if (has_history_tables_) {
+      Recordset rs = Connection().GetRecordsetRO(
+          "SELECT lDeletionRootID FROM DeletedItem WHERE lItemID=" + key);
+      noted = !rs.Eof() && ToTextOr(rs.Value("lDeletionRootID"), "") == key;
+      rs.Close();
+    }
+    if (!noted) {
+      RaiseError(err::kInvalidProcedureCall, kDataServicesSource,
+                 "The item " + sItemID + " is not an entry of the trash.");
+    }
+    Connection().ExecuteSQL("UPDATE DeletedItem SET tDeleted=" + SqlDate(Variant(tDeleted)) +
+                            ", sDeletedBy=" + SqlText(Variant(sDeletedBy)) +
+                            " WHERE lItemID=" + key);
+  });
+}
+
 int32_t DataAccess::EmptyTrash(const std::optional<Date>& before) {
   EnsureCatalogOpen();
   int32_t removed = 0;

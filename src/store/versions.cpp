@@ -27,6 +27,11 @@ constexpr int32_t kDefaultMaximumVersions = 50;
              "The clipping " + clipping_id + " has no version " + std::to_string(version) + ".");
 }
 
+[[noreturn]] void RaiseNoHistoryTables() {
+  RaiseError(err::kInvalidProcedureCall, kDataServicesSource,
+             "This catalog's format keeps no versions; open it with a writer to upgrade it.");
+}
+
 }  // namespace
 
 int32_t DataAccess::MaximumVersions() {
@@ -47,10 +52,9 @@ int32_t DataAccess::MaximumVersions() {
 void DataAccess::SetMaximumVersions(int32_t lMaximum) {
   EnsureCatalogOpen();
   if (lMaximum < 0 || !has_history_tables_) {
+    if (!has_history_tables_) RaiseNoHistoryTables();
     RaiseError(err::kInvalidProcedureCall, kDataServicesSource,
-               lMaximum < 0 ? "The number of versions to keep cannot be negative."
-                            : "This catalog's format keeps no versions; open it with a writer "
-                              "to upgrade it.");
+               "The number of versions to keep cannot be negative.");
   }
   InTransaction(Connection(), [&] {
     const std::string property = std::string("'") + kMaximumVersionsProperty + "'";
@@ -101,13 +105,56 @@ void DataAccess::RecordVersion(const std::string& key, bool writes_data, const s
       ", lDataTypeId, bIsCompressed, ClippingData FROM ClippingDataType"
       " WHERE lClippingID=" +
       key);
-  const int32_t oldest_kept = version - MaximumVersions() + 1;
-  if (oldest_kept > 1) {
-    const std::string older =
-        " WHERE lClippingID=" + key + " AND lVersion < " + std::to_string(oldest_kept);
-    Connection().ExecuteSQL("DELETE FROM ClippingVersionData" + older);
-    Connection().ExecuteSQL("DELETE FROM ClippingVersion" + older);
+  PruneVersions(key);
+}
+
+void DataAccess::PruneVersions(const std::string& key) {
+  const std::string beyond =
+      " WHERE lClippingID=" + key +
+      " AND lVersion <= (SELECT MAX(w.lVersion) FROM ClippingVersion AS w WHERE w.lClippingID=" +
+      key + ") - " + std::to_string(MaximumVersions());
+  Connection().ExecuteSQL("DELETE FROM ClippingVersionData" + beyond);
+  Connection().ExecuteSQL("DELETE FROM ClippingVersion" + beyond);
+}
+
+void DataAccess::AddClippingVersion(
+    const std::string& sClippingID, const ClippingVersion& version,
+    const std::shared_ptr<ClippingDataCollection>& colClippingData) {
+  EnsureCatalogOpen();
+  if (colClippingData == nullptr) RaiseRuntimeError(err::kObjectVariableNotSet);
+  if (!has_history_tables_) RaiseNoHistoryTables();
+  if (version.version < 1) {
+    RaiseError(err::kInvalidProcedureCall, kDataServicesSource,
+               "A version number must be 1 or more.");
   }
+  const std::string key = SqlNumber(Variant(GetLocalItemID(sClippingID, ExternalCatalogID())));
+  InTransaction(Connection(), [&] {
+    if (GetClipping(sClippingID, false) == nullptr) {
+      RaiseError(err::kInvalidProcedureCall, kDataServicesSource,
+                 "There is no clipping " + sClippingID + ".");
+    }
+    const std::string number = std::to_string(version.version);
+    Recordset taken = Connection().GetRecordsetRO(
+        "SELECT lVersion FROM ClippingVersion WHERE lClippingID=" + key +
+        " AND lVersion=" + number);
+    const bool exists = !taken.Eof();
+    taken.Close();
+    if (exists) {
+      RaiseError(err::kInvalidProcedureCall, kDataServicesSource,
+                 "The clipping " + sClippingID + " already has a version " + number + ".");
+    }
+    Connection().ExecuteSQL(
+        "INSERT INTO ClippingVersion (lClippingID, lVersion, tSaved, sSavedBy, sName,"
+        " sDescription) VALUES (" +
+        key + ", " + number + ", " + SqlDate(Variant(version.saved)) + ", " +
+        SqlText(Variant(version.saved_by)) + ", " + SqlText(Variant(version.name)) + ", " +
+        SqlText(Variant(version.description)) + ")");
+    InsertDataRows("ClippingVersionData",
+                   {{"lClippingID", Variant(ToLongOr(Variant(key), 0))},
+                    {"lVersion", Variant(version.version)}},
+                   colClippingData);
+    PruneVersions(key);
+  });
 }
 
 std::vector<ClippingVersion> DataAccess::GetClippingVersions(const std::string& sClippingID) {

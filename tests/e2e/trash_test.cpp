@@ -66,4 +66,34 @@ TEST_F(Cli, DeletedItemsAreListedRestoredAndRemovedForGood) {
   EXPECT_NE(Ok({"info"}).find("0 entries"), npos);
 }
 
+TEST_F(Cli, AnExportWithHistoryCarriesTheTrashAndVersionsToAnotherCatalog) {
+  Ok({"init", "--name", "Personal"});
+  const std::string id = Trim(Ok({"add", "1", "Greeting", "--text", "Dear Sir,"}));
+  Ok({"rename", id, "Hello"});
+  Ok({"rm", Trim(Ok({"add", "1", "Old", "--text", "gone"}))});
+  const std::string file = (dir_ / "history.xml").string();
+  EXPECT_EQ(Ok({"export", "--with-history", file}),
+            "exported 1 folder, 2 clippings, 0 categories, 0 memberships, 1 version, 1 item in "
+            "the trash to " +
+                file + "\n");
+
+  const std::string copy = (dir_ / "copy.db").string();
+  OkOn(copy, {"init"});
+  EXPECT_EQ(OkOn(copy, {"import", "--with-history", file}),
+            "imported 0 folders, 2 clippings, 0 categories, 0 memberships, 1 version, 1 item in "
+            "the trash\n");
+  const std::string trash = OkOn(copy, {"trash"});
+  EXPECT_NE(trash.find("Old"), npos);
+  const std::string listed = OkOn(copy, {"search", "--names-only", "Hello"});
+  const std::string copied = FirstColumn(listed).at(0);
+  EXPECT_NE(OkOn(copy, {"versions", copied}).find("Greeting"), npos);
+
+  // Without the option the history stays behind.
+  const std::string plain = (dir_ / "plain.db").string();
+  OkOn(plain, {"init"});
+  EXPECT_EQ(OkOn(plain, {"import", file}),
+            "imported 0 folders, 1 clipping, 0 categories, 0 memberships\n");
+  EXPECT_EQ(OkOn(plain, {"trash"}), "The trash is empty.\n");
+}
+
 }  // namespace

@@ -22,6 +22,7 @@
 #include "engine_catalog.h"
 #include "store/content_query.h"
 #include "store/data_access.h"
+#include "util/date.h"
 #include "util/error_of.h"
 #include "util/errors.h"
 #include "util/values.h"
@@ -345,6 +346,69 @@ TEST_P(TrashVersionsTest, UpdatesThatChangeSomethingKeepThePreviousStateAsAVersi
   EXPECT_EQ(access_->GetClipping(id, false)->Description(), "second");
   EXPECT_EQ(RaisedNumber([&] { access_->RevertClipping(id, 9); }), err::kInvalidProcedureCall);
   EXPECT_EQ(VersionNumbers(id).size(), 3u);
+}
+
+TEST_P(TrashVersionsTest, VersionsAndDeletionsCarriedFromElsewhereKeepTheirNumbersTimesAndUsers) {
+  const std::string id = Add("Letter", root_);
+  ClippingVersion head;
+  head.version = 7;
+  head.saved = *ParseIsoDate("2025-03-04 05:06:07");
+  head.saved_by = "ann";
+  head.name = "Old letter";
+  head.description = "draft";
+  access_->AddClippingVersion(id, head, MakeItems({{1, kRtf}, {2, "plain"}}));
+  EXPECT_EQ(Snapshot(access_->GetClippingVersion(id, 7)),
+            Snapshot("Old letter", "draft", {{1, kRtf}, {2, "plain"}}));
+  const std::vector<ClippingVersion> kept = access_->GetClippingVersions(id);
+  ASSERT_EQ(kept.size(), 1u);
+  EXPECT_EQ(FormatIsoDate(kept[0].saved) + " " + kept[0].saved_by, "2025-03-04 05:06:07 ann");
+  // The next change numbers on from what was carried in.
+  Edit(id, "Letter 2", "");
+  EXPECT_EQ(VersionNumbers(id), (std::vector<int32_t>{7, 8}));
+
+  // A number taken, below 1, or a clipping that is not there: refused, nothing written.
+  head.version = 8;
+  EXPECT_EQ(RaisedNumber([&] {
+              access_->AddClippingVersion(id, head, MakeItems({{2, "x"}}));
+            }),
+            err::kInvalidProcedureCall);
+  head.version = 0;
+  EXPECT_EQ(RaisedNumber([&] {
+              access_->AddClippingVersion(id, head, MakeItems({{2, "x"}}));
+            }),
+            err::kInvalidProcedureCall);
+  head.version = 1;
+  EXPECT_EQ(RaisedNumber([&] {
+              access_->AddClippingVersion("9999", head, MakeItems({{2, "x"}}));
+            }),
+            err::kInvalidProcedureCall);
+  EXPECT_EQ(Count("ClippingVersion WHERE lClippingID=9999"), 0);
+  EXPECT_EQ(Count("ClippingVersionData WHERE lClippingID=" + id), 3);  // 2 items of 7, 1 of 8
+
+  // Carried versions obey the limit like kept ones.
+  access_->SetMaximumVersions(2);
+  head.version = 3;
+  access_->AddClippingVersion(id, head, MakeItems({{2, "older than both"}}));
+  EXPECT_EQ(VersionNumbers(id), (std::vector<int32_t>{7, 8}));
+
+  // A deletion's time and user can be set on a trash entry, and only on one.
+  const std::string folder = AddFolder("Box", root_);
+  const std::string inside = Add("Inside", folder);
+  access_->DeleteFolder(folder, false);
+  access_->NoteDeletion(folder, *ParseIsoDate("2024-01-02 03:04:05"), "bob");
+  bool found = false;
+  for (const TrashEntry& entry : access_->GetTrash()) {
+    if (entry.id != folder) continue;
+    found = true;
+    ASSERT_TRUE(entry.deleted.has_value());
+    EXPECT_EQ(FormatIsoDate(*entry.deleted) + " " + entry.deleted_by, "2024-01-02 03:04:05 bob");
+  }
+  EXPECT_TRUE(found);
+  EXPECT_EQ(RaisedNumber([&] { access_->NoteDeletion(inside, Date::Now(), "eve"); }),
+            err::kInvalidProcedureCall);
+  EXPECT_EQ(RaisedNumber([&] { access_->NoteDeletion(id, Date::Now(), "eve"); }),
+            err::kInvalidProcedureCall);
+  EXPECT_EQ(Count("DeletedItem WHERE sDeletedBy='eve'"), 0);
 }
 
 TEST_P(TrashVersionsTest, ItemsOfAnyBytesUnderEveryTypeAreKeptByVersionsAndTheTrash) {
