@@ -105,7 +105,7 @@ void DataAccess::RecordVersion(const std::string& key, bool writes_data, const s
       ", lDataTypeId, bIsCompressed, ClippingData FROM ClippingDataType"
       " WHERE lClippingID=" +
       key);
-  PruneVersions(key);
+  if (version > MaximumVersions()) PruneVersions(key);
 }
 
 void DataAccess::PruneVersions(const std::string& key) {
