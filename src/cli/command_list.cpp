@@ -160,7 +160,7 @@ class MoveUnit final : public Command {
   MoveUnit()
       : Command("mv",
                 "Move a folder (with everything below it) or a clipping into another folder; "
-                "moved items get new ids, which are printed") {}
+                "it keeps its id, except into another catalog, where it is copied") {}
   void Declare(CLI::App& command) override {
     command.add_option("ID", id_, "Folder or clipping id")->required();
     command.add_option("PARENT", parent_, "Id of the folder to move it into")->required();

@@ -1,4 +1,5 @@
 // mv: a folder or clipping into another folder (see MoveItem).
+#include <iostream>
 #include <ostream>
 
 #include "cli/commands.h"
@@ -14,6 +15,11 @@ void MoveCommand(const Context& context, const std::string& id, const std::strin
   {
     ProgressBar progress("mv");
     moved = MoveItem(catalog, id, parent, progress.Reporter());
+  }
+  // Into another catalog the item is a copy with a new id: said on standard error, so that
+  // standard output stays the id alone.
+  if (moved.moved_across) {
+    std::cerr << "moved into another catalog as a copy with a new id\n";
   }
   // The moved item's XML only when asked for: data that XML cannot carry must not fail a move
   // that has already been made.

@@ -227,7 +227,8 @@ std::pair<ClippingVersion, std::shared_ptr<Clipping>> ReadVersion(pugi::xml_node
   version.version = static_cast<int32_t>(value);
   const std::string saved = RequiredAttribute(element, doc::kSaved);
   const std::optional<Date> when = ParseIsoDate(saved);
-  if (!when) InvalidDocument("version time \"" + saved + "\" is not a time of the form yyyy-mm-dd hh:nn:ss");
+  if (!when)
+    InvalidDocument("version time \"" + saved + "\" is not a time of the form yyyy-mm-dd hh:nn:ss");
   version.saved = *when;
   version.saved_by = element.attribute(doc::kSavedBy).value();
   version.name = RequiredName(element);
@@ -254,7 +255,8 @@ std::optional<Date> DeletedAt(pugi::xml_node element) {
   if (!at) return std::nullopt;
   const std::optional<Date> when = ParseIsoDate(at.value());
   if (!when) {
-    InvalidDocument("deletion time \"" + std::string(at.value()) + "\" is not a time of the form yyyy-mm-dd hh:nn:ss");
+    InvalidDocument("deletion time \"" + std::string(at.value()) +
+                    "\" is not a time of the form yyyy-mm-dd hh:nn:ss");
   }
   return when;
 }

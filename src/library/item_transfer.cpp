@@ -109,24 +109,36 @@ TransferredItem CopyItem(Catalog& catalog, const std::string& id, const std::str
 
 TransferredItem MoveItem(Catalog& catalog, const std::string& id, const std::string& parent,
                          const ProgressCallback& progress) {
-  RequireFolder(catalog, parent);
+  const auto target = RequireFolder(catalog, parent);
+  const auto& details = catalog.details();
+  // A folder that links a catalog stands for that catalog's top folder.
+  const bool same_catalog =
+      target->ExternalCatalogID() == 0 && catalog.read().InSameCatalog(id, parent, details);
   if (const auto folder = FolderOrNothing(catalog, id)) {
     RefuseLinkedFolder(*folder);
     if (IsTopFolder(*folder)) Refuse("folder " + id + " is the top folder of its catalog");
     if (folder->ParentID() == parent) return {folder, nullptr};
     RefuseIntoItself(catalog, id, parent, "move");
+    if (same_catalog) {
+      catalog.write().MoveFolder(id, parent, details);
+      return {ReadBack(catalog, id, "moved"), nullptr};
+    }
     // One count from the export through the deletion, which is its last step.
     ProgressCounter counter(progress, 1);
     const std::string copied = CopyFolderTree(catalog, id, parent, counter);
-    catalog.write().DeleteFolder(id, catalog.details(), true);
+    catalog.write().DeleteFolder(id, details, true);
     counter.Advance();
-    return {ReadBack(catalog, copied, "moved"), nullptr};
+    return {ReadBack(catalog, copied, "moved"), nullptr, true};
   }
   const auto original = RequireClipping(catalog, id, true);
   if (original->FolderID() == parent) return {nullptr, original};
+  if (same_catalog) {
+    catalog.write().MoveClipping(id, parent, details);
+    return {nullptr, RequireClipping(catalog, id, false)};
+  }
   auto added = CopyClipping(catalog, *original, parent);
-  catalog.write().DeleteClipping(id, catalog.details(), true);
-  return {nullptr, added};
+  catalog.write().DeleteClipping(id, details, true);
+  return {nullptr, added, true};
 }
 
 }  // namespace clipcat

@@ -1,9 +1,9 @@
 // Copying and moving folders (with everything below them) and clippings to another folder, within
-// a catalog or into another one linked into it. The services keep a folder's parent and a
-// clipping's folder fixed, so a copy adds new items, and a move is a copy followed by the permanent
-// deletion of the original: the moved items get new ids, GUIDs and update times, and their access
-// history stays behind with the old ids. Runs inside the caller's request (see catalog.h); not
-// thread-safe.
+// a catalog or into another one linked into it. A copy adds new items. A move within a catalog
+// gives the item its new parent and keeps its id, GUID, categories, versions and history; a move
+// into another catalog is a copy followed by the permanent deletion of the original, so the moved
+// items get new ids, GUIDs and update times there. Runs inside the caller's request (see
+// catalog.h); not thread-safe.
 #pragma once
 
 #include <memory>
@@ -20,6 +20,7 @@ namespace clipcat {
 struct TransferredItem {
   std::shared_ptr<Folder> folder;
   std::shared_ptr<Clipping> clipping;
+  bool moved_across = false;  // a move into another catalog: a copy there, new ids
 };
 
 // Copies the folder or clipping `id` into the folder `parent`. A folder is copied with the folders
@@ -33,11 +34,13 @@ struct TransferredItem {
 TransferredItem CopyItem(Catalog& catalog, const std::string& id, const std::string& parent,
                          const ProgressCallback& progress = {});
 
-// Moves the folder or clipping `id` into the folder `parent`: CopyItem, then the original is
-// deleted permanently. Answers the moved item as it is after the move. A move to where the item
-// already is changes nothing and answers the item itself. Refuses as CopyItem does, and also the
-// top folder of a catalog; a move that fails before the original is deleted leaves it as it was and
-// no copy behind. A folder move reports as a copy does, and one step more for the deletion.
+// Moves the folder or clipping `id` into the folder `parent`: within its catalog in one
+// transaction, keeping its ids; into another catalog by CopyItem, then the original is deleted
+// permanently. Answers the moved item as it is after the move (`moved_across` tells which way it
+// went). A move to where the item already is changes nothing and answers the item itself. Refuses
+// as CopyItem does, and also the top folder of a catalog; a move that fails leaves the item as it
+// was and no copy behind. A folder move across catalogs reports as a copy does, and one step more
+// for the deletion.
 TransferredItem MoveItem(Catalog& catalog, const std::string& id, const std::string& parent,
                          const ProgressCallback& progress = {});
 

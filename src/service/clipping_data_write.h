@@ -53,6 +53,13 @@ class ClippingDataWrite {
   // clippings went.
   int32_t EmptyTrash(const Connection& oDefaultConnection, int32_t lOlderThanDays = -1,
                      const std::string& sCatalogFolderID = "");
+  // Moves the folder sFolderID, or the clipping sClippingID, into the folder sNewParentID of the
+  // same catalog, keeping its id, GUID, categories, versions and history (DataAccess::MoveFolder
+  // and MoveClipping). Raises 5 (source "Data Services") when the two are in different catalogs.
+  void MoveFolder(const std::string& sFolderID, const std::string& sNewParentID,
+                  const Connection& oDefaultConnection);
+  void MoveClipping(const std::string& sClippingID, const std::string& sNewParentID,
+                    const Connection& oDefaultConnection);
   // Sets when and by whom the trash entry sItemID was deleted (DataAccess::NoteDeletion).
   void NoteDeletion(const std::string& sItemID, const Date& tDeleted, const std::string& sDeletedBy,
                     const Connection& oDefaultConnection);

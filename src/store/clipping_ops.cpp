@@ -122,6 +122,17 @@ bool DataAccess::ClippingNameIsUnique(const std::string& sClippingName,
   return unique;
 }
 
+bool DataAccess::ClippingNameIsUniqueWhereItIs(const std::string& sClippingName,
+                                               const std::string& key) {
+  Recordset rs = Connection().GetRecordsetRO(
+      "Select * From Clipping Where sName=" + SqlText(Variant(sClippingName)) +
+      " AND lFolderId=(SELECT c.lFolderID FROM Clipping AS c WHERE c.lClippingID=" +
+      SqlNumber(Variant(key)) + ") AND iClippingStatus <>" + kDeletedClippingStatus);
+  const bool unique = rs.RecordCount() < 2;
+  rs.Close();
+  return unique;
+}
+
 std::shared_ptr<Clipping> DataAccess::AddClipping(const std::shared_ptr<Clipping>& oClipping,
                                                   const std::string& sFolderId) {
   EnsureCatalogOpen();
@@ -167,7 +178,6 @@ std::shared_ptr<Clipping> DataAccess::UpdateClipping(const std::shared_ptr<Clipp
   EnsureCatalogOpen();
   if (oClipping == nullptr) RaiseRuntimeError(err::kObjectVariableNotSet);
   const std::string key = GetLocalItemID(oClipping->ID(), ExternalCatalogID());
-  const std::string folder_key = GetLocalItemID(oClipping->FolderID(), ExternalCatalogID());
   const Date old_updated = oClipping->Updated();
   try {
     InTransaction(Connection(), [&] {
@@ -190,7 +200,8 @@ std::shared_ptr<Clipping> DataAccess::UpdateClipping(const std::shared_ptr<Clipp
         WriteContentNames(Connection(), SqlNumber(Variant(key)), oClipping->Name(),
                           oClipping->Description());
       }
-      if (!ClippingNameIsUnique(oClipping->Name(), folder_key)) {
+      // Checked where the clipping is now, which a move may have changed since it was read.
+      if (!ClippingNameIsUniqueWhereItIs(oClipping->Name(), key)) {
         RaiseClippingNameNotUnique(oClipping->Name());
       }
     });

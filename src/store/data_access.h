@@ -270,6 +270,16 @@ class DataAccess {
   // the clippings done.
   void RebuildContentIndex(const ProgressCallback& progress);
 
+  // ---- Moves within the catalog (item_moves.cpp) ----
+  // Gives the live folder `sFolderID` the parent `sNewParentID`, or the live clipping
+  // `sClippingID` the folder `sNewFolderID`, keeping its id, GUID, categories, versions and
+  // history; a move to where it is changes nothing. Raises 5 (source "Data Services") for an
+  // item or target that is not there or deleted, a target that links a catalog, a top folder,
+  // and a folder moved into itself or below itself; -2147220997 or -2147220996 when a live item
+  // there has the name. All or nothing.
+  void MoveFolder(const std::string& sFolderID, const std::string& sNewParentID);
+  void MoveClipping(const std::string& sClippingID, const std::string& sNewFolderID);
+
   // ---- Trash (trash.cpp) ----
   // Deleting marks folders and clippings deleted (status 3 and 4); from format 5 each delete also
   // notes what it took, so that a restore gives it back. Catalogs of older formats answer an
@@ -466,6 +476,8 @@ class DataAccess {
   void FinishFolderDelete(const std::shared_ptr<Folder>& oFolder, bool bDeletePermenantly);
   bool FolderNameIsUnique(const std::string& sFolderName, const std::string& sParentFolderID);
   bool ClippingNameIsUnique(const std::string& sClippingName, const std::string& sFolderId);
+  // The same check in the folder that clipping `key` is in now.
+  bool ClippingNameIsUniqueWhereItIs(const std::string& sClippingName, const std::string& key);
   bool CategoryNameIsUnique(const std::shared_ptr<Category>& oCategory);
   void WriteClippingDataItems(const std::shared_ptr<ClippingDataCollection>& colClippingData,
                               int32_t lClippingID);
@@ -474,6 +486,9 @@ class DataAccess {
   void InsertDataRows(const std::string& table,
                       const std::vector<std::pair<std::string, Variant>>& keys,
                       const std::shared_ptr<ClippingDataCollection>& items);
+  // The local key of the live folder `sFolderID` that an item moves into; refuses one that is
+  // not there, deleted, or links a catalog.
+  std::string MoveTargetKey(const std::string& sFolderID);
   // Drops the versions of clipping `key` older than the newest MaximumVersions.
   void PruneVersions(const std::string& key);
   std::shared_ptr<ClippingDataCollection> ReadClippingDataItems(int32_t lClippingID);

@@ -1,5 +1,6 @@
-// mv: a clipping or a whole folder into another folder, by copying it there and deleting the
-// original for good; data and memberships go along, and a move that cannot be made changes
+// mv: a clipping or a whole folder into another folder. Within a catalog it keeps its id, data,
+// memberships and history, and two commands racing on one clipping lose nothing; into another
+// catalog it is copied there and the original deleted for good; a move that cannot be made changes
 // nothing.
 #include <string>
 #include <vector>
@@ -29,26 +30,63 @@ class Move : public Cli {
   std::string letters_, drafts_, old_, archive_, greeting_, draft_, ancient_;
 };
 
-TEST_F(Move, AClippingOrAFolderMovesWithItsDataAndCategories) {
-  const std::string moved = Trim(Ok({"mv", greeting_, archive_}));
-  EXPECT_NE(moved, greeting_) << "a moved clipping is a new one";
-  EXPECT_EQ(FirstColumn(Ok({"ls", archive_})), Ids{moved});
-  EXPECT_EQ(Ok({"show", moved, "--raw", "2"}), "Dear Sir,\r\n");
-  EXPECT_EQ(Ok({"call", "TORVEL.ClippingDataRead", "GetClipping", greeting_}), "Nothing\n");
+TEST_F(Move, AClippingOrAFolderMovesWithItsIdDataCategoriesAndHistory) {
+  Ok({"show", greeting_});  // one use in the history
+  EXPECT_EQ(Trim(Ok({"mv", greeting_, archive_})), greeting_);
+  EXPECT_EQ(FirstColumn(Ok({"ls", archive_})), Ids{greeting_});
+  EXPECT_EQ(Ok({"show", greeting_, "--raw", "2"}), "Dear Sir,\r\n");
+  EXPECT_EQ(FirstColumn(Ok({"history"})), Ids{greeting_});
 
   const std::string folder = Ok({"--xml", "mv", drafts_, archive_});
   EXPECT_NE(folder.find("parentid=\"" + archive_ + "\""), std::string::npos) << folder;
   EXPECT_EQ(WithoutTreeIds(Ok({"tree"})),
             "Personal\n  Archive\n    Drafts\n      Old\n  Letters\n");
-  EXPECT_EQ(Fails({"call", "TORVEL.ClippingDataRead", "GetFolder", drafts_}).rfind("error 91 ", 0),
-            0u);
-  const std::string draft = IdOf(catalog_, "Draft");
-  EXPECT_NE(draft, draft_);
-  EXPECT_EQ(Ok({"show", draft, "--raw", "3"}), "<Row/>");
+  EXPECT_EQ(Ok({"show", draft_, "--raw", "3"}), "<Row/>");
   EXPECT_NE(Ok({"search", "Ancient"}).find("Personal\\Archive\\Drafts\\Old"), std::string::npos);
   EXPECT_EQ(FirstColumn(Ok({"search", "--names-only", "*", "--category", "Work"})),
-            (Ids{moved, draft}));
+            (Ids{draft_, greeting_}));
   EXPECT_EQ(FirstColumn(Ok({"categories"})).size(), 1u) << "still one \"Work\"";
+}
+
+// Two commands started together on one clipping, again and again: a move beside a move, a
+// rename or a tag. Afterwards the clipping is there once, where the later move put it, with
+// every rename and tag kept.
+TEST_F(Move, CommandsRacingAMoveLoseNothingAndDuplicateNothing) {
+  const auto together = [&](const Args& first, const Args& second) {
+    Args a = first, b = second;
+    a.insert(a.begin(), {"--catalog", catalog_});
+    b.insert(b.begin(), {"--catalog", catalog_});
+    const std::string out = (dir_ / "race").string();
+    const int raw = std::system(("(" + CommandLine(a, {}) + " >/dev/null 2>" + Quote(out + "1") +
+                                 "; echo $? >" + Quote(out + "1.status") + ") & (" +
+                                 CommandLine(b, {}) + " >/dev/null 2>" + Quote(out + "2") +
+                                 "; echo $? >" + Quote(out + "2.status") + "); wait")
+                                    .c_str());
+    ASSERT_EQ(raw, 0);
+    EXPECT_EQ(ReadFile(out + "1.status"), "0\n") << ReadFile(out + "1");
+    EXPECT_EQ(ReadFile(out + "2.status"), "0\n") << ReadFile(out + "2");
+  };
+  const std::string elsewhere = Trim(Ok({"mkdir", "1", "Elsewhere"}));
+  for (int round = 0; round < 5; ++round) {
+    together({"mv", greeting_, archive_}, {"mv", greeting_, elsewhere});
+    const Ids in_archive = FirstColumn(Ok({"ls", archive_}));
+    const Ids in_elsewhere = FirstColumn(Ok({"ls", elsewhere}));
+    EXPECT_EQ(in_archive.size() + in_elsewhere.size(), 1u) << "round " << round;
+
+    const std::string name = "Greeting " + std::to_string(round);
+    together({"mv", greeting_, letters_}, {"rename", greeting_, name});
+    EXPECT_EQ(FirstColumn(Ok({"ls", letters_})), Ids{greeting_});
+    EXPECT_NE(Ok({"ls", letters_}).find(name), std::string::npos) << "round " << round;
+
+    const std::string category = "Round" + std::to_string(round);
+    together({"mv", greeting_, archive_}, {"tag", greeting_, category});
+    EXPECT_EQ(FirstColumn(Ok({"ls", archive_})), Ids{greeting_});
+    EXPECT_EQ(FirstColumn(Ok({"search", "--names-only", "*", "--category", category})),
+              Ids{greeting_});
+  }
+  EXPECT_EQ(
+      Ok({"call", "TORVEL.ClippingDataRead", "GetClippingsFromFolder", letters_}).find("Greeting"),
+      std::string::npos);
 }
 
 TEST_F(Move, AMoveThatCannotBeMadeChangesNothing) {
@@ -79,7 +117,10 @@ TEST_F(Move, AClippingMovedIntoALinkedCatalogJoinsItsCategoryOfTheSameName) {
   const std::string shared = (dir_ / "shared.db").string();
   OkOn(shared, {"init", "--name", "Shared"});
   const std::string team = Trim(Ok({"link", "Team", "--connection", FileDetails(shared)}));
-  const std::string moved = Trim(Ok({"mv", greeting_, team}));
+  const Result result = Run({"--catalog", catalog_, "mv", greeting_, team});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.err, "moved into another catalog as a copy with a new id\n");
+  const std::string moved = Trim(result.out);
   ASSERT_EQ(moved.rfind("P1C", 0), 0u) << moved;
   EXPECT_EQ(OkOn(shared, {"show", moved.substr(3), "--raw", "2"}), "Dear Sir,\r\n");
   EXPECT_EQ(FirstColumn(OkOn(shared, {"search", "--names-only", "*", "--category", "Work"})),

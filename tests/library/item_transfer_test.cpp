@@ -1,5 +1,5 @@
-// Moving and copying: a moved folder keeps its whole tree, data and memberships under its new
-// parent and the original is gone; a copy leaves the original; a transfer that cannot be made
+// Moving and copying: a moved folder or clipping keeps its id, whole tree, data, memberships and
+// history under its new parent; a copy leaves the original; a transfer that cannot be made
 // changes nothing.
 #include "library/item_transfer.h"
 
@@ -39,34 +39,37 @@ class ItemTransferTest : public LibraryTest {
   std::string letters_, drafts_, old_, archive_, draft_, ancient_, greeting_, work_;
 };
 
-TEST_F(ItemTransferTest, AMovedFolderKeepsItsTreeAndTheOriginalIsGone) {
+TEST_F(ItemTransferTest, AMovedFolderKeepsItsIdsTreeAndHistory) {
   const std::string tree = Subtree(drafts_);
-  ProgressLog progress;
-  const TransferredItem moved = MoveItem(*catalog_, drafts_, archive_, progress.Callback());
+  const auto guid = RequireFolder(*catalog_, drafts_)->GUID();
+  catalog_->write().UpdateClippingHistory(RequireClipping(*catalog_, ancient_, false),
+                                          catalog_->details());
+  const TransferredItem moved = MoveItem(*catalog_, drafts_, archive_);
   ASSERT_TRUE(moved.folder);
   EXPECT_FALSE(moved.clipping);
-  EXPECT_NE(moved.folder->ID(), drafts_);
+  EXPECT_FALSE(moved.moved_across);
+  EXPECT_EQ(moved.folder->ID() + " " + moved.folder->GUID(), drafts_ + " " + guid);
   EXPECT_EQ(moved.folder->ParentID(), archive_);
-  EXPECT_EQ(Subtree(moved.folder->ID()), tree);
-  EXPECT_FALSE(FolderOrNothing(*catalog_, drafts_));
-  EXPECT_FALSE(catalog_->read().GetClipping(ancient_, catalog_->details()));
-  EXPECT_EQ(Members(work_), 2u) << "the moved draft is still in Work, and Work is still one";
-  EXPECT_EQ(catalog_->read().GetCategoriesFromFolder("1", catalog_->details())->Items()->Count(),
-            1);
-  // One step to start, then the export (2 folders, 1 category), the import (2 folders,
-  // 2 clippings, 1 category, 1 membership) and the deletion.
-  EXPECT_EQ(progress.last, std::make_pair(size_t{10}, size_t{10}));
+  EXPECT_EQ(Subtree(drafts_), tree);
+  // Everything below kept its id and place under it.
+  EXPECT_EQ(RequireFolder(*catalog_, old_)->ParentID(), drafts_);
+  EXPECT_EQ(RequireClipping(*catalog_, ancient_, false)->FolderID(), old_);
+  EXPECT_EQ(Members(work_), 2u);
+  const auto history = catalog_->read().GetClippingsHistroy(10, catalog_->details());
+  ASSERT_EQ(history->Items()->Count(), 1);
+  EXPECT_EQ(history->Items()->Item(1)->ID(), ancient_);
 }
 
-TEST_F(ItemTransferTest, AMovedClippingKeepsItsDataAndCategories) {
+TEST_F(ItemTransferTest, AMovedClippingKeepsItsIdDataAndCategories) {
   const TransferredItem moved = MoveItem(*catalog_, greeting_, archive_);
   ASSERT_TRUE(moved.clipping);
+  EXPECT_EQ(moved.clipping->ID(), greeting_);
   EXPECT_EQ(moved.clipping->FolderID(), archive_);
-  const auto read = RequireClipping(*catalog_, moved.clipping->ID(), true);
+  const auto read = RequireClipping(*catalog_, greeting_, true);
   EXPECT_EQ(read->ClippingData()->Item(1)->RawData(), "Dear Sir,\r\n");
-  EXPECT_EQ(catalog_->read().GetCategoriesNamesForClipping(read->ID(), catalog_->details()),
-            "Work");
-  EXPECT_FALSE(catalog_->read().GetClipping(greeting_, catalog_->details()));
+  EXPECT_EQ(catalog_->read().GetCategoriesNamesForClipping(greeting_, catalog_->details()), "Work");
+  EXPECT_EQ(
+      catalog_->read().GetClippingsFromFolder(letters_, catalog_->details())->Items()->Count(), 0);
 }
 
 TEST_F(ItemTransferTest, ACopyLeavesTheOriginal) {
