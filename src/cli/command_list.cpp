@@ -177,13 +177,16 @@ class RemoveUnit final : public Command {
       : Command("rm", "Delete a folder or clipping (marked deleted unless --permanently)") {}
   void Declare(CLI::App& command) override {
     command.add_option("ID", id_, "Folder or clipping id")->required();
-    command.add_flag("--permanently", permanently_, "Remove the rows for good");
+    command.add_flag("--permanently", options_.permanently, "Remove the rows for good");
+    command.add_flag("-f,--force", options_.force,
+                     "Delete a folder with something below it without asking");
+    command.add_flag("-n,--dry-run", options_.dry_run, "Say what would be deleted; change nothing");
   }
-  void Run(const Context& context) override { RemoveCommand(context, id_, permanently_); }
+  void Run(const Context& context) override { RemoveCommand(context, id_, options_); }
 
  private:
   std::string id_;
-  bool permanently_ = false;
+  RemoveOptions options_;
 };
 
 class SearchUnit final : public Command {

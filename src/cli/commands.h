@@ -40,7 +40,14 @@ void RenameCommand(const Context& context, const std::string& id, const std::str
 // Moves a folder (with everything below it) or a clipping under folder `parent` and prints the
 // moved item's new id (see MoveItem).
 void MoveCommand(const Context& context, const std::string& id, const std::string& parent);
-void RemoveCommand(const Context& context, const std::string& id, bool permanently);
+struct RemoveOptions {
+  bool permanently = false;  // remove the rows for good instead of marking them deleted
+  bool force = false;        // a folder with something below it goes without a question
+  bool dry_run = false;      // say what would go and change nothing
+};
+// Deletes a folder or clipping. A folder with folders or clippings below it is deleted only with
+// `force` or after a yes on a terminal (standard input); without a terminal it is refused.
+void RemoveCommand(const Context& context, const std::string& id, const RemoveOptions& options);
 struct SearchOptions {
   ClippingQuery query;      // text, folders, categories (and, by names, the rest)
   bool names_only = false;  // search some of names and descriptions, not words

@@ -4,6 +4,7 @@
 #include "cli/commands.h"
 #include "cli/printing.h"
 #include "library/catalog.h"
+#include "library/item_edits.h"
 #include "library/item_lookup.h"
 
 namespace clipcat::cli {
@@ -61,7 +62,7 @@ void LinkCommand(const Context& context, const std::string& name, const std::str
 
 void UnlinkCommand(const Context& context, const std::string& folder) {
   Catalog catalog = Catalog::Open(context.location);
-  catalog.write().DeleteLinkedFolder(folder, catalog.details());
+  UnlinkFolder(catalog, folder);
 }
 
 }  // namespace clipcat::cli

@@ -11,6 +11,7 @@
 #include "cli/commands.h"
 #include "cli/printing.h"
 #include "cli/progress.h"
+#include "cli/prompt.h"
 #include "library/catalog.h"
 #include "library/clipping_search.h"
 #include "library/content_index.h"
@@ -40,10 +41,26 @@ std::string ReadContent(const AddOptions& options) {
   return content.str();
 }
 
+// "2 folders and 5 clippings".
+std::string Below(const RemovalScope& scope) {
+  const auto count = [](size_t n, const char* one, const char* many) {
+    return std::to_string(n) + " " + (n == 1 ? one : many);
+  };
+  return count(scope.folders, "folder", "folders") + " and " +
+         count(scope.clippings, "clipping", "clippings");
+}
+
+// "folder 7 (Letters) with 2 folders and 5 clippings below it", "clipping 9 (Greeting)".
+std::string DescribeRemovalScope(const std::string& id, const RemovalScope& scope) {
+  if (!scope.folder) return "clipping " + id + " (" + scope.name + ")";
+  return "folder " + id + " (" + scope.name + ") with " + Below(scope) + " below it";
+}
+
 }  // namespace
 
 void ListCommand(const Context& context, const std::string& folder) {
   Catalog catalog = Catalog::Open(context.location);
+  RequireFolder(catalog, folder);
   const auto clippings = catalog.read().GetClippingsFromFolder(folder, catalog.details());
   PrintClippings(*clippings, context, false);
 }
@@ -97,6 +114,7 @@ void AddCommand(const Context& context, const AddOptions& options) {
   if (options.type < 1 || options.type > 5) Refuse("--type must be 1 to 5");
   const std::string content = ReadContent(options);
   Catalog catalog = Catalog::Open(context.location);
+  RequireFolder(catalog, options.folder);
   const auto clipping = Clipping::Create();
   clipping->SetName(options.name);
   clipping->SetDescription(options.description);
@@ -110,6 +128,7 @@ void AddCommand(const Context& context, const AddOptions& options) {
 
 void MakeFolderCommand(const Context& context, const std::string& parent, const std::string& name) {
   Catalog catalog = Catalog::Open(context.location);
+  RequireFolder(catalog, parent);
   const auto folder = Folder::Create();
   folder->SetName(name);
   const auto added = catalog.write().AddFolder(folder, parent, catalog.details(), true);
@@ -121,13 +140,29 @@ void RenameCommand(const Context& context, const std::string& id, const std::str
   RenameItem(catalog, id, name);
 }
 
-void RemoveCommand(const Context& context, const std::string& id, bool permanently) {
+void RemoveCommand(const Context& context, const std::string& id, const RemoveOptions& options) {
   Catalog catalog = Catalog::Open(context.location);
-  RemoveItem(catalog, id, permanently);
+  const RemovalScope scope = DescribeRemoval(catalog, id);
+  const std::string what = DescribeRemovalScope(id, scope);
+  if (options.dry_run) {
+    context.out << "would delete " << what << (options.permanently ? " for good" : "") << "\n";
+    return;
+  }
+  if (scope.folder && scope.folders + scope.clippings > 0 && !options.force) {
+    if (!isatty(STDIN_FILENO)) {
+      Refuse("folder " + id + " is not empty (" + Below(scope) +
+             " below it): give --force to delete it with everything below it");
+    }
+    if (!Confirm("delete " + what + (options.permanently ? " for good" : "") + "?")) {
+      Refuse("nothing was deleted");
+    }
+  }
+  RemoveItem(catalog, id, options.permanently);
 }
 
 void SearchCommand(const Context& context, const SearchOptions& options) {
   Catalog catalog = Catalog::Open(context.location);
+  for (const std::string& folder : options.query.folders) RequireFolder(catalog, folder);
   if (options.names_only) {
     const auto clippings = SearchClippings(catalog, options.query);
     if (context.xml) {

@@ -1,12 +1,17 @@
 // The clipcat command: people's and scripts' way into a clipping catalog.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "automation/register_classes.h"
 #include "cli/call_command.h"
 #include "cli/command.h"
+#include "cli/error_text.h"
 #include "cli/progress.h"
+#include "cli/suggestions.h"
 #include "library/catalog_location.h"
 #include "library/content_index.h"
 #include "library/request_scope.h"
@@ -17,9 +22,88 @@ namespace {
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 64;
 
-int ReportError(const clipcat::AutomationError& e) {
-  std::cerr << "error " << e.number() << " (" << e.source() << "): " << e.description() << "\n";
+int ReportError(const clipcat::AutomationError& e, bool as_raised) {
+  std::cerr << clipcat::cli::ErrorLine(e, as_raised) << "\n";
   return kExitFailure;
+}
+
+// The options of clipcat itself that take a value in the next argument.
+bool TakesValue(const std::string& arg) { return arg == "--catalog" || arg == "--connection"; }
+
+// The arguments that are not options of clipcat itself or their values: the command and what
+// follows it.
+std::vector<std::string> CommandWords(int argc, char** argv) {
+  std::vector<std::string> words;
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    if (!words.empty()) {
+      words.push_back(arg);
+    } else if (TakesValue(arg)) {
+      ++i;
+    } else if (arg.empty() || arg[0] != '-') {
+      words.push_back(arg);
+    }
+  }
+  return words;
+}
+
+std::vector<std::string> Names(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+    names.push_back(command->get_name());
+  }
+  return names;
+}
+
+// "--name" and "-n" for every option of `app`.
+void AddOptionNames(const CLI::App& app, std::vector<std::string>& names) {
+  for (const CLI::Option* option : app.get_options()) {
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    for (const std::string& name : option->get_snames()) names.push_back("-" + name);
+  }
+}
+
+// The line that follows a usage error: the closest command or option to what was mistyped.
+std::string DidYouMean(const CLI::App& app, int argc, char** argv) {
+  const std::vector<std::string> words = CommandWords(argc, argv);
+  if (words.empty()) return "";
+  const CLI::App* command = nullptr;
+  for (const CLI::App* candidate : app.get_subcommands([](const CLI::App*) { return true; })) {
+    if (candidate->get_name() == words.front()) command = candidate;
+  }
+  if (command == nullptr) {
+    const std::string closest = clipcat::cli::ClosestName(words.front(), Names(app));
+    return closest.empty() ? "" : "did you mean \"" + closest + "\"?";
+  }
+  std::vector<std::string> options;
+  AddOptionNames(*command, options);
+  AddOptionNames(app, options);
+  for (size_t i = 1; i < words.size(); ++i) {
+    const std::string typed = words[i].substr(0, words[i].find('='));
+    if (typed.size() < 2 || typed[0] != '-' || typed == "--") continue;
+    if (std::find(options.begin(), options.end(), typed) != options.end()) continue;
+    const std::string closest = clipcat::cli::ClosestName(typed, options);
+    if (!closest.empty()) return "did you mean \"" + closest + "\"?";
+  }
+  return "";
+}
+
+// `clipcat help [COMMAND]`: the command list, or one command's help, on standard output.
+int PrintHelp(const CLI::App& app, const std::vector<std::string>& words) {
+  if (words.size() < 2) {
+    std::cout << app.help();
+    return 0;
+  }
+  for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+    if (command->get_name() == words[1]) {
+      std::cout << command->help("clipcat");
+      return 0;
+    }
+  }
+  std::cerr << "error: clipcat has no command \"" << words[1] << "\"\n";
+  const std::string closest = clipcat::cli::ClosestName(words[1], Names(app));
+  if (!closest.empty()) std::cerr << "did you mean \"" << closest << "\"?\n";
+  return kExitUsage;
 }
 
 }  // namespace
@@ -36,9 +120,9 @@ int main(int argc, char** argv) {
       "The catalog: --connection XML, else --catalog PATH, else $CLIPCAT_CATALOG, else\n"
       "${XDG_DATA_HOME:-$HOME/.local/share}/clipcat/catalog.db (only this default catalog is\n"
       "created on first use; init creates the others).\n"
-      "Exit status: 0 done; 1 failed, with \"error NUMBER (SOURCE): DESCRIPTION\" on standard\n"
-      "error; 64 the command line is wrong. clipcat COMMAND --help tells more; docs/cli.md has\n"
-      "an example of every command.");
+      "Exit status: 0 done; 1 failed, with \"error: DESCRIPTION (error NUMBER, SOURCE)\" on\n"
+      "standard error; 64 the command line is wrong. clipcat help COMMAND (or clipcat COMMAND\n"
+      "--help) tells more; docs/cli.md has an example of every command.");
 
   std::string catalog_option, connection_option;
   bool xml = false;
@@ -54,11 +138,26 @@ int main(int argc, char** argv) {
   for (const auto& command : commands) {
     command->Declare(*app.add_subcommand(command->name(), command->help()));
   }
+  const std::vector<std::string> words = CommandWords(argc, argv);
+  if (!words.empty() && words.front() == "help") return PrintHelp(app, words);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
-    const int code = app.exit(e);
-    return code == 0 ? 0 : kExitUsage;
+    if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(e);
+    if (words.empty()) {
+      // Bare clipcat: what there is to do.
+      std::cerr << "error: a command is required\n\n" << app.help();
+      return kExitUsage;
+    }
+    if (app.get_subcommands().empty()) {
+      std::cerr << "error: clipcat has no command \"" << words.front() << "\"\n";
+    } else {
+      std::cerr << "error: " << e.what() << "\n";
+    }
+    const std::string suggestion = DidYouMean(app, argc, argv);
+    if (!suggestion.empty()) std::cerr << suggestion << "\n";
+    std::cerr << "(clipcat help lists the commands; clipcat help COMMAND tells one's options)\n";
+    return kExitUsage;
   }
 
   try {
@@ -79,12 +178,14 @@ int main(int argc, char** argv) {
     }
     return 0;
   } catch (const UsageError& e) {
-    std::cerr << "usage: " << e.what() << "\n";
+    std::cerr << "error: " << e.what() << "\n";
     return kExitUsage;
   } catch (const clipcat::AutomationError& e) {
-    return ReportError(e);
+    // A member called by name raises what its contract says; it is shown as raised.
+    return ReportError(e, app.get_subcommand("call")->parsed());
   } catch (const std::exception& e) {
     return ReportError(clipcat::AutomationError(clipcat::err::kInvalidProcedureCall,
-                                                clipcat::kComponentSource, e.what()));
+                                                clipcat::kComponentSource, e.what()),
+                       false);
   }
 }

@@ -15,9 +15,29 @@ namespace clipcat {
 // services' errors say when it is not). Refuses an id that names neither.
 void RenameItem(Catalog& catalog, const std::string& id, const std::string& name);
 
+// What deleting `id` takes away: whether it is a folder, its name, and how many folders and
+// clippings (not counting those already deleted) lie below it. Reads only. Refuses what
+// RemoveItem refuses, with the same errors, so that a dry run fails where the deletion would.
+struct RemovalScope {
+  bool folder = false;
+  std::string name;
+  size_t folders = 0;
+  size_t clippings = 0;
+};
+RemovalScope DescribeRemoval(Catalog& catalog, const std::string& id);
+
 // Deletes the folder (with everything below it) or the clipping `id`: marked deleted, or removed
-// for good when `permanently`. Refuses an id that names neither.
+// for good when `permanently`. Refuses an id that names neither, and raises 511
+// (err::kTopFolderNotDeletable, source "clipcat") for the top folder of any catalog, the personal
+// one or a linked one, and for a folder that links a catalog (unlink removes the link); the
+// service's DeleteFolder does neither for its in-process callers.
 void RemoveItem(Catalog& catalog, const std::string& id, bool permanently);
+
+// Removes the link that folder `id` (the linking folder's own id, the one AddLinkedFolder
+// answered) makes to another catalog, leaving that catalog untouched. Raises 512 (err::kNotALinkedFolder, source "clipcat") for any other folder,
+// which the service's DeleteLinkedFolder would delete for good; refuses an id that names no
+// folder.
+void UnlinkFolder(Catalog& catalog, const std::string& id);
 
 // Puts the clipping in the category of its catalog named `category` (without regard to case),
 // making the category when there is none. Answers the category. Refuses an id that names no

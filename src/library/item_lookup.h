@@ -21,11 +21,20 @@ namespace clipcat {
 // raises.
 std::shared_ptr<Folder> FolderOrNothing(Catalog& catalog, const std::string& id);
 
-// The folder `id`; refuses "no folder has the id ID".
+// True when `folder` is the top folder of its catalog (its parent has the local key 0), the
+// personal catalog's or a linked catalog's.
+bool IsTopFolder(const Folder& folder);
+
+// Refuses an id that is neither a number nor P<catalog>C<number>, naming it: the services would
+// raise 13 "Type mismatch".
+void RequireIdForm(const std::string& id);
+
+// The folder `id`; refuses "no folder has the id ID" (and what RequireIdForm refuses).
 std::shared_ptr<Folder> RequireFolder(Catalog& catalog, const std::string& id);
 
 // The clipping `id`, with its data items when `data`; refuses "no clipping or folder has the id
-// ID" (a caller asks for a folder first). Raises the service's errors for an id it cannot read.
+// ID" (a caller asks for a folder first) and what RequireIdForm refuses. Raises the service's
+// errors for an id it cannot read.
 std::shared_ptr<Clipping> RequireClipping(Catalog& catalog, const std::string& id, bool data);
 
 // Raises the selected catalog's own error (-2147220994 for one that cannot be reached) when it
