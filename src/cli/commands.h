@@ -5,6 +5,7 @@
 #include <iosfwd>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "library/catalog_location.h"
 #include "library/clipping_search.h"
@@ -60,8 +61,9 @@ struct SearchOptions {
 void SearchCommand(const Context& context, const SearchOptions& options);
 // Makes the content index of the catalog (or of the linked catalog `folder` stands for) anew.
 void ReindexCommand(const Context& context, const std::string& folder);
-void TagCommand(const Context& context, const std::string& clipping, const std::string& category,
-                bool untag);
+// Puts each clipping in the category (see TagClippings), or takes each out of it.
+void TagCommand(const Context& context, const std::vector<std::string>& clippings,
+                const std::string& category, bool untag);
 void CategoriesCommand(const Context& context);
 void HistoryCommand(const Context& context, int maximum);
 void LinkCommand(const Context& context, const std::string& name, const std::string& connection);

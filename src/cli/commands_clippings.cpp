@@ -24,9 +24,18 @@
 namespace clipcat::cli {
 namespace {
 
+std::string ReadStandardInput() {
+  std::ostringstream content;
+  content << std::cin.rdbuf();
+  // An empty clipping made by a slip (a pipe that gave nothing) would look like a saved one.
+  if (content.str().empty()) Refuse("standard input was empty: there is no content to add");
+  return content.str();
+}
+
 std::string ReadContent(const AddOptions& options) {
   if (options.text) return *options.text;
   std::ostringstream content;
+  if (options.file && *options.file == "-") return ReadStandardInput();
   if (options.file) {
     std::ifstream in(*options.file, std::ios::binary);
     if (!in) {
@@ -37,8 +46,7 @@ std::string ReadContent(const AddOptions& options) {
     return content.str();
   }
   if (isatty(STDIN_FILENO)) Refuse("add needs --text, --file or content on standard input");
-  content << std::cin.rdbuf();
-  return content.str();
+  return ReadStandardInput();
 }
 
 // "2 folders and 5 clippings".
@@ -114,7 +122,6 @@ void AddCommand(const Context& context, const AddOptions& options) {
   if (options.type < 1 || options.type > 5) Refuse("--type must be 1 to 5");
   const std::string content = ReadContent(options);
   Catalog catalog = Catalog::Open(context.location);
-  RequireFolder(catalog, options.folder);
   const auto clipping = Clipping::Create();
   clipping->SetName(options.name);
   clipping->SetDescription(options.description);
@@ -122,16 +129,13 @@ void AddCommand(const Context& context, const AddOptions& options) {
   item->SetClippingDataType(options.type);
   item->SetRawData(content);
   clipping->ClippingData()->Add(item);
-  const auto added = catalog.write().AddClipping(clipping, options.folder, catalog.details(), true);
+  const auto added = AddClippingTo(catalog, options.folder, clipping);
   context.out << (context.xml ? added->XML() : added->ID()) << "\n";
 }
 
 void MakeFolderCommand(const Context& context, const std::string& parent, const std::string& name) {
   Catalog catalog = Catalog::Open(context.location);
-  RequireFolder(catalog, parent);
-  const auto folder = Folder::Create();
-  folder->SetName(name);
-  const auto added = catalog.write().AddFolder(folder, parent, catalog.details(), true);
+  const auto added = AddFolderNamed(catalog, parent, name);
   context.out << (context.xml ? added->XML() : added->ID()) << "\n";
 }
 
@@ -208,14 +212,15 @@ void ReindexCommand(const Context& context, const std::string& folder) {
   RebuildContentIndex(catalog, folder, progress.Reporter());
 }
 
-void TagCommand(const Context& context, const std::string& clipping, const std::string& category,
-                bool untag) {
+void TagCommand(const Context& context, const std::vector<std::string>& clippings,
+                const std::string& category, bool untag) {
   Catalog catalog = Catalog::Open(context.location);
   if (untag) {
-    UntagClipping(catalog, clipping, category);
+    for (const std::string& clipping : clippings) RequireClipping(catalog, clipping, false);
+    for (const std::string& clipping : clippings) UntagClipping(catalog, clipping, category);
     return;
   }
-  TagClipping(catalog, clipping, category);
+  TagClippings(catalog, clippings, category);
 }
 
 }  // namespace clipcat::cli

@@ -1,6 +1,8 @@
 // The clipcat command: people's and scripts' way into a clipping catalog.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <clocale>
+#include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -111,6 +113,8 @@ int PrintHelp(const CLI::App& app, const std::vector<std::string>& words) {
 int main(int argc, char** argv) {
   using namespace clipcat;
   using namespace clipcat::cli;
+  // Display widths (wcwidth) need a UTF-8 character type: the user's, else C.UTF-8.
+  if (setlocale(LC_CTYPE, "") == nullptr || MB_CUR_MAX == 1) setlocale(LC_CTYPE, "C.UTF-8");
   CLI::App app{"clipcat - a catalog of named, reusable clippings", "clipcat"};
   app.set_version_flag("--version", std::string("clipcat ") + CLIPCAT_VERSION);
   app.require_subcommand(1);

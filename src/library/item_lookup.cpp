@@ -1,5 +1,6 @@
 #include "library/item_lookup.h"
 
+#include "engine/case_folding.h"
 #include "util/errors.h"
 #include "util/item_id.h"
 #include "util/text.h"
@@ -76,7 +77,7 @@ std::shared_ptr<Category> CategoryNamed(Catalog& catalog, const std::string& ite
                                         const std::string& name) {
   const auto categories = catalog.read().GetCategoriesFromFolder(item_id, catalog.details());
   for (const auto& category : *categories->Items()) {
-    if (EqualsIgnoreCase(category->Name(), name)) return category;
+    if (CompareFoldedCase(category->Name(), name) == 0) return category;
   }
   return nullptr;
 }

@@ -45,8 +45,8 @@ void RequireReachable(Catalog& catalog);
 // cannot be reached and refuses "the catalog has no top folder".
 std::shared_ptr<Folder> RequireTopFolder(Catalog& catalog);
 
-// The first category, of the catalog that holds `item_id`, named `name` without regard to case;
-// nullptr when there is none.
+// The first category, of the catalog that holds `item_id`, named `name` without regard to case
+// (Unicode simple case folding, as the catalog compares names); nullptr when there is none.
 std::shared_ptr<Category> CategoryNamed(Catalog& catalog, const std::string& item_id,
                                         const std::string& name);
 

@@ -35,7 +35,7 @@ class ServerCatalog : public Cli {
 
 TEST_F(ServerCatalog, InitDeploysACatalogOnceAndNamesItsTopFolder) {
   EXPECT_EQ(OnServer({"init"}, "Team").out, "created server catalog Team\n");
-  EXPECT_EQ(OnServer({"init"}, "Team").err.find("(error -2147467259, clipcat)"), std::string::npos);
+  EXPECT_NE(OnServer({"init"}, "Team").err.find("(error -2147467259, clipcat)"), std::string::npos);
   EXPECT_EQ(Trim(OnServer({"tree"}, "Team").out), "Team  [1]");
   EXPECT_EQ(OnServer({"init"}, "", true).out, "created server catalog Shared\n");
   EXPECT_EQ(OnServer({"init", "--name", "Sales"}, "Team", true).out,
@@ -63,6 +63,36 @@ TEST_F(ServerCatalog, AFileCatalogExportedAndImportedOnTheServerIsTheSameCatalog
   EXPECT_NE(
       OnServer({"search", "--names-only", "*", "--category", "Work"}).out.find("Personal\\Drafts"),
       std::string::npos);
+}
+
+TEST_F(ServerCatalog, NoSlipDeletesATeamCatalogOrItsTopFolder) {
+  ASSERT_EQ(OnServer({"init", "--name", "Team"}, "", true).status, 0);
+  const std::string offers = Trim(OnServer({"mkdir", "1", "Offers"}).out);
+  OnServer({"add", offers, "Offer", "--text", "10% off"});
+  const std::string before = OnServer({"export"}).out;
+  for (const Args& rm : {Args{"rm", "1", "--force"}, Args{"rm", "1", "--permanently", "-f"}}) {
+    const Result r = OnServer(rm);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("is the top folder of its catalog and cannot be deleted (error 511, "),
+              std::string::npos)
+        << r.err;
+  }
+  EXPECT_NE(OnServer({"unlink", offers}).err.find("(error 512, clipcat)"), std::string::npos);
+
+  // Linked into a personal file catalog: neither the team catalog's top nor the link is deleted.
+  Ok({"init", "--name", "Personal"});
+  const std::string link =
+      Trim(Ok({"link", "Team", "--connection",
+               "<connectiondetails connectionstring=\"" + server_->ConnectionString(database_) +
+                   "\" datasourcetype=\"2\"/>"}));
+  EXPECT_NE(Ok({"tree"}).find("Team  [P1C1]\n  Offers  [P1C" + offers + "]"), std::string::npos);
+  EXPECT_NE(Fails({"rm", "P1C1", "--force", "--permanently"}).find("(error 511, clipcat)"),
+            std::string::npos);
+  EXPECT_NE(Fails({"rm", link, "--force"}).find("(error 511, clipcat)"), std::string::npos);
+  EXPECT_NE(Fails({"unlink", "P1C" + offers}).find("(error 512, clipcat)"), std::string::npos);
+  EXPECT_EQ(OnServer({"export"}).out, before);
+  Ok({"unlink", link});
+  EXPECT_EQ(OnServer({"export"}).out, before) << "unlinking leaves the team catalog alone";
 }
 
 }  // namespace

@@ -88,5 +88,48 @@ TEST_F(ItemEditsTest, ARemovalIsDescribedBeforeItIsMade) {
   EXPECT_EQ(RaisedNumber([&] { DescribeRemoval(*catalog_, "999"); }), err::kInvalidProcedureCall);
 }
 
+TEST_F(ItemEditsTest, TaggingIsIdempotentAndMatchesNamesAsTheCatalogFoldsThem) {
+  const std::string first = AddClipping(letters_, "First");
+  const std::string second = AddClipping(letters_, "Second");
+  const auto made = TagClippings(*catalog_, {first, second}, "\xc3\x84rger");  // Ärger
+  for (const std::string& name : {std::string("\xc3\xa4rger"), std::string("\xc3\x84RGER")}) {
+    EXPECT_EQ(TagClipping(*catalog_, first, name)->ID(), made->ID()) << name;
+  }
+  EXPECT_EQ(catalog_->read().GetCategoriesFromFolder("1", catalog_->details())->Items()->Count(),
+            1);
+  EXPECT_EQ(catalog_->read()
+                .GetClippingsFromCategory(made->ID(), false, catalog_->details())
+                ->Items()
+                ->Count(),
+            2);
+  const std::string before = ExportText();
+  EXPECT_EQ(RaisedNumber([&] {
+              TagClippings(*catalog_, {first, "999"}, "Other");
+            }),
+            err::kInvalidProcedureCall);
+  EXPECT_EQ(RaisedNumber([&] { TagClipping(*catalog_, first, "a\nb"); }),
+            err::kInvalidProcedureCall);
+  EXPECT_EQ(ExportText(), before) << "a refused tagging changes nothing";
+}
+
+TEST_F(ItemEditsTest, NamesAreCheckedByTheLibraryNotByTheServices) {
+  const std::string before = ExportText();
+  for (const std::string& name : {std::string(""), std::string("  "), std::string("a\tb"),
+                                  std::string("line\n"), std::string("x\x1b")}) {
+    EXPECT_EQ(RaisedNumber([&] { AddFolderNamed(*catalog_, "1", name); }),
+              err::kInvalidProcedureCall);
+    auto clipping = Clipping::Create();
+    clipping->SetName(name);
+    EXPECT_EQ(RaisedNumber([&] { AddClippingTo(*catalog_, letters_, clipping); }),
+              err::kInvalidProcedureCall);
+    EXPECT_EQ(RaisedNumber([&] { RenameItem(*catalog_, letters_, name); }),
+              err::kInvalidProcedureCall);
+  }
+  EXPECT_EQ(ExportText(), before);
+  EXPECT_EQ(AddFolderNamed(*catalog_, inner_, "Fine name")->ParentID(), inner_);
+  // The service itself still takes what an in-process caller gives it.
+  EXPECT_NE(AddFolder("1", "two\nlines"), "");
+}
+
 }  // namespace
 }  // namespace clipcat::library_test
