@@ -2,6 +2,7 @@
 // library and prints plain, aligned text (or the entities' XML with --xml).
 #pragma once
 
+#include <exception>
 #include <iosfwd>
 #include <optional>
 #include <string>
@@ -11,6 +12,13 @@
 #include "library/clipping_search.h"
 
 namespace clipcat::cli {
+
+// Raised by a search that found nothing, after its (empty) result is printed: the command exits
+// with status 1 and no error line, as grep does, so scripts can tell.
+class NothingFound : public std::exception {
+ public:
+  const char* what() const noexcept override { return "nothing found"; }
+};
 
 struct Context {
   CatalogLocation location;
@@ -57,7 +65,8 @@ struct SearchOptions {
 };
 
 // Prints the clippings whose words match (content search, best first, with a snippet), or with
-// `names_only` those whose names or descriptions hold the text.
+// `names_only` those whose names or descriptions hold the text. Raises NothingFound when none
+// does.
 void SearchCommand(const Context& context, const SearchOptions& options);
 // Makes the content index of the catalog (or of the linked catalog `folder` stands for) anew.
 void ReindexCommand(const Context& context, const std::string& folder);

@@ -171,13 +171,14 @@ void SearchCommand(const Context& context, const SearchOptions& options) {
     const auto clippings = SearchClippings(catalog, options.query);
     if (context.xml) {
       context.out << clippings->XML() << "\n";
-      return;
+    } else {
+      Table table({"ID", "NAME", "FOLDER", "CATEGORIES"});
+      for (const auto& clipping : *clippings->Items()) {
+        table.Add({clipping->ID(), clipping->Name(), clipping->PathName(), clipping->Categories()});
+      }
+      table.Print(context.out);
     }
-    Table table({"ID", "NAME", "FOLDER", "CATEGORIES"});
-    for (const auto& clipping : *clippings->Items()) {
-      table.Add({clipping->ID(), clipping->Name(), clipping->PathName(), clipping->Categories()});
-    }
-    table.Print(context.out);
+    if (clippings->Items()->Count() == 0) throw NothingFound();
     return;
   }
   const ClippingQuery& query = options.query;
@@ -197,13 +198,14 @@ void SearchCommand(const Context& context, const SearchOptions& options) {
     const auto clippings = Clippings::Create();
     for (const FoundClipping& hit : found) clippings->AddClipping(hit.clipping);
     context.out << clippings->XML() << "\n";
-    return;
+  } else {
+    Table table({"ID", "NAME", "FOLDER", "MATCH"});
+    for (const FoundClipping& hit : found) {
+      table.Add({hit.clipping->ID(), hit.clipping->Name(), hit.clipping->PathName(), hit.snippet});
+    }
+    table.Print(context.out);
   }
-  Table table({"ID", "NAME", "FOLDER", "MATCH"});
-  for (const FoundClipping& hit : found) {
-    table.Add({hit.clipping->ID(), hit.clipping->Name(), hit.clipping->PathName(), hit.snippet});
-  }
-  table.Print(context.out);
+  if (found.empty()) throw NothingFound();
 }
 
 void ReindexCommand(const Context& context, const std::string& folder) {

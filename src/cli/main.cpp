@@ -181,6 +181,8 @@ int main(int argc, char** argv) {
       RunRequest([&] { command->Run(context); });
     }
     return 0;
+  } catch (const NothingFound&) {
+    return kExitFailure;
   } catch (const UsageError& e) {
     std::cerr << "error: " << e.what() << "\n";
     return kExitUsage;

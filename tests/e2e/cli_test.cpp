@@ -121,7 +121,15 @@ TEST_F(Cli, CategoriesSearchAndHistory) {
       FirstColumn(Ok({"search", "--names-only", "*", "--category", "Home", "--category", "Work"}))
           .size(),
       2u);
-  EXPECT_EQ(FirstColumn(Ok({"search", "--names-only", "Deep*", "--category", "Home"})), Ids{});
+  // Nothing found: the empty table, status 1 and no error line, as grep does.
+  const Result none =
+      Run({"--catalog", catalog_, "search", "--names-only", "Deep*", "--category", "Home"});
+  EXPECT_EQ(none.status, 1);
+  EXPECT_EQ(none.err, "");
+  EXPECT_EQ(FirstColumn(none.out), Ids{});
+  EXPECT_EQ(Run({"--catalog", catalog_, "search", "nowhere-at-all"}).status, 1);
+  EXPECT_EQ(Run({"--catalog", catalog_, "search", "nowhere-at-all", "--xml"}).out,
+            "<clippings></clippings>\n");
   EXPECT_EQ(
       FirstColumn(Ok({"search", "--names-only", "Deep*", "--category", "Home", "--any-category"}))
           .size(),
