@@ -1,6 +1,5 @@
 // The clipcat command: people's and scripts' way into a clipping catalog.
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <clocale>
 #include <cstdlib>
 #include <iostream>
@@ -13,7 +12,7 @@
 #include "cli/command.h"
 #include "cli/error_text.h"
 #include "cli/progress.h"
-#include "cli/suggestions.h"
+#include "cli/usage_help.h"
 #include "library/catalog_location.h"
 #include "library/content_index.h"
 #include "library/request_scope.h"
@@ -27,85 +26,6 @@ constexpr int kExitUsage = 64;
 int ReportError(const clipcat::AutomationError& e, bool as_raised) {
   std::cerr << clipcat::cli::ErrorLine(e, as_raised) << "\n";
   return kExitFailure;
-}
-
-// The options of clipcat itself that take a value in the next argument.
-bool TakesValue(const std::string& arg) { return arg == "--catalog" || arg == "--connection"; }
-
-// The arguments that are not options of clipcat itself or their values: the command and what
-// follows it.
-std::vector<std::string> CommandWords(int argc, char** argv) {
-  std::vector<std::string> words;
-  for (int i = 1; i < argc; ++i) {
-    const std::string arg = argv[i];
-    if (!words.empty()) {
-      words.push_back(arg);
-    } else if (TakesValue(arg)) {
-      ++i;
-    } else if (arg.empty() || arg[0] != '-') {
-      words.push_back(arg);
-    }
-  }
-  return words;
-}
-
-std::vector<std::string> Names(const CLI::App& app) {
-  std::vector<std::string> names;
-  for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
-    names.push_back(command->get_name());
-  }
-  return names;
-}
-
-// "--name" and "-n" for every option of `app`.
-void AddOptionNames(const CLI::App& app, std::vector<std::string>& names) {
-  for (const CLI::Option* option : app.get_options()) {
-    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
-    for (const std::string& name : option->get_snames()) names.push_back("-" + name);
-  }
-}
-
-// The line that follows a usage error: the closest command or option to what was mistyped.
-std::string DidYouMean(const CLI::App& app, int argc, char** argv) {
-  const std::vector<std::string> words = CommandWords(argc, argv);
-  if (words.empty()) return "";
-  const CLI::App* command = nullptr;
-  for (const CLI::App* candidate : app.get_subcommands([](const CLI::App*) { return true; })) {
-    if (candidate->get_name() == words.front()) command = candidate;
-  }
-  if (command == nullptr) {
-    const std::string closest = clipcat::cli::ClosestName(words.front(), Names(app));
-    return closest.empty() ? "" : "did you mean \"" + closest + "\"?";
-  }
-  std::vector<std::string> options;
-  AddOptionNames(*command, options);
-  AddOptionNames(app, options);
-  for (size_t i = 1; i < words.size(); ++i) {
-    const std::string typed = words[i].substr(0, words[i].find('='));
-    if (typed.size() < 2 || typed[0] != '-' || typed == "--") continue;
-    if (std::find(options.begin(), options.end(), typed) != options.end()) continue;
-    const std::string closest = clipcat::cli::ClosestName(typed, options);
-    if (!closest.empty()) return "did you mean \"" + closest + "\"?";
-  }
-  return "";
-}
-
-// `clipcat help [COMMAND]`: the command list, or one command's help, on standard output.
-int PrintHelp(const CLI::App& app, const std::vector<std::string>& words) {
-  if (words.size() < 2) {
-    std::cout << app.help();
-    return 0;
-  }
-  for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
-    if (command->get_name() == words[1]) {
-      std::cout << command->help("clipcat");
-      return 0;
-    }
-  }
-  std::cerr << "error: clipcat has no command \"" << words[1] << "\"\n";
-  const std::string closest = clipcat::cli::ClosestName(words[1], Names(app));
-  if (!closest.empty()) std::cerr << "did you mean \"" << closest << "\"?\n";
-  return kExitUsage;
 }
 
 }  // namespace
@@ -143,7 +63,7 @@ int main(int argc, char** argv) {
     command->Declare(*app.add_subcommand(command->name(), command->help()));
   }
   const std::vector<std::string> words = CommandWords(argc, argv);
-  if (!words.empty() && words.front() == "help") return PrintHelp(app, words);
+  if (!words.empty() && words.front() == "help") return PrintHelp(app, words) ? 0 : kExitUsage;
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -158,7 +78,7 @@ int main(int argc, char** argv) {
     } else {
       std::cerr << "error: " << e.what() << "\n";
     }
-    const std::string suggestion = DidYouMean(app, argc, argv);
+    const std::string suggestion = DidYouMean(app, words);
     if (!suggestion.empty()) std::cerr << suggestion << "\n";
     std::cerr << "(clipcat help lists the commands; clipcat help COMMAND tells one's options)\n";
     return kExitUsage;
