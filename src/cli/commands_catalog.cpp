@@ -56,7 +56,7 @@ void LinkCommand(const Context& context, const std::string& name, const std::str
   Catalog catalog = Catalog::Open(context.location);
   const auto linked = ConnectionDetails::Create();
   linked->SetXML(connection);
-  const auto folder = catalog.write().AddLinkedFolder(linked, name, catalog.details());
+  const auto folder = LinkCatalog(catalog, name, linked);
   context.out << (context.xml ? folder->XML() : folder->ID()) << "\n";
 }
 

@@ -117,6 +117,12 @@ void RemoveItem(Catalog& catalog, const std::string& id, bool permanently) {
   catalog.write().DeleteClipping(id, catalog.details(), permanently);
 }
 
+std::shared_ptr<Folder> LinkCatalog(Catalog& catalog, const std::string& name,
+                                    const std::shared_ptr<ConnectionDetails>& linked) {
+  RequireUsableName(name, "folder");
+  return catalog.write().AddLinkedFolder(linked, name, catalog.details());
+}
+
 void UnlinkFolder(Catalog& catalog, const std::string& id) {
   const auto folder = RequireFolder(catalog, id);
   if (IsExternalItemID(id) && (folder->ExternalCatalogID() != 0 || IsTopFolder(*folder))) {

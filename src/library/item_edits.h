@@ -48,6 +48,11 @@ RemovalScope DescribeRemoval(Catalog& catalog, const std::string& id);
 // service's DeleteFolder does neither for its in-process callers.
 void RemoveItem(Catalog& catalog, const std::string& id, bool permanently);
 
+// Links the catalog `linked` selects into the personal catalog as a top-level folder named
+// `name`. Refuses a name that RequireUsableName refuses. Answers the linking folder.
+std::shared_ptr<Folder> LinkCatalog(Catalog& catalog, const std::string& name,
+                                    const std::shared_ptr<ConnectionDetails>& linked);
+
 // Removes the link that folder `id` (the linking folder's own id, the one AddLinkedFolder
 // answered) makes to another catalog, leaving that catalog untouched. Raises 512
 // (err::kNotALinkedFolder, source "clipcat") for any other folder, which the service's

@@ -52,7 +52,11 @@ void RequireIdForm(const std::string& id) {
 std::shared_ptr<Folder> RequireFolder(Catalog& catalog, const std::string& id) {
   RequireIdForm(id);
   auto folder = FolderOrNothing(catalog, id);
-  if (!folder) Refuse("no folder has the id " + id);
+  if (!folder) {
+    // A catalog that does not open says so, rather than that its folder is missing.
+    RequireReachable(catalog);
+    Refuse("no folder has the id " + id);
+  }
   return folder;
 }
 

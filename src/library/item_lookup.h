@@ -29,7 +29,8 @@ bool IsTopFolder(const Folder& folder);
 // raise 13 "Type mismatch".
 void RequireIdForm(const std::string& id);
 
-// The folder `id`; refuses "no folder has the id ID" (and what RequireIdForm refuses).
+// The folder `id`; refuses "no folder has the id ID" (and what RequireIdForm refuses). Raises
+// the selected catalog's own error when that catalog does not open.
 std::shared_ptr<Folder> RequireFolder(Catalog& catalog, const std::string& id);
 
 // The clipping `id`, with its data items when `data`; refuses "no clipping or folder has the id

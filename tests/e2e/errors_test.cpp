@@ -32,6 +32,14 @@ TEST_F(Cli, ErrorsAreOnePlainLineWithTheNumberAfterIt) {
   EXPECT_EQ(Fails({"add", letters, "greeting", "--text", "y"}).rfind("error: The name", 0), 0u);
   const std::string other = Trim(Ok({"add", letters, "Other", "--text", "y"}));
   EXPECT_NE(Fails({"rename", other, "GREETING"}).find("(error 508, Data Services)\n"), npos);
+  // Engine messages in plain words, only their first line.
+  const std::string text = (dir_ / "text.db").string();
+  WriteFile(text, std::string(4096, 'x'));
+  EXPECT_EQ(Run({"--catalog", text, "ls", "1"}).err,
+            "error: the file is not a clipcat catalog (error -2147467259, SQLite)\n")
+      << "a file that is no catalog is not a missing folder";
+  EXPECT_EQ(Run({"--catalog", text, "tree"}).err,
+            "error: the file is not a clipcat catalog (error -2147467259, SQLite)\n");
   for (const Args& args : {Args{"ls", "9999"}, Args{"show", "x"}, Args{"show", "9999"}}) {
     const std::string err = Fails(args);
     EXPECT_EQ(err.find('\n'), err.size() - 1) << "one line: " << err;

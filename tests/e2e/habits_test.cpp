@@ -78,7 +78,8 @@ TEST_F(Cli, NamesThatAreEmptyBlankOrHoldControlCharactersAreRefused) {
              {{"add", letters, name, "--text", "x"}, "clipping"},
              {{"rename", letters, name}, "folder"},
              {{"rename", greeting, name}, "clipping"},
-             {{"tag", greeting, name}, "category"}}) {
+             {{"tag", greeting, name}, "category"},
+             {{"link", name, "--connection", FileDetails(catalog_)}, "folder"}}) {
       EXPECT_EQ(Fails(args), "error: a " + what + " name " + why + " (error 5, clipcat)\n")
           << args[0];
     }
