@@ -95,4 +95,35 @@ TEST_F(ServerCatalog, NoSlipDeletesATeamCatalogOrItsTopFolder) {
   EXPECT_EQ(OnServer({"export"}).out, before) << "unlinking leaves the team catalog alone";
 }
 
+TEST_F(ServerCatalog, TwoProcessesTaggingWithTheSameNewCategoryShareIt) {
+  ASSERT_EQ(OnServer({"init", "--name", "Team"}, "", true).status, 0);
+  const std::string first = Trim(OnServer({"add", "1", "First", "--text", "1"}).out);
+  const std::string second = Trim(OnServer({"add", "1", "Second", "--text", "2"}).out);
+  const std::string details = "<connectiondetails connectionstring=\"" +
+                              server_->ConnectionString(database_) + "\" datasourcetype=\"2\"/>";
+  constexpr int kRounds = 6;
+  for (int round = 0; round < kRounds; ++round) {
+    const std::string name = "Race " + std::to_string(round);
+    const std::string a = CommandLine({"--connection", details, "tag", first, name}, {});
+    const std::string b =
+        CommandLine({"--connection", details, "tag", second, "RACE " + std::to_string(round)}, {});
+    const std::string script = a + " 2>" + Quote((dir_ / "e1").string()) + " & p=$!; " + b + " 2>" +
+                               Quote((dir_ / "e2").string()) +
+                               " & q=$!; wait $p; rp=$?; wait $q; echo $rp $?";
+    const std::string out = (dir_ / "statuses").string();
+    ASSERT_EQ(std::system(("sh -c " + Quote(script) + " >" + Quote(out)).c_str()), 0);
+    EXPECT_EQ(Trim(ReadFile(out)), "0 0")
+        << "round " << round << ": " << ReadFile(dir_ / "e1") << ReadFile(dir_ / "e2");
+  }
+  EXPECT_EQ(FirstColumn(OnServer({"categories"}).out).size(), static_cast<size_t>(kRounds));
+  for (int round = 0; round < kRounds; ++round) {
+    EXPECT_EQ(FirstColumn(OnServer({"search", "--names-only", "*", "--category",
+                                    "race " + std::to_string(round)})
+                              .out)
+                  .size(),
+              2u)
+        << round;
+  }
+}
+
 }  // namespace
