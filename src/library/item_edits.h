@@ -1,6 +1,9 @@
-// The everyday changes people make to items named by id: renaming or deleting whatever the id
-// names, folder or clipping, and putting a clipping in a category by its name or taking it out.
-// Runs inside the caller's request (see catalog.h); not thread-safe.
+// The everyday changes people make to items named by id: adding folders and clippings, renaming
+// or deleting whatever the id names, folder or clipping, linking and unlinking catalogs, and
+// putting clippings in a category by its name or taking them out. These are the checks every
+// front end shares (usable names, no deletion of a catalog's top folder, unlink only of a link);
+// the services below keep doing what an in-process caller asks. Runs inside the caller's request
+// (see catalog.h); not thread-safe.
 #pragma once
 
 #include <memory>
