@@ -110,7 +110,8 @@ class AddUnit final : public Command {
     command.add_option("--type", options_.type,
                        "Data type: 1 RTF, 2 text (default), 3 Excel XML, "
                        "4 Word XML, 5 catalog XML");
-    file_option_ = command.add_option("--file", file_, "Content from this file");
+    file_option_ =
+        command.add_option("--file", file_, "Content from this file ('-' for standard input)");
     text_option_ = command.add_option("--text", text_, "Content given here");
     file_option_->excludes(text_option_);
     command.add_option("--description", options_.description, "Description");
@@ -177,13 +178,16 @@ class RemoveUnit final : public Command {
       : Command("rm", "Delete a folder or clipping (marked deleted unless --permanently)") {}
   void Declare(CLI::App& command) override {
     command.add_option("ID", id_, "Folder or clipping id")->required();
-    command.add_flag("--permanently", permanently_, "Remove the rows for good");
+    command.add_flag("--permanently", options_.permanently, "Remove the rows for good");
+    command.add_flag("-f,--force", options_.force,
+                     "Delete a folder with something below it without asking");
+    command.add_flag("-n,--dry-run", options_.dry_run, "Say what would be deleted; change nothing");
   }
-  void Run(const Context& context) override { RemoveCommand(context, id_, permanently_); }
+  void Run(const Context& context) override { RemoveCommand(context, id_, options_); }
 
  private:
   std::string id_;
-  bool permanently_ = false;
+  RemoveOptions options_;
 };
 
 class SearchUnit final : public Command {
@@ -218,18 +222,32 @@ class SearchUnit final : public Command {
 class TagUnit final : public Command {
  public:
   explicit TagUnit(bool untag)
-      : Command(untag ? "untag" : "tag", untag ? "Take a clipping out of a category"
-                                               : "Put a clipping in a category (made if new)"),
+      : Command(untag ? "untag" : "tag",
+                untag ? "Take clippings out of a category"
+                      : "Put clippings in a category (made if new; already there is no error)"),
         untag_(untag) {}
   void Declare(CLI::App& command) override {
-    command.add_option("CLIPPING", clipping_, "Clipping id")->required();
-    command.add_option("CATEGORY", category_, "Category name")->required();
+    // The parser cannot end a list of positionals before a last one: the category is the last
+    // word of the list.
+    command
+        .add_option("CLIPPING", words_,
+                    "Clipping ids, one or more, then the category name (case does not matter)")
+        ->required();
   }
-  void Run(const Context& context) override { TagCommand(context, clipping_, category_, untag_); }
+  void Run(const Context& context) override {
+    if (words_.size() < 2) {
+      throw UsageError(name() +
+                       " takes CLIPPING... CATEGORY: one or more clipping ids, then the "
+                       "category name");
+    }
+    const std::string category = words_.back();
+    words_.pop_back();
+    TagCommand(context, words_, category, untag_);
+  }
 
  private:
   bool untag_;
-  std::string clipping_, category_;
+  std::vector<std::string> words_;
 };
 
 class CategoriesUnit final : public Command {

@@ -2,14 +2,23 @@
 // library and prints plain, aligned text (or the entities' XML with --xml).
 #pragma once
 
+#include <exception>
 #include <iosfwd>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "library/catalog_location.h"
 #include "library/clipping_search.h"
 
 namespace clipcat::cli {
+
+// Raised by a search that found nothing, after its (empty) result is printed: the command exits
+// with status 1 and no error line, as grep does, so scripts can tell.
+class NothingFound : public std::exception {
+ public:
+  const char* what() const noexcept override { return "nothing found"; }
+};
 
 struct Context {
   CatalogLocation location;
@@ -40,7 +49,14 @@ void RenameCommand(const Context& context, const std::string& id, const std::str
 // Moves a folder (with everything below it) or a clipping under folder `parent` and prints the
 // moved item's new id (see MoveItem).
 void MoveCommand(const Context& context, const std::string& id, const std::string& parent);
-void RemoveCommand(const Context& context, const std::string& id, bool permanently);
+struct RemoveOptions {
+  bool permanently = false;  // remove the rows for good instead of marking them deleted
+  bool force = false;        // a folder with something below it goes without a question
+  bool dry_run = false;      // say what would go and change nothing
+};
+// Deletes a folder or clipping. A folder with folders or clippings below it is deleted only with
+// `force` or after a yes on a terminal (standard input); without a terminal it is refused.
+void RemoveCommand(const Context& context, const std::string& id, const RemoveOptions& options);
 struct SearchOptions {
   ClippingQuery query;      // text, folders, categories (and, by names, the rest)
   bool names_only = false;  // search some of names and descriptions, not words
@@ -49,12 +65,14 @@ struct SearchOptions {
 };
 
 // Prints the clippings whose words match (content search, best first, with a snippet), or with
-// `names_only` those whose names or descriptions hold the text.
+// `names_only` those whose names or descriptions hold the text. Raises NothingFound when none
+// does.
 void SearchCommand(const Context& context, const SearchOptions& options);
 // Makes the content index of the catalog (or of the linked catalog `folder` stands for) anew.
 void ReindexCommand(const Context& context, const std::string& folder);
-void TagCommand(const Context& context, const std::string& clipping, const std::string& category,
-                bool untag);
+// Puts each clipping in the category (see TagClippings), or takes each out of it.
+void TagCommand(const Context& context, const std::vector<std::string>& clippings,
+                const std::string& category, bool untag);
 void CategoriesCommand(const Context& context);
 void HistoryCommand(const Context& context, int maximum);
 void LinkCommand(const Context& context, const std::string& name, const std::string& connection);

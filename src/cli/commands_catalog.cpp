@@ -4,6 +4,7 @@
 #include "cli/commands.h"
 #include "cli/printing.h"
 #include "library/catalog.h"
+#include "library/item_edits.h"
 #include "library/item_lookup.h"
 
 namespace clipcat::cli {
@@ -55,13 +56,13 @@ void LinkCommand(const Context& context, const std::string& name, const std::str
   Catalog catalog = Catalog::Open(context.location);
   const auto linked = ConnectionDetails::Create();
   linked->SetXML(connection);
-  const auto folder = catalog.write().AddLinkedFolder(linked, name, catalog.details());
+  const auto folder = LinkCatalog(catalog, name, linked);
   context.out << (context.xml ? folder->XML() : folder->ID()) << "\n";
 }
 
 void UnlinkCommand(const Context& context, const std::string& folder) {
   Catalog catalog = Catalog::Open(context.location);
-  catalog.write().DeleteLinkedFolder(folder, catalog.details());
+  UnlinkFolder(catalog, folder);
 }
 
 }  // namespace clipcat::cli

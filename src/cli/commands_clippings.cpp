@@ -11,6 +11,7 @@
 #include "cli/commands.h"
 #include "cli/printing.h"
 #include "cli/progress.h"
+#include "cli/prompt.h"
 #include "library/catalog.h"
 #include "library/clipping_search.h"
 #include "library/content_index.h"
@@ -23,9 +24,18 @@
 namespace clipcat::cli {
 namespace {
 
+std::string ReadStandardInput() {
+  std::ostringstream content;
+  content << std::cin.rdbuf();
+  // An empty clipping made by a slip (a pipe that gave nothing) would look like a saved one.
+  if (content.str().empty()) Refuse("standard input was empty: there is no content to add");
+  return content.str();
+}
+
 std::string ReadContent(const AddOptions& options) {
   if (options.text) return *options.text;
   std::ostringstream content;
+  if (options.file && *options.file == "-") return ReadStandardInput();
   if (options.file) {
     std::ifstream in(*options.file, std::ios::binary);
     if (!in) {
@@ -36,14 +46,29 @@ std::string ReadContent(const AddOptions& options) {
     return content.str();
   }
   if (isatty(STDIN_FILENO)) Refuse("add needs --text, --file or content on standard input");
-  content << std::cin.rdbuf();
-  return content.str();
+  return ReadStandardInput();
+}
+
+// "2 folders and 5 clippings".
+std::string Below(const RemovalScope& scope) {
+  const auto count = [](size_t n, const char* one, const char* many) {
+    return std::to_string(n) + " " + (n == 1 ? one : many);
+  };
+  return count(scope.folders, "folder", "folders") + " and " +
+         count(scope.clippings, "clipping", "clippings");
+}
+
+// "folder 7 (Letters) with 2 folders and 5 clippings below it", "clipping 9 (Greeting)".
+std::string DescribeRemovalScope(const std::string& id, const RemovalScope& scope) {
+  if (!scope.folder) return "clipping " + id + " (" + scope.name + ")";
+  return "folder " + id + " (" + scope.name + ") with " + Below(scope) + " below it";
 }
 
 }  // namespace
 
 void ListCommand(const Context& context, const std::string& folder) {
   Catalog catalog = Catalog::Open(context.location);
+  RequireFolder(catalog, folder);
   const auto clippings = catalog.read().GetClippingsFromFolder(folder, catalog.details());
   PrintClippings(*clippings, context, false);
 }
@@ -104,15 +129,13 @@ void AddCommand(const Context& context, const AddOptions& options) {
   item->SetClippingDataType(options.type);
   item->SetRawData(content);
   clipping->ClippingData()->Add(item);
-  const auto added = catalog.write().AddClipping(clipping, options.folder, catalog.details(), true);
+  const auto added = AddClippingTo(catalog, options.folder, clipping);
   context.out << (context.xml ? added->XML() : added->ID()) << "\n";
 }
 
 void MakeFolderCommand(const Context& context, const std::string& parent, const std::string& name) {
   Catalog catalog = Catalog::Open(context.location);
-  const auto folder = Folder::Create();
-  folder->SetName(name);
-  const auto added = catalog.write().AddFolder(folder, parent, catalog.details(), true);
+  const auto added = AddFolderNamed(catalog, parent, name);
   context.out << (context.xml ? added->XML() : added->ID()) << "\n";
 }
 
@@ -121,24 +144,41 @@ void RenameCommand(const Context& context, const std::string& id, const std::str
   RenameItem(catalog, id, name);
 }
 
-void RemoveCommand(const Context& context, const std::string& id, bool permanently) {
+void RemoveCommand(const Context& context, const std::string& id, const RemoveOptions& options) {
   Catalog catalog = Catalog::Open(context.location);
-  RemoveItem(catalog, id, permanently);
+  const RemovalScope scope = DescribeRemoval(catalog, id);
+  const std::string what = DescribeRemovalScope(id, scope);
+  if (options.dry_run) {
+    context.out << "would delete " << what << (options.permanently ? " for good" : "") << "\n";
+    return;
+  }
+  if (scope.folder && scope.folders + scope.clippings > 0 && !options.force) {
+    if (!isatty(STDIN_FILENO)) {
+      Refuse("folder " + id + " is not empty (" + Below(scope) +
+             " below it): give --force to delete it with everything below it");
+    }
+    if (!Confirm("delete " + what + (options.permanently ? " for good" : "") + "?")) {
+      Refuse("nothing was deleted");
+    }
+  }
+  RemoveItem(catalog, id, options.permanently);
 }
 
 void SearchCommand(const Context& context, const SearchOptions& options) {
   Catalog catalog = Catalog::Open(context.location);
+  for (const std::string& folder : options.query.folders) RequireFolder(catalog, folder);
   if (options.names_only) {
     const auto clippings = SearchClippings(catalog, options.query);
     if (context.xml) {
       context.out << clippings->XML() << "\n";
-      return;
+    } else {
+      Table table({"ID", "NAME", "FOLDER", "CATEGORIES"});
+      for (const auto& clipping : *clippings->Items()) {
+        table.Add({clipping->ID(), clipping->Name(), clipping->PathName(), clipping->Categories()});
+      }
+      table.Print(context.out);
     }
-    Table table({"ID", "NAME", "FOLDER", "CATEGORIES"});
-    for (const auto& clipping : *clippings->Items()) {
-      table.Add({clipping->ID(), clipping->Name(), clipping->PathName(), clipping->Categories()});
-    }
-    table.Print(context.out);
+    if (clippings->Items()->Count() == 0) throw NothingFound();
     return;
   }
   const ClippingQuery& query = options.query;
@@ -158,13 +198,14 @@ void SearchCommand(const Context& context, const SearchOptions& options) {
     const auto clippings = Clippings::Create();
     for (const FoundClipping& hit : found) clippings->AddClipping(hit.clipping);
     context.out << clippings->XML() << "\n";
-    return;
+  } else {
+    Table table({"ID", "NAME", "FOLDER", "MATCH"});
+    for (const FoundClipping& hit : found) {
+      table.Add({hit.clipping->ID(), hit.clipping->Name(), hit.clipping->PathName(), hit.snippet});
+    }
+    table.Print(context.out);
   }
-  Table table({"ID", "NAME", "FOLDER", "MATCH"});
-  for (const FoundClipping& hit : found) {
-    table.Add({hit.clipping->ID(), hit.clipping->Name(), hit.clipping->PathName(), hit.snippet});
-  }
-  table.Print(context.out);
+  if (found.empty()) throw NothingFound();
 }
 
 void ReindexCommand(const Context& context, const std::string& folder) {
@@ -173,14 +214,15 @@ void ReindexCommand(const Context& context, const std::string& folder) {
   RebuildContentIndex(catalog, folder, progress.Reporter());
 }
 
-void TagCommand(const Context& context, const std::string& clipping, const std::string& category,
-                bool untag) {
+void TagCommand(const Context& context, const std::vector<std::string>& clippings,
+                const std::string& category, bool untag) {
   Catalog catalog = Catalog::Open(context.location);
   if (untag) {
-    UntagClipping(catalog, clipping, category);
+    for (const std::string& clipping : clippings) RequireClipping(catalog, clipping, false);
+    for (const std::string& clipping : clippings) UntagClipping(catalog, clipping, category);
     return;
   }
-  TagClipping(catalog, clipping, category);
+  TagClippings(catalog, clippings, category);
 }
 
 }  // namespace clipcat::cli

@@ -1,12 +1,18 @@
 // The clipcat command: people's and scripts' way into a clipping catalog.
 #include <CLI/CLI.hpp>
+#include <clocale>
+#include <cstdlib>
 #include <iostream>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "automation/register_classes.h"
 #include "cli/call_command.h"
 #include "cli/command.h"
+#include "cli/error_text.h"
 #include "cli/progress.h"
+#include "cli/usage_help.h"
 #include "library/catalog_location.h"
 #include "library/content_index.h"
 #include "library/request_scope.h"
@@ -17,8 +23,8 @@ namespace {
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 64;
 
-int ReportError(const clipcat::AutomationError& e) {
-  std::cerr << "error " << e.number() << " (" << e.source() << "): " << e.description() << "\n";
+int ReportError(const clipcat::AutomationError& e, bool as_raised) {
+  std::cerr << clipcat::cli::ErrorLine(e, as_raised) << "\n";
   return kExitFailure;
 }
 
@@ -27,6 +33,8 @@ int ReportError(const clipcat::AutomationError& e) {
 int main(int argc, char** argv) {
   using namespace clipcat;
   using namespace clipcat::cli;
+  // Display widths (wcwidth) need a UTF-8 character type: the user's, else C.UTF-8.
+  if (setlocale(LC_CTYPE, "") == nullptr || MB_CUR_MAX == 1) setlocale(LC_CTYPE, "C.UTF-8");
   CLI::App app{"clipcat - a catalog of named, reusable clippings", "clipcat"};
   app.set_version_flag("--version", std::string("clipcat ") + CLIPCAT_VERSION);
   app.require_subcommand(1);
@@ -36,9 +44,9 @@ int main(int argc, char** argv) {
       "The catalog: --connection XML, else --catalog PATH, else $CLIPCAT_CATALOG, else\n"
       "${XDG_DATA_HOME:-$HOME/.local/share}/clipcat/catalog.db (only this default catalog is\n"
       "created on first use; init creates the others).\n"
-      "Exit status: 0 done; 1 failed, with \"error NUMBER (SOURCE): DESCRIPTION\" on standard\n"
-      "error; 64 the command line is wrong. clipcat COMMAND --help tells more; docs/cli.md has\n"
-      "an example of every command.");
+      "Exit status: 0 done; 1 failed, with \"error: DESCRIPTION (error NUMBER, SOURCE)\" on\n"
+      "standard error; 64 the command line is wrong. clipcat help COMMAND (or clipcat COMMAND\n"
+      "--help) tells more; docs/cli.md has an example of every command.");
 
   std::string catalog_option, connection_option;
   bool xml = false;
@@ -54,11 +62,26 @@ int main(int argc, char** argv) {
   for (const auto& command : commands) {
     command->Declare(*app.add_subcommand(command->name(), command->help()));
   }
+  const std::vector<std::string> words = CommandWords(argc, argv);
+  if (!words.empty() && words.front() == "help") return PrintHelp(app, words) ? 0 : kExitUsage;
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
-    const int code = app.exit(e);
-    return code == 0 ? 0 : kExitUsage;
+    if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(e);
+    if (words.empty()) {
+      // Bare clipcat: what there is to do.
+      std::cerr << "error: a command is required\n\n" << app.help();
+      return kExitUsage;
+    }
+    if (app.get_subcommands().empty()) {
+      std::cerr << "error: clipcat has no command \"" << words.front() << "\"\n";
+    } else {
+      std::cerr << "error: " << e.what() << "\n";
+    }
+    const std::string suggestion = DidYouMean(app, words);
+    if (!suggestion.empty()) std::cerr << suggestion << "\n";
+    std::cerr << "(clipcat help lists the commands; clipcat help COMMAND tells one's options)\n";
+    return kExitUsage;
   }
 
   try {
@@ -78,13 +101,17 @@ int main(int argc, char** argv) {
       RunRequest([&] { command->Run(context); });
     }
     return 0;
+  } catch (const NothingFound&) {
+    return kExitFailure;
   } catch (const UsageError& e) {
-    std::cerr << "usage: " << e.what() << "\n";
+    std::cerr << "error: " << e.what() << "\n";
     return kExitUsage;
   } catch (const clipcat::AutomationError& e) {
-    return ReportError(e);
+    // A member called by name raises what its contract says; it is shown as raised.
+    return ReportError(e, app.get_subcommand("call")->parsed());
   } catch (const std::exception& e) {
     return ReportError(clipcat::AutomationError(clipcat::err::kInvalidProcedureCall,
-                                                clipcat::kComponentSource, e.what()));
+                                                clipcat::kComponentSource, e.what()),
+                       false);
   }
 }

@@ -1,5 +1,7 @@
 #include "cli/printing.h"
 
+#include <wchar.h>
+
 #include <algorithm>
 #include <ostream>
 
@@ -8,10 +10,29 @@
 namespace clipcat::cli {
 namespace {
 
+// The next code point of UTF-8 `text` at `at`, which moves past it; a byte that does not begin
+// a well-formed sequence stands for itself (and is one column wide).
+char32_t NextCodePoint(const std::string& text, size_t& at) {
+  const auto lead = static_cast<unsigned char>(text[at++]);
+  const int extra = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC0 ? 1 : 0;
+  if (extra == 0 || at + extra > text.size()) return lead;
+  char32_t code = lead & (0x3F >> extra);
+  for (int i = 0; i < extra; ++i) {
+    const auto next = static_cast<unsigned char>(text[at + i]);
+    if ((next & 0xC0) != 0x80) return lead;
+    code = (code << 6) | (next & 0x3F);
+  }
+  at += extra;
+  return code;
+}
+
+// Columns on a terminal, as wcwidth counts them: East Asian wide characters take two, combining
+// marks none. A character wcwidth does not know counts one.
 size_t DisplayWidth(const std::string& text) {
   size_t width = 0;
-  for (unsigned char c : text) {
-    if ((c & 0xC0) != 0x80) ++width;  // count code points, not continuation bytes
+  for (size_t at = 0; at < text.size();) {
+    const int columns = wcwidth(static_cast<wchar_t>(NextCodePoint(text, at)));
+    width += columns < 0 ? 1 : static_cast<size_t>(columns);
   }
   return width;
 }

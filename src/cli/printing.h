@@ -12,7 +12,8 @@
 
 namespace clipcat::cli {
 
-// Columns padded to their widest cell (in characters, not bytes); the last column is not padded.
+// Columns padded to their widest cell in display columns (wcwidth: a CJK character takes two);
+// the last column is not padded. Needs a UTF-8 LC_CTYPE (main sets one).
 class Table {
  public:
   explicit Table(std::vector<std::string> header) { rows_.push_back(std::move(header)); }

@@ -21,11 +21,21 @@ namespace clipcat {
 // raises.
 std::shared_ptr<Folder> FolderOrNothing(Catalog& catalog, const std::string& id);
 
-// The folder `id`; refuses "no folder has the id ID".
+// True when `folder` is the top folder of its catalog (its parent has the local key 0), the
+// personal catalog's or a linked catalog's.
+bool IsTopFolder(const Folder& folder);
+
+// Refuses an id that is neither a number nor P<catalog>C<number>, naming it: the services would
+// raise 13 "Type mismatch".
+void RequireIdForm(const std::string& id);
+
+// The folder `id`; refuses "no folder has the id ID" (and what RequireIdForm refuses). Raises
+// the selected catalog's own error when that catalog does not open.
 std::shared_ptr<Folder> RequireFolder(Catalog& catalog, const std::string& id);
 
 // The clipping `id`, with its data items when `data`; refuses "no clipping or folder has the id
-// ID" (a caller asks for a folder first). Raises the service's errors for an id it cannot read.
+// ID" (a caller asks for a folder first) and what RequireIdForm refuses. Raises the service's
+// errors for an id it cannot read.
 std::shared_ptr<Clipping> RequireClipping(Catalog& catalog, const std::string& id, bool data);
 
 // Raises the selected catalog's own error (-2147220994 for one that cannot be reached) when it
@@ -36,8 +46,8 @@ void RequireReachable(Catalog& catalog);
 // cannot be reached and refuses "the catalog has no top folder".
 std::shared_ptr<Folder> RequireTopFolder(Catalog& catalog);
 
-// The first category, of the catalog that holds `item_id`, named `name` without regard to case;
-// nullptr when there is none.
+// The first category, of the catalog that holds `item_id`, named `name` without regard to case
+// (Unicode simple case folding, as the catalog compares names); nullptr when there is none.
 std::shared_ptr<Category> CategoryNamed(Catalog& catalog, const std::string& item_id,
                                         const std::string& name);
 

@@ -15,12 +15,6 @@ using internal::ProgressCounter;
 // tree, and it keeps a damaged catalog whose parents run in a circle from looping for ever.
 constexpr int kMaxDepth = 100000;
 
-// A folder whose parent has the local key 0 is at the top of its catalog.
-bool IsTopFolder(const Folder& folder) {
-  const std::string& parent = folder.ParentID();
-  return parent.empty() || GetLocalItemID(parent, std::stoi(GetCatalogIDFromItemID(parent))) == "0";
-}
-
 // True when `candidate` is `ancestor` or lies below it.
 bool IsWithin(Catalog& catalog, std::string candidate, const std::string& ancestor) {
   for (int depth = 0; depth < kMaxDepth; ++depth) {

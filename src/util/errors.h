@@ -47,6 +47,10 @@ inline constexpr int32_t kFolderNameNotUnique = -2147220997;    // 0x800401FB
 inline constexpr int32_t kClippingNameNotUnique = -2147220996;  // 0x800401FC
 inline constexpr int32_t kCategoryNameNotUnique = -2147220995;  // 0x800401FD
 inline constexpr int32_t kCatalogCannotBeOpened = -2147220994;  // 0x800401FE
+// Refusals of the library layer that keep one slip from destroying data: deleting the top folder
+// of a catalog (511) and unlinking a folder that links no catalog (512).
+inline constexpr int32_t kTopFolderNotDeletable = -2147220993;  // 0x800401FF
+inline constexpr int32_t kNotALinkedFolder = -2147220992;       // 0x80040200
 inline constexpr int32_t kNotYetImplemented = -999999;
 // Stored content that cannot be read back (0x8007000D, "The data is invalid").
 inline constexpr int32_t kDataCorrupt = -2147024883;

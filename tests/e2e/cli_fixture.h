@@ -4,8 +4,10 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <pty.h>
 #include <stdlib.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -113,6 +115,35 @@ class Cli : public ::testing::Test {
                                  Quote(out.string()) + " 2>" + Quote(err.string()))
                                     .c_str());
     return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, ReadFile(out), ReadFile(err)};
+  }
+
+  // Runs clipcat with standard input and standard error on a new terminal, on which `typed` is
+  // typed; answers the exit status, standard output (a file) and what the terminal showed.
+  Result OnTerminal(const Args& args, const std::string& typed) {
+    const fs::path out = dir_ / "terminal-stdout";
+    const std::string command = CommandLine(args, {}) + " >" + Quote(out.string());
+    int terminal = -1;
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0) {
+      execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    Result result;
+    if (child < 0) {
+      ADD_FAILURE() << "forkpty failed";
+      return result;
+    }
+    // The terminal keeps what is typed until the command reads its line.
+    EXPECT_EQ(write(terminal, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
+    char buffer[4096];
+    // read fails with EIO once the child has closed the terminal.
+    for (ssize_t n; (n = read(terminal, buffer, sizeof buffer)) > 0;) result.err.append(buffer, n);
+    close(terminal);
+    int raw = 0;
+    waitpid(child, &raw, 0);
+    result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    result.out = ReadFile(out);
+    return result;
   }
 
   // Runs a command on `catalog` and expects success; answers its output.

@@ -65,7 +65,7 @@ TEST_F(Cli, HelpAndTheCommandLineDocumentAgree) {
     EXPECT_EQ(listed.count(doc.substr(at + 5, doc.find('\n', at + 5) - at - 5)), 1u) << at;
   }
   // The error form and the usage exit status that scripts rely on are stated in both.
-  for (const char* text : {"error NUMBER (SOURCE): DESCRIPTION", "64"}) {
+  for (const char* text : {"error: DESCRIPTION (error NUMBER, SOURCE)", "64"}) {
     EXPECT_NE(top.out.find(text), std::string::npos) << text;
     EXPECT_NE(doc.find(text), std::string::npos) << text;
   }

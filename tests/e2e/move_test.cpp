@@ -95,16 +95,16 @@ TEST_F(Move, AMoveThatCannotBeMadeChangesNothing) {
   Ok({"add", archive_, "Greeting", "--text", "another"});
   Ok({"mkdir", archive_, "Drafts"});
   const std::string before = Ok({"export"});
-  const std::string taken = "(Data Services): The name \"";
+  const std::string taken = "error: The name \"";
   const std::vector<std::pair<Args, std::string>> cases = {
-      {{"mv", "1", archive_}, "error 5 (clipcat): folder 1 is the top folder of its catalog"},
-      {{"mv", letters_, letters_}, "error 5 (clipcat): folder " + letters_ + " cannot move into"},
-      {{"mv", letters_, old_}, "error 5 (clipcat): folder " + letters_ + " cannot move into"},
-      {{"mv", greeting_, ancient_}, "error 5 (clipcat): no folder has the id " + ancient_},
-      {{"mv", "999", archive_}, "error 5 (clipcat): no clipping or folder has the id 999"},
-      {{"mv", greeting_, archive_}, "error -2147220996 " + taken + "Greeting\" is already"},
-      {{"mv", drafts_, archive_}, "error -2147220997 " + taken + "Drafts\" is already"},
-      {{"mv", "1 OR 1=1", archive_}, "error "},
+      {{"mv", "1", archive_}, "error: folder 1 is the top folder of its catalog"},
+      {{"mv", letters_, letters_}, "error: folder " + letters_ + " cannot move into"},
+      {{"mv", letters_, old_}, "error: folder " + letters_ + " cannot move into"},
+      {{"mv", greeting_, ancient_}, "error: no folder has the id " + ancient_},
+      {{"mv", "999", archive_}, "error: no clipping or folder has the id 999"},
+      {{"mv", greeting_, archive_}, taken + "Greeting\" is already"},
+      {{"mv", drafts_, archive_}, taken + "Drafts\" is already"},
+      {{"mv", "1 OR 1=1", archive_}, "error: \"1 OR 1=1\" is not an id"},
   };
   for (const auto& [args, error] : cases) {
     EXPECT_EQ(Fails(args).rfind(error, 0), 0u) << args[1] << " " << args[2];
