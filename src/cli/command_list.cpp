@@ -7,6 +7,7 @@
 #include "automation/entity_objects.h"
 #include "cli/call_command.h"
 #include "cli/command.h"
+#include "cli/item_arguments.h"
 #include "library/catalog_location.h"
 
 namespace clipcat::cli {
@@ -74,9 +75,11 @@ class ListUnit final : public Command {
  public:
   ListUnit() : Command("ls", "List the clippings of a folder") {}
   void Declare(CLI::App& command) override {
-    command.add_option("FOLDER", folder_, "Folder id")->required();
+    command.add_option("FOLDER", folder_, "Folder id or path")->required();
   }
-  void Run(const Context& context) override { ListCommand(context, folder_); }
+  void Run(const Context& context) override {
+    ListCommand(context, Resolved(context, folder_, ItemKind::kFolder));
+  }
 
  private:
   std::string folder_;
@@ -87,12 +90,12 @@ class ShowUnit final : public Command {
   ShowUnit()
       : Command("show", "Show a clipping with its data items (counts as a use in the history)") {}
   void Declare(CLI::App& command) override {
-    command.add_option("ID", id_, "Clipping id")->required();
+    command.add_option("ID", id_, "Clipping id or path")->required();
     command.add_option("--raw", raw_type_, "Write only the content of the data item of this type");
     command.add_option("--version", version_, "Show this earlier version (see versions)");
   }
   void Run(const Context& context) override {
-    ShowCommand(context, id_, raw_type_, true, version_);
+    ShowCommand(context, Resolved(context, id_, ItemKind::kClipping), raw_type_, true, version_);
   }
 
  private:
@@ -101,11 +104,41 @@ class ShowUnit final : public Command {
   std::optional<int> version_;
 };
 
+// cat and copy: one unit each, the same arguments.
+class ContentUnit final : public Command {
+ public:
+  explicit ContentUnit(bool copy)
+      : Command(copy ? "copy" : "cat",
+                copy ? "Put a clipping's text on the clipboard (wl-copy, xclip or xsel); "
+                       "counts as a use"
+                     : "Write a clipping's text (or one item's bytes with --type) to standard "
+                       "output"),
+        copy_(copy) {}
+  void Declare(CLI::App& command) override {
+    command.add_option("ID", id_, "Clipping id or path")->required();
+    command.add_option("--type", type_,
+                       "This item's bytes: rtf, text, excel-xml, word-xml, catalog-xml or a "
+                       "number (default: the plain text, else rich text or XML as text)");
+  }
+  void Run(const Context& context) override {
+    const std::string id = Resolved(context, id_, ItemKind::kClipping);
+    if (copy_) {
+      CopyCommand(context, id, type_);
+    } else {
+      CatCommand(context, id, type_);
+    }
+  }
+
+ private:
+  bool copy_;
+  std::string id_, type_;
+};
+
 class AddUnit final : public Command {
  public:
   AddUnit() : Command("add", "Add a clipping with one data item") {}
   void Declare(CLI::App& command) override {
-    command.add_option("FOLDER", options_.folder, "Folder id")->required();
+    command.add_option("FOLDER", options_.folder, "Folder id or path")->required();
     command.add_option("NAME", options_.name, "Clipping name")->required();
     command.add_option("--type", options_.type,
                        "Data type: 1 RTF, 2 text (default), 3 Excel XML, "
@@ -120,6 +153,7 @@ class AddUnit final : public Command {
     // Only what was given: an empty --text is content, a missing one is not.
     if (file_option_->count() > 0) options_.file = file_;
     if (text_option_->count() > 0) options_.text = text_;
+    options_.folder = Resolved(context, options_.folder, ItemKind::kFolder);
     AddCommand(context, options_);
   }
 
@@ -134,10 +168,12 @@ class MakeFolderUnit final : public Command {
  public:
   MakeFolderUnit() : Command("mkdir", "Add a folder") {}
   void Declare(CLI::App& command) override {
-    command.add_option("PARENT", parent_, "Parent folder id")->required();
+    command.add_option("PARENT", parent_, "Parent folder id or path")->required();
     command.add_option("NAME", name_, "Folder name")->required();
   }
-  void Run(const Context& context) override { MakeFolderCommand(context, parent_, name_); }
+  void Run(const Context& context) override {
+    MakeFolderCommand(context, Resolved(context, parent_, ItemKind::kFolder), name_);
+  }
 
  private:
   std::string parent_, name_;
@@ -150,7 +186,9 @@ class RenameUnit final : public Command {
     command.add_option("ID", id_, "Folder or clipping id")->required();
     command.add_option("NAME", name_, "New name")->required();
   }
-  void Run(const Context& context) override { RenameCommand(context, id_, name_); }
+  void Run(const Context& context) override {
+    RenameCommand(context, Resolved(context, id_, ItemKind::kAny), name_);
+  }
 
  private:
   std::string id_, name_;
@@ -163,10 +201,13 @@ class MoveUnit final : public Command {
                 "Move a folder (with everything below it) or a clipping into another folder; "
                 "it keeps its id, except into another catalog, where it is copied") {}
   void Declare(CLI::App& command) override {
-    command.add_option("ID", id_, "Folder or clipping id")->required();
-    command.add_option("PARENT", parent_, "Id of the folder to move it into")->required();
+    command.add_option("ID", id_, "Folder or clipping id or path")->required();
+    command.add_option("PARENT", parent_, "Id or path of the folder to move it into")->required();
   }
-  void Run(const Context& context) override { MoveCommand(context, id_, parent_); }
+  void Run(const Context& context) override {
+    MoveCommand(context, Resolved(context, id_, ItemKind::kAny),
+                Resolved(context, parent_, ItemKind::kFolder));
+  }
 
  private:
   std::string id_, parent_;
@@ -183,7 +224,9 @@ class RemoveUnit final : public Command {
                      "Delete a folder with something below it without asking");
     command.add_flag("-n,--dry-run", options_.dry_run, "Say what would be deleted; change nothing");
   }
-  void Run(const Context& context) override { RemoveCommand(context, id_, options_); }
+  void Run(const Context& context) override {
+    RemoveCommand(context, Resolved(context, id_, ItemKind::kAny), options_);
+  }
 
  private:
   std::string id_;
@@ -213,7 +256,10 @@ class SearchUnit final : public Command {
                      "With --names-only: a clipping in one of the categories matches whatever "
                      "its text");
   }
-  void Run(const Context& context) override { SearchCommand(context, options_); }
+  void Run(const Context& context) override {
+    options_.query.folders = Resolved(context, options_.query.folders, ItemKind::kFolder);
+    SearchCommand(context, options_);
+  }
 
  private:
   SearchOptions options_;
@@ -242,7 +288,7 @@ class TagUnit final : public Command {
     }
     const std::string category = words_.back();
     words_.pop_back();
-    TagCommand(context, words_, category, untag_);
+    TagCommand(context, Resolved(context, words_, ItemKind::kClipping), category, untag_);
   }
 
  private:
@@ -290,7 +336,9 @@ class UnlinkUnit final : public Command {
   void Declare(CLI::App& command) override {
     command.add_option("FOLDER", folder_, "Linked folder id")->required();
   }
-  void Run(const Context& context) override { UnlinkCommand(context, folder_); }
+  void Run(const Context& context) override {
+    UnlinkCommand(context, Resolved(context, folder_, ItemKind::kFolder));
+  }
 
  private:
   std::string folder_;
@@ -340,13 +388,13 @@ class VersionsUnit final : public Command {
   VersionsUnit()
       : Command("versions", "List the earlier versions of a clipping; --keep N sets how many") {}
   void Declare(CLI::App& command) override {
-    command.add_option("ID", id_, "Clipping id");
+    command.add_option("ID", id_, "Clipping id or path");
     command.add_option("--keep", keep_,
                        "Keep at most this many versions per clipping (catalog-wide; default 50)");
   }
   void Run(const Context& context) override {
     if (id_.empty() && !keep_) throw CLI::RequiredError("ID");
-    VersionsCommand(context, id_, keep_);
+    VersionsCommand(context, Resolved(context, id_, ItemKind::kClipping), keep_);
   }
 
  private:
@@ -361,11 +409,13 @@ class DiffUnit final : public Command {
                 "Line diff of a clipping's text: diff ID [N [M]] (newest version, or N, "
                 "against now, or against M)") {}
   void Declare(CLI::App& command) override {
-    command.add_option("ID", id_, "Clipping id")->required();
+    command.add_option("ID", id_, "Clipping id or path")->required();
     command.add_option("N", from_, "The earlier version");
     command.add_option("M", to_, "The later version (default: now)");
   }
-  void Run(const Context& context) override { DiffCommand(context, id_, from_, to_); }
+  void Run(const Context& context) override {
+    DiffCommand(context, Resolved(context, id_, ItemKind::kClipping), from_, to_);
+  }
 
  private:
   std::string id_;
@@ -376,10 +426,12 @@ class RevertUnit final : public Command {
  public:
   RevertUnit() : Command("revert", "Make version N of a clipping current again") {}
   void Declare(CLI::App& command) override {
-    command.add_option("ID", id_, "Clipping id")->required();
+    command.add_option("ID", id_, "Clipping id or path")->required();
     command.add_option("N", version_, "Version number (see versions)")->required();
   }
-  void Run(const Context& context) override { RevertCommand(context, id_, version_); }
+  void Run(const Context& context) override {
+    RevertCommand(context, Resolved(context, id_, ItemKind::kClipping), version_);
+  }
 
  private:
   std::string id_;
@@ -400,7 +452,9 @@ class ReindexUnit final : public Command {
     command.add_option("--folder", folder_,
                        "A linked folder: make the index of the catalog it stands for");
   }
-  void Run(const Context& context) override { ReindexCommand(context, folder_); }
+  void Run(const Context& context) override {
+    ReindexCommand(context, Resolved(context, folder_, ItemKind::kFolder));
+  }
 
  private:
   std::string folder_;
@@ -453,6 +507,8 @@ std::vector<std::unique_ptr<Command>> AllCommands() {
   commands.push_back(std::make_unique<TreeUnit>());
   commands.push_back(std::make_unique<ListUnit>());
   commands.push_back(std::make_unique<ShowUnit>());
+  commands.push_back(std::make_unique<ContentUnit>(false));
+  commands.push_back(std::make_unique<ContentUnit>(true));
   commands.push_back(std::make_unique<AddUnit>());
   commands.push_back(std::make_unique<MakeFolderUnit>());
   commands.push_back(std::make_unique<RenameUnit>());

@@ -44,6 +44,11 @@ void ListCommand(const Context& context, const std::string& folder);
 void ShowCommand(const Context& context, const std::string& id, int raw_type,
                  bool record_access = true, std::optional<int> version = std::nullopt);
 void AddCommand(const Context& context, const AddOptions& options);
+// Writes the best content of clipping `id` (BestContent; `type` a data type name or number)
+// byte for byte to standard output; not counted as a use.
+void CatCommand(const Context& context, const std::string& id, const std::string& type);
+// Puts that content on the clipboard (CopyToClipboard) and counts a use in the history.
+void CopyCommand(const Context& context, const std::string& id, const std::string& type);
 void MakeFolderCommand(const Context& context, const std::string& parent, const std::string& name);
 void RenameCommand(const Context& context, const std::string& id, const std::string& name);
 // Moves a folder (with everything below it) or a clipping under folder `parent` and prints the

@@ -6,9 +6,7 @@
 #include "util/text.h"
 
 namespace clipcat {
-namespace {
 
-// A number, or P<catalog>C<number>: the forms the tree shows.
 bool IsItemIdForm(const std::string& id) {
   size_t at = 0;
   const auto digits = [&] {
@@ -23,8 +21,6 @@ bool IsItemIdForm(const std::string& id) {
   }
   return digits() && at == id.size();
 }
-
-}  // namespace
 
 void Refuse(const std::string& what) {
   throw AutomationError(err::kInvalidProcedureCall, kComponentSource, what);

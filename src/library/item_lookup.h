@@ -25,6 +25,9 @@ std::shared_ptr<Folder> FolderOrNothing(Catalog& catalog, const std::string& id)
 // personal catalog's or a linked catalog's.
 bool IsTopFolder(const Folder& folder);
 
+// True for a number or P<catalog>C<number>: the forms of the ids the tree shows.
+bool IsItemIdForm(const std::string& id);
+
 // Refuses an id that is neither a number nor P<catalog>C<number>, naming it: the services would
 // raise 13 "Type mismatch".
 void RequireIdForm(const std::string& id);

@@ -20,12 +20,11 @@ TEST_F(Cli, ErrorsAreOnePlainLineWithTheNumberAfterIt) {
   EXPECT_EQ(Fails({"add", "9999", "X", "--text", "x"}), no_folder);
   EXPECT_EQ(Fails({"mkdir", "9999", "X"}), no_folder);
   EXPECT_EQ(Fails({"search", "x", "--folder", "9999"}), no_folder);
-  const std::string not_an_id =
-      " is not an id: ids are numbers such as 12 (P1C12 for an item of "
-      "a linked catalog) (error 5, clipcat)\n";
-  EXPECT_EQ(Fails({"search", "x", "--folder", "Mail"}), "error: \"Mail\"" + not_an_id);
-  EXPECT_EQ(Fails({"show", "Signature"}), "error: \"Signature\"" + not_an_id);
-  EXPECT_EQ(Fails({"ls", "P1"}), "error: \"P1\"" + not_an_id);
+  // What is not an id is a path, and a path that names nothing says which part is missing.
+  EXPECT_EQ(Fails({"search", "x", "--folder", "Mail"}),
+            "error: no folder \"Mail\" (error 5, clipcat)\n");
+  EXPECT_EQ(Fails({"show", "Signature"}), "error: no clipping \"Signature\" (error 5, clipcat)\n");
+  EXPECT_EQ(Fails({"ls", "P1/Mail"}), "error: no folder \"P1\" (error 5, clipcat)\n");
   EXPECT_EQ(Fails({"show", "9999"}),
             "error: no clipping or folder has the id 9999 (error 5, clipcat)\n");
   // The component's own numbers show as 507 ... 512.

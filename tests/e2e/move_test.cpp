@@ -104,7 +104,7 @@ TEST_F(Move, AMoveThatCannotBeMadeChangesNothing) {
       {{"mv", "999", archive_}, "error: no clipping or folder has the id 999"},
       {{"mv", greeting_, archive_}, taken + "Greeting\" is already"},
       {{"mv", drafts_, archive_}, taken + "Drafts\" is already"},
-      {{"mv", "1 OR 1=1", archive_}, "error: \"1 OR 1=1\" is not an id"},
+      {{"mv", "1 OR 1=1", archive_}, "error: no folder or clipping \"1 OR 1=1\""},
   };
   for (const auto& [args, error] : cases) {
     EXPECT_EQ(Fails(args).rfind(error, 0), 0u) << args[1] << " " << args[2];
