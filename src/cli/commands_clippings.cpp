@@ -11,6 +11,7 @@
 #include "cli/commands.h"
 #include "cli/printing.h"
 #include "cli/progress.h"
+#include "entities/plain_text.h"
 #include "library/catalog.h"
 #include "library/clipping_search.h"
 #include "library/content_index.h"

@@ -86,21 +86,4 @@ std::string DescribeCounts(const DocumentCounts& counts) {
   return text;
 }
 
-std::string DataTypeName(int32_t type) {
-  switch (type) {
-    case 1:
-      return "rtf";
-    case 2:
-      return "text";
-    case 3:
-      return "excel-xml";
-    case 4:
-      return "word-xml";
-    case 5:
-      return "catalog-xml";
-    default:
-      return "type-" + std::to_string(type);
-  }
-}
-
 }  // namespace clipcat::cli

@@ -33,7 +33,4 @@ void PrintClippings(const Clippings& clippings, const Context& context, bool wit
 // "3 folders, 12 clippings, 2 categories, 5 memberships" (and ", 1 link" when there are any).
 std::string DescribeCounts(const DocumentCounts& counts);
 
-// The name of a clipping data type: 1 RTF, 2 text, 3 Excel XML, 4 Word XML, 5 catalog XML.
-std::string DataTypeName(int32_t type);
-
 }  // namespace clipcat::cli
