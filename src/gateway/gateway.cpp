@@ -5,6 +5,7 @@
 
 #include <fstream>
 
+#include "automation/register_classes.h"
 #include "gateway/api_errors.h"
 #include "gateway/api_routes.h"
 #include "gateway/json_form.h"
@@ -83,6 +84,7 @@ Gateway::Gateway(GatewayOptions options)
 Gateway::~Gateway() = default;
 
 void Gateway::Configure() {
+  RegisterClasses();  // for the call route
   httplib::Server& server = *server_;
   const size_t threads = options_.threads;
   server.new_task_queue = [threads] { return new httplib::ThreadPool(threads); };

@@ -16,11 +16,9 @@ using nlohmann::json;
 json FolderDetailJson(Catalog& catalog, const Folder& folder) {
   json form = FolderJson(folder, false);
   form["path"] = catalog.read().GetFolderPathName(folder.ID(), catalog.details());
+  const auto folders = catalog.read().GetChildrenFolders(folder.ID(), catalog.details(), true);
   json children = json::array();
-  for (const auto& child :
-       *catalog.read().GetChildrenFolders(folder.ID(), catalog.details(), true)->Items()) {
-    children.push_back(FolderJson(*child, false));
-  }
+  for (const auto& child : *folders->Items()) children.push_back(FolderJson(*child, false));
   form["children"] = std::move(children);
   return form;
 }

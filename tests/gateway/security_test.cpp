@@ -1,0 +1,111 @@
+// What the gateway refuses whatever the route: requests without the token, bodies over the
+// limit, paths outside the API and the page, other origins, and serving off loopback without a
+// token.
+#include <fstream>
+
+#include "gateway_fixture.h"
+#include "util/errors.h"
+
+namespace clipcat::gateway_test {
+namespace {
+
+class GatewaySecurity : public GatewayTest {};
+
+TEST_F(GatewaySecurity, TokenIsRequiredOnEveryRequest) {
+  options().token = "s3cret-token";
+  EXPECT_EQ(Get("/api/folders").status, 401);
+  EXPECT_EQ(Get("/").status, 401);
+  EXPECT_EQ(Post("/api/folders", {{"parent", "1"}, {"name", "X"}}).status, 401);
+  for (const std::string wrong : {"Bearer s3cret-toke", "Bearer s3cret-token2", "s3cret-token",
+                                  "Basic s3cret-token", "Bearer S3CRET-TOKEN", "Bearer "}) {
+    const Answer answer = Read(client().Get("/api/folders", {{"Authorization", wrong}}));
+    EXPECT_EQ(answer.status, 401) << wrong;
+    ErrorNumber(answer);
+  }
+  client().set_bearer_token_auth("s3cret-token");
+  EXPECT_EQ(Get("/api/folders").status, 200);
+  EXPECT_EQ(Post("/api/folders", {{"parent", "1"}, {"name", "X"}}).status, 201);
+  // Only the request with the token added anything.
+  EXPECT_EQ(Get("/api/folders").body[0]["children"].size(), 1u);
+}
+
+TEST_F(GatewaySecurity, BodiesOverTheLimitAreRefused) {
+  options().max_body_bytes = 1024;
+  const std::string big(2048, 'x');
+  const Answer answer = Post("/api/clippings", {{"folder", "1"}, {"name", "Big"}, {"text", big}});
+  EXPECT_EQ(answer.status, 413);
+  const std::string fits(512, 'x');
+  EXPECT_EQ(Post("/api/clippings", {{"folder", "1"}, {"name", "Small"}, {"text", fits}}).status,
+            201);
+  EXPECT_EQ(Get("/api/folders/1/clippings").body.size(), 1u);
+}
+
+TEST_F(GatewaySecurity, DefaultBodyLimitIs64MB) {
+  EXPECT_EQ(gateway::GatewayOptions().max_body_bytes, size_t{64} << 20);
+}
+
+TEST_F(GatewaySecurity, OnlyTheApiAndThePageAreServed) {
+  const Answer page = Get("/");
+  EXPECT_EQ(page.status, 200);
+  EXPECT_NE(page.content_type.find("text/html"), std::string::npos);
+  for (const std::string path : {"/etc/passwd", "/api", "/index.html", "/../catalog.db",
+                                 "/api/folders/1/../../catalog.db", "/api/nothing"}) {
+    const Answer answer = Get(path);
+    EXPECT_EQ(answer.status, 404) << path;
+  }
+}
+
+TEST_F(GatewaySecurity, CorsIsOffUnlessAnOriginIsAllowed) {
+  const auto plain = client().Get("/api/folders", {{"Origin", "http://evil.example"}});
+  ASSERT_TRUE(plain);
+  EXPECT_FALSE(plain->has_header("Access-Control-Allow-Origin"));
+  StopServer();
+
+  options().allow_origin = "http://app.example";
+  const auto allowed = client().Get("/api/folders", {{"Origin", "http://app.example"}});
+  ASSERT_TRUE(allowed);
+  EXPECT_EQ(allowed->get_header_value("Access-Control-Allow-Origin"), "http://app.example");
+  const auto preflight = client().Options("/api/folders");
+  ASSERT_TRUE(preflight);
+  EXPECT_EQ(preflight->status, 204);
+  EXPECT_NE(preflight->get_header_value("Access-Control-Allow-Headers").find("Authorization"),
+            std::string::npos);
+}
+
+TEST(GatewayStart, OffLoopbackNeedsAToken) {
+  gateway::GatewayOptions options;
+  options.host = "0.0.0.0";
+  EXPECT_THROW(gateway::Gateway{options}, AutomationError);
+  options.host = "192.168.1.10";
+  EXPECT_THROW(gateway::Gateway{options}, AutomationError);
+  options.token = "t";
+  EXPECT_NO_THROW(gateway::Gateway{options});
+  for (const std::string loopback : {"127.0.0.1", "127.1.2.3", "::1", "localhost"}) {
+    EXPECT_TRUE(gateway::IsLoopback(loopback)) << loopback;
+  }
+  for (const std::string other : {"0.0.0.0", "128.0.0.1", "::", "10.0.0.1", ""}) {
+    EXPECT_FALSE(gateway::IsLoopback(other)) << other;
+  }
+}
+
+TEST(GatewayStart, ListenAddressAndTokenFile) {
+  std::string host;
+  int port = 0;
+  gateway::ParseListenAddress("127.0.0.1:8640", host, port);
+  EXPECT_EQ(host, "127.0.0.1");
+  EXPECT_EQ(port, 8640);
+  gateway::ParseListenAddress("[::1]:0", host, port);
+  EXPECT_EQ(host, "::1");
+  EXPECT_EQ(port, 0);
+  for (const std::string bad : {"127.0.0.1", ":80", "host:", "host:65536", "host:8x", "h:-1"}) {
+    EXPECT_THROW(gateway::ParseListenAddress(bad, host, port), AutomationError) << bad;
+  }
+
+  testing::TempDir dir;
+  EXPECT_EQ(gateway::ReadTokenFile(dir.Write("token", "  abc123 \nsecond line\n")), "abc123");
+  EXPECT_THROW(gateway::ReadTokenFile(dir.Write("empty", "\n")), AutomationError);
+  EXPECT_THROW(gateway::ReadTokenFile(dir.File("missing")), AutomationError);
+}
+
+}  // namespace
+}  // namespace clipcat::gateway_test
