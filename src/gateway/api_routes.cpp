@@ -3,6 +3,7 @@
 #include "gateway/api_errors.h"
 #include "gateway/json_form.h"
 #include "library/request_scope.h"
+#include "service/connection_handler.h"
 
 namespace clipcat::gateway {
 namespace {
@@ -11,6 +12,10 @@ namespace {
 // catalogs per thread, so each worker opens its own on its first request and keeps it until the
 // server stops and the worker ends, which closes them.
 Catalog& WorkerCatalog(const CatalogLocation& location) {
+  // The handle's destruction at the thread's end releases the thread's catalogs, so they must be
+  // destroyed after it: thread-local objects go in the reverse order of their first use, and this
+  // (which does nothing else between requests) is the catalogs' first use on the thread.
+  RollbackLeftoverTransactions();
   thread_local std::unique_ptr<Catalog> catalog;
   if (!catalog) catalog = std::make_unique<Catalog>(ConnectionDetailsFor(location));
   return *catalog;
