@@ -118,14 +118,21 @@ void Gateway::Configure() {
     return httplib::Server::HandlerResponse::Unhandled;
   });
 
-  // Statuses the server sets itself (an unknown path, a body over the limit) get the API's error
-  // form too.
+  // Statuses the server sets itself (an unknown path, a body over the limit, a request it could
+  // not read) get the API's error form too.
   server.set_error_handler([](const httplib::Request& request, httplib::Response& response) {
     if (!response.body.empty()) return;
     if (response.status == kStatusNotFound) {
       SendError(response, kStatusNotFound, "no route " + request.method + " " + request.path);
     } else if (response.status == kStatusPayloadTooLarge) {
       SendError(response, kStatusPayloadTooLarge, "the request body is over the gateway's limit");
+    } else if (response.status == kStatusBadRequest) {
+      // The server reads a POST or PATCH body only by its length.
+      SendError(response, kStatusBadRequest,
+                "the request could not be read; a POST or PATCH needs a Content-Length, even "
+                "for an empty body");
+    } else if (response.status >= kStatusBadRequest) {
+      SendError(response, response.status, "the request could not be answered");
     }
   });
 

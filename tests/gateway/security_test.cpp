@@ -1,6 +1,11 @@
 // What the gateway refuses whatever the route: requests without the token, bodies over the
 // limit, paths outside the API and the page, other origins, and serving off loopback without a
 // token.
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <fstream>
 
 #include "gateway_fixture.h"
@@ -53,6 +58,31 @@ TEST_F(GatewaySecurity, OnlyTheApiAndThePageAreServed) {
     const Answer answer = Get(path);
     EXPECT_EQ(answer.status, 404) << path;
   }
+}
+
+TEST_F(GatewaySecurity, SlowOrUnreadableRequestsEndWithTheErrorForm) {
+  // A POST without a Content-Length, written by hand: the server reads on until the read timeout
+  // ends it, as it does for a client that stops sending.
+  options().timeout_seconds = 1;
+  const int fd = socket(AF_INET, SOCK_STREAM, 0);
+  ASSERT_GE(fd, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<uint16_t>(port()));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  ASSERT_EQ(connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  const std::string request = "POST /api/clippings/1/use HTTP/1.1\r\nHost: x\r\n\r\n";
+  ASSERT_EQ(write(fd, request.data(), request.size()), static_cast<ssize_t>(request.size()));
+  std::string answer;
+  char buffer[4096];
+  for (ssize_t n; (n = read(fd, buffer, sizeof buffer)) > 0;) {
+    answer.append(buffer, static_cast<size_t>(n));
+    if (answer.find("}}") != std::string::npos) break;
+  }
+  close(fd);
+  EXPECT_EQ(answer.rfind("HTTP/1.1 400", 0), 0u) << answer;
+  EXPECT_NE(answer.find("\"error\":{"), std::string::npos) << answer;
+  EXPECT_NE(answer.find("Content-Length"), std::string::npos) << answer;
 }
 
 TEST_F(GatewaySecurity, CorsIsOffUnlessAnOriginIsAllowed) {
