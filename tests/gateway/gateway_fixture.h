@@ -35,7 +35,7 @@ class GatewayTest : public ::testing::Test {
   gateway::GatewayOptions& options() { return options_; }
 
   void StartServer() {
-    options_.location.path = path_;
+    if (options_.location.connection_xml.empty()) options_.location.path = path_;
     options_.host = "127.0.0.1";
     options_.port = 0;
     server_ = std::make_unique<gateway::Gateway>(options_);
