@@ -4,12 +4,13 @@
 #include <httplib.h>
 
 #include <fstream>
+#include <regex>
 
 #include "automation/register_classes.h"
 #include "gateway/api_errors.h"
 #include "gateway/api_routes.h"
 #include "gateway/json_form.h"
-#include "gateway/web_page.h"
+#include "gateway/web_files.h"
 
 namespace clipcat::gateway {
 namespace {
@@ -144,9 +145,14 @@ void Gateway::Configure() {
         });
   }
 
-  server.Get("/", [](const httplib::Request&, httplib::Response& response) {
-    response.set_content(std::string(kIndexPage), "text/html; charset=utf-8");
-  });
+  // The page: its files, each at one fixed path, index.html also at "/".
+  for (const WebFile& file : WebFiles()) {
+    const auto serve = [file](const httplib::Request&, httplib::Response& response) {
+      response.set_content(std::string(file.content), std::string(ContentTypeOf(file.path)));
+    };
+    server.Get(std::regex_replace(std::string(file.path), std::regex(R"([.])"), R"(\.)"), serve);
+    if (file.path == "/index.html") server.Get("/", serve);
+  }
 
   ApiRoutes routes(server, options_.location);
   AddFolderRoutes(routes);

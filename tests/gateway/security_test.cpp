@@ -8,6 +8,7 @@
 
 #include <fstream>
 
+#include "gateway/web_files.h"
 #include "gateway_fixture.h"
 #include "util/errors.h"
 
@@ -52,9 +53,20 @@ TEST_F(GatewaySecurity, DefaultBodyLimitIs64MB) {
 TEST_F(GatewaySecurity, OnlyTheApiAndThePageAreServed) {
   const Answer page = Get("/");
   EXPECT_EQ(page.status, 200);
-  EXPECT_NE(page.content_type.find("text/html"), std::string::npos);
-  for (const std::string path : {"/etc/passwd", "/api", "/index.html", "/../catalog.db",
-                                 "/api/folders/1/../../catalog.db", "/api/nothing"}) {
+  EXPECT_EQ(page.content_type, "text/html; charset=utf-8");
+  EXPECT_NE(page.text.find("<script src=\"/app.js\""), std::string::npos);
+  // Every file of the page at its own path, with its type, byte for byte what was compiled in.
+  ASSERT_FALSE(gateway::WebFiles().empty());
+  for (const gateway::WebFile& file : gateway::WebFiles()) {
+    const Answer served = Get(std::string(file.path));
+    EXPECT_EQ(served.status, 200) << file.path;
+    EXPECT_EQ(served.text, file.content) << file.path;
+    EXPECT_EQ(served.content_type, gateway::ContentTypeOf(file.path)) << file.path;
+  }
+  EXPECT_EQ(Get("/app.js").content_type, "text/javascript; charset=utf-8");
+  EXPECT_EQ(Get("/app.css").content_type, "text/css; charset=utf-8");
+  for (const std::string path : {"/etc/passwd", "/api", "/appxjs", "/web/app.js", "/../catalog.db",
+                                 "/api/folders/1/../../catalog.db", "/api/nothing", "/app.js/x"}) {
     const Answer answer = Get(path);
     EXPECT_EQ(answer.status, 404) << path;
   }
