@@ -45,6 +45,9 @@ class GatewayTest : public ::testing::Test {
     client_->set_read_timeout(30);
   }
 
+  // Asks the server to stop, as SIGTERM does, without waiting for it.
+  void RequestStop() { server_->Stop(); }
+
   void StopServer() {
     if (!server_) return;
     server_->Stop();

@@ -1,7 +1,11 @@
 // Requests in a row and at once: a request that fails half-way leaves nothing open for the next
 // one on the same worker, several clients adding at the same time all get their clippings, and
 // the error statuses follow the library's numbers.
+#include <arpa/inet.h>
+#include <netinet/in.h>
 #include <sqlite3.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <set>
@@ -67,6 +71,56 @@ TEST_F(GatewayRequests, ClientsAddingAtOnceAllGetTheirClippings) {
     names.insert(clipping["name"]);
   }
   EXPECT_EQ(names.size(), static_cast<size_t>(kClients * kEach));
+}
+
+// A connection to the server's port, written and read by hand.
+class RawConnection {
+ public:
+  explicit RawConnection(int port) : fd_(socket(AF_INET, SOCK_STREAM, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    EXPECT_EQ(connect(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  }
+  ~RawConnection() { close(fd_); }
+  void Send(const std::string& text) {
+    EXPECT_EQ(write(fd_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+  // Everything the server sends until it closes the connection.
+  std::string ReadAll() {
+    std::string answer;
+    char buffer[4096];
+    for (ssize_t n; (n = read(fd_, buffer, sizeof buffer)) > 0;) {
+      answer.append(buffer, static_cast<size_t>(n));
+    }
+    return answer;
+  }
+
+ private:
+  int fd_;
+};
+
+TEST_F(GatewayRequests, StopLetsTheRequestInFlightFinish) {
+  const std::string body = json{{"folder", "1"}, {"name", "Late"}, {"text", "in flight"}}.dump();
+  RawConnection slow(port());
+  slow.Send(
+      "POST /api/clippings HTTP/1.1\r\nHost: x\r\nConnection: close\r\n"
+      "Content-Type: application/json\r\nContent-Length: " +
+      std::to_string(body.size()) + "\r\n\r\n" + body.substr(0, 10));
+  // A request answered on a later connection means the server has taken the first one: it
+  // accepts connections in the order they came.
+  EXPECT_EQ(Get("/api/folders").status, 200);
+  RequestStop();
+  slow.Send(body.substr(10));
+  const std::string answer = slow.ReadAll();
+  EXPECT_EQ(answer.rfind("HTTP/1.1 201", 0), 0u) << answer;
+  StopServer();
+
+  // The clipping is in the catalog, as the next server started on it sees.
+  const Answer listed = Get("/api/folders/1/clippings");
+  ASSERT_EQ(listed.body.size(), 1u) << listed.text;
+  EXPECT_EQ(listed.body[0]["name"], "Late");
 }
 
 TEST(GatewayErrors, StatusesFollowTheLibraryNumbers) {
