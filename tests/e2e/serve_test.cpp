@@ -86,6 +86,16 @@ TEST_F(Serve, AnswersAndStopsCleanlyOnSigterm) {
   EXPECT_NE(Ok({"ls", "1"}).find("Hello"), std::string::npos);
 }
 
+TEST_F(Serve, CtrlCStopsItCleanlyToo) {
+  const int port = clipcat::testing::PostgresTestServer::FreePort();
+  ASSERT_GT(port, 0);
+  Start({"--listen", "127.0.0.1:" + std::to_string(port)});
+  httplib::Client client("127.0.0.1", port);
+  ASSERT_TRUE(WaitFor(client, "/")) << ReadFile(err_);
+  EXPECT_EQ(StopWith(SIGINT), 0);
+  EXPECT_NE(ReadFile(err_).find("stopped"), std::string::npos) << ReadFile(err_);
+}
+
 TEST_F(Serve, RefusesToServeOffLoopbackWithoutAToken) {
   Ok({"init"});
   const Result refused = Run({"--catalog", catalog_, "serve", "--listen", "0.0.0.0:0"});
