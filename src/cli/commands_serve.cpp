@@ -33,10 +33,12 @@ void ServeCommand(const Context& context, const ServeOptions& options) {
   sigaddset(&stop_signals, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &stop_signals, nullptr);
 
+  const std::string host = settings.host;
   gateway::Gateway server(std::move(settings));
   server.Bind();
-  std::fprintf(stderr, "clipcat serve: listening on %s (stop with Ctrl-C)\n",
-               options.listen.c_str());
+  const bool ipv6 = host.find(':') != std::string::npos;
+  std::fprintf(stderr, "clipcat serve: listening on %s%s%s:%d (stop with Ctrl-C)\n",
+               ipv6 ? "[" : "", host.c_str(), ipv6 ? "]" : "", server.port());
   std::atomic<bool> stopping = false;
   std::thread watcher([&server, &stopping, stop_signals] {
     int signal_number = 0;

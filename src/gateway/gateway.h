@@ -27,7 +27,7 @@ struct GatewayOptions {
   size_t threads = 8;        // worker threads, each with its own catalog connections
   size_t max_body_bytes = 64u << 20;
   std::time_t timeout_seconds = 10;  // for reading a request and writing an answer
-  // Where one line per request goes ("METHOD PATH STATUS"); nothing when empty.
+  // Where one line per request goes ("ADDRESS METHOD PATH STATUS BYTES"); nothing when empty.
   std::function<void(const std::string& line)> log;
 };
 

@@ -44,13 +44,11 @@ Reply RawItem(const Clipping& clipping, const std::string& type) {
   int32_t wanted = 0;
   if (!type.empty()) {
     wanted = DataTypeNamed(type);
-    if (wanted == 0) {
-      try {
-        wanted = std::stoi(type);
-      } catch (const std::exception&) {
-        RaiseBadRequest("unknown data item type \"" + type + "\"");
-      }
+    if (wanted == 0 && type.size() <= 9 &&
+        type.find_first_not_of("0123456789") == std::string::npos) {
+      wanted = std::stoi(type);
     }
+    if (wanted <= 0) RaiseBadRequest("unknown data item type \"" + type + "\"");
   }
   for (const auto& item : *clipping.ClippingData()) {
     if (wanted == 0 || item->ClippingDataType() == wanted) {

@@ -64,7 +64,9 @@ TEST_F(GatewayClippings, ItemsByNameOrNumberWithTextOrBase64) {
   EXPECT_EQ(fifth.text, bytes);
   EXPECT_EQ(fifth.content_type, "application/xml");
   EXPECT_EQ(Get("/api/clippings/" + id + "?raw=1&type=text").status, 404);
-  EXPECT_EQ(Get("/api/clippings/" + id + "?raw=1&type=nonsense").status, 400);
+  for (const std::string type : {"nonsense", "5x", "0", "-1"}) {
+    EXPECT_EQ(Get("/api/clippings/" + id + "?raw=1&type=" + type).status, 400) << type;
+  }
 }
 
 TEST_F(GatewayClippings, AddRefusesBadBodiesAndAddsNothing) {
