@@ -24,7 +24,7 @@ struct GatewayOptions {
   int port = 8640;           // 0: any free port (see Gateway::port)
   std::string token;         // when not empty, every request needs "Authorization: Bearer"
   std::string allow_origin;  // when not empty, the origin CORS lets in; off otherwise
-  size_t threads = 8;        // worker threads, each with its own catalog connections
+  size_t threads = 32;       // worker threads, each with its own catalog connections
   size_t max_body_bytes = 64u << 20;
   std::time_t timeout_seconds = 10;  // for reading a request and writing an answer
   // Where one line per request goes ("ADDRESS METHOD PATH STATUS BYTES"); nothing when empty.
