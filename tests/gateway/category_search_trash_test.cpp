@@ -27,6 +27,9 @@ TEST_F(GatewayCategories, AddListRenameDelete) {
   EXPECT_EQ(Get("/api/categories/" + id).status, 404);
   EXPECT_EQ(Get("/api/categories").body.size(), 1u);
   EXPECT_EQ(Delete("/api/categories/999").status, 404);
+  EXPECT_EQ(Get("/api/categories/999/clippings").status, 404);
+  EXPECT_EQ(Get("/api/categories?folder=999").status, 404);
+  EXPECT_EQ(Post("/api/categories", {{"name", "Elsewhere"}, {"folder", "999"}}).status, 404);
   EXPECT_EQ(Patch("/api/categories/999", {{"name", "x"}}).status, 404);
   EXPECT_EQ(Post("/api/categories", json::object()).status, 400);
 }
