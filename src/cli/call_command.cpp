@@ -5,18 +5,13 @@
 #include <sstream>
 
 #include "automation/automation_object.h"
-#include "automation/entity_objects.h"
-#include "automation/progid_registry.h"
+#include "automation/late_call.h"
 #include "util/errors.h"
 #include "util/text.h"
 #include "util/values.h"
 
 namespace clipcat::cli {
 namespace {
-
-bool IsDefaultConnectionParam(const std::string& name) {
-  return name == "oDefaultConnection" || name == "oDefualtConnection";
-}
 
 std::string ReadWholeFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -82,43 +77,12 @@ void PrintResult(const Variant& result, bool has_result, std::ostream& out) {
   }
 }
 
-std::pair<Variant, bool> CallWithConnection(const std::shared_ptr<Dispatch>& object,
-                                            const std::string& progid, const std::string& member,
-                                            std::vector<Variant> args,
-                                            const std::shared_ptr<Dispatch>& connection) {
-  const auto automation = std::dynamic_pointer_cast<AutomationObject>(object);
-  if (!automation) RaiseRuntimeError(err::kObjectRequired);
-  const MemberInfo* info = automation->Members().Find(member, InvokeKind::kMethod);
-  if (info == nullptr) throw AutomationError(err::kUnknownName, progid, "Unknown name.");
-
-  std::vector<Variant> values;
-  size_t next = 0;
-  for (const ParamInfo& param : info->params) {
-    if (IsDefaultConnectionParam(param.name)) {
-      values.push_back(param.type == ParamType::kString ? GetProperty(connection, "XML")
-                                                        : Variant(connection));
-      continue;
-    }
-    if (next >= args.size()) break;
-    Variant value = std::move(args[next++]);
-    if (param.type == ParamType::kObject && value.type() == Variant::Type::kString) {
-      value = Variant(CreateEntityFromXML(param.object_type, value.AsString()));
-    }
-    values.push_back(std::move(value));
-  }
-  if (next < args.size()) {
-    throw AutomationError(err::kBadParamCount, progid, "Invalid number of parameters.");
-  }
-  return {automation->Invoke(member, info->kind, values), info->returns_value};
-}
-
 void RunCall(const std::shared_ptr<Dispatch>& connection, const std::string& progid,
              const std::string& member, const std::vector<std::string>& args, std::ostream& out) {
   std::vector<Variant> values;
   for (const std::string& arg : args) values.push_back(ArgumentValue(arg));
-  const auto [result, has_result] =
-      CallWithConnection(CreateObject(progid), progid, member, std::move(values), connection);
-  PrintResult(result, has_result, out);
+  const LateCallResult result = CallLateBound(progid, member, std::move(values), connection);
+  PrintResult(result.value, result.has_value, out);
 }
 
 }  // namespace clipcat::cli

@@ -21,16 +21,6 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Calls `member` of `object` with `args` for its declared parameters in order, the parameters
-// named oDefaultConnection or oDefualtConnection left out and filled with `connection` (its XML
-// for a parameter declared as text). Text given for an object parameter is read as that class's
-// XML. Optional parameters after the last argument take their defaults. Answers the result and
-// whether the member has one.
-std::pair<Variant, bool> CallWithConnection(const std::shared_ptr<Dispatch>& object,
-                                            const std::string& progid, const std::string& member,
-                                            std::vector<Variant> args,
-                                            const std::shared_ptr<Dispatch>& connection);
-
 // Calls MEMBER of a new PROGID object and prints its result to `out` (see PrintResult). Raises
 // AutomationError for failures of the call; the caller reports them. The caller runs it inside
 // its request (library/request_scope.h).

@@ -497,6 +497,26 @@ class ImportUnit final : public Command {
   bool with_history_ = false;
 };
 
+class ServeUnit final : public Command {
+ public:
+  ServeUnit()
+      : Command("serve",
+                "Serve the catalog over HTTP: a JSON API for programs (see docs/http.md)") {}
+  void Declare(CLI::App& command) override {
+    command.add_option("--listen", options_.listen,
+                       "Address and port to listen on (default 127.0.0.1:8640)");
+    command.add_option("--token-file", options_.token_file,
+                       "File whose first line is the token every request must send as "
+                       "'Authorization: Bearer TOKEN' (required off loopback)");
+    command.add_option("--allow-origin", options_.allow_origin,
+                       "Let web pages from this origin call the API (CORS; off by default)");
+  }
+  void Run(const Context& context) override { ServeCommand(context, options_); }
+
+ private:
+  ServeOptions options_;
+};
+
 }  // namespace
 
 std::vector<std::unique_ptr<Command>> AllCommands() {
@@ -530,6 +550,7 @@ std::vector<std::unique_ptr<Command>> AllCommands() {
   commands.push_back(std::make_unique<UnlinkUnit>());
   commands.push_back(std::make_unique<ExportUnit>());
   commands.push_back(std::make_unique<ImportUnit>());
+  commands.push_back(std::make_unique<ServeUnit>());
   return commands;
 }
 

@@ -107,6 +107,16 @@ void ExportCommand(const Context& context, const std::string& file, bool with_hi
 void ImportCommand(const Context& context, const std::string& file, const std::string& into,
                    bool with_history);
 
+struct ServeOptions {
+  std::string listen = "127.0.0.1:8640";  // ADDR:PORT
+  std::string token_file;                 // the bearer token every request must carry
+  std::string allow_origin;               // the origin CORS lets in; none by default
+};
+
+// Serves the catalog over HTTP (the JSON API and the page) until SIGINT or SIGTERM; requests in
+// flight finish and the catalogs close before it returns.
+void ServeCommand(const Context& context, const ServeOptions& options);
+
 // The tour `make run` shows: on a new default catalog it first seeds the sample library, then
 // shows the tree, a search and a clipping. An existing catalog is only read.
 void TourCommand(const Context& context);

@@ -12,6 +12,7 @@
 #include "cli/printing.h"
 #include "cli/progress.h"
 #include "cli/prompt.h"
+#include "entities/plain_text.h"
 #include "library/catalog.h"
 #include "library/clipping_search.h"
 #include "library/content_index.h"

@@ -12,7 +12,7 @@ namespace {
 
 ClippingContent ContentOf(Catalog& catalog, const std::string& id, const std::string& type,
                           bool record_use) {
-  const int32_t wanted = type.empty() ? 0 : DataTypeNamed(type);
+  const int32_t wanted = type.empty() ? 0 : RequireDataType(type);
   const auto clipping = RequireClipping(catalog, id, true);
   ClippingContent content = BestContent(*clipping, wanted);
   if (record_use) catalog.write().UpdateClippingHistory(clipping, catalog.details());

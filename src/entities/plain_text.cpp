@@ -1,6 +1,7 @@
 #include "entities/plain_text.h"
 
 #include <algorithm>
+#include <cctype>
 #include <pugixml.hpp>
 
 #include "util/rtf_text.h"
@@ -77,6 +78,42 @@ std::string PlainTextOfItems(const ClippingDataCollection& items, size_t max_byt
     if (text.size() > max_bytes) break;
   }
   return CutAtWord(std::move(text), max_bytes);
+}
+
+namespace {
+
+struct NamedDataType {
+  int32_t type;
+  const char* name;
+};
+
+constexpr NamedDataType kDataTypeNames[] = {
+    {kRichTextDataType, "rtf"},
+    {kPlainTextDataType, "text"},
+    {kSpreadsheetXmlDataType, "excel-xml"},
+    {kWordProcessorXmlDataType, "word-xml"},
+    {kCatalogXmlDataType, "catalog-xml"},
+};
+
+}  // namespace
+
+std::string DataTypeName(int32_t type) {
+  for (const NamedDataType& named : kDataTypeNames) {
+    if (named.type == type) return named.name;
+  }
+  return "type-" + std::to_string(type);
+}
+
+int32_t DataTypeNamed(std::string_view name) {
+  for (const NamedDataType& named : kDataTypeNames) {
+    if (name.size() == std::string_view(named.name).size() &&
+        std::equal(name.begin(), name.end(), named.name, [](char a, char b) {
+          return std::tolower(static_cast<unsigned char>(a)) == b;
+        })) {
+      return named.type;
+    }
+  }
+  return 0;
 }
 
 }  // namespace clipcat

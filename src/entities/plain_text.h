@@ -18,6 +18,15 @@ inline constexpr int32_t kSpreadsheetXmlDataType = 3;
 inline constexpr int32_t kWordProcessorXmlDataType = 4;
 inline constexpr int32_t kCatalogXmlDataType = 5;
 
+// The short name people and programs use for data type `type`: "rtf", "text", "excel-xml",
+// "word-xml", "catalog-xml", and "type-N" for any other number. These names reach scripts and the
+// HTTP API: never change one.
+std::string DataTypeName(int32_t type);
+
+// The data type a short name stands for (DataTypeName's names, without regard to case), or 0 for
+// text that names none.
+int32_t DataTypeNamed(std::string_view name);
+
 // The text of content of data type `type`: plain text as it is, rich text as its visible text,
 // the XML kinds as their text nodes (what a damaged document holds before the damage), each piece
 // on a line of its own. Bytes that are not UTF-8 become U+FFFD and NUL a space, so that every

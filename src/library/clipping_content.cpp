@@ -4,7 +4,6 @@
 
 #include "entities/plain_text.h"
 #include "library/item_lookup.h"
-#include "util/text.h"
 
 namespace clipcat {
 namespace {
@@ -47,29 +46,10 @@ ClippingContent BestContent(const Clipping& clipping, int32_t type) {
          "); --type gives an item's bytes");
 }
 
-std::string DataTypeName(int32_t type) {
-  switch (type) {
-    case kRichTextDataType:
-      return "rtf";
-    case kPlainTextDataType:
-      return "text";
-    case kSpreadsheetXmlDataType:
-      return "excel-xml";
-    case kWordProcessorXmlDataType:
-      return "word-xml";
-    case kCatalogXmlDataType:
-      return "catalog-xml";
-    default:
-      return "type-" + std::to_string(type);
-  }
-}
-
-int32_t DataTypeNamed(const std::string& name) {
+int32_t RequireDataType(const std::string& name) {
+  if (const int32_t type = DataTypeNamed(name); type != 0) return type;
   std::string names;
-  for (const int32_t type : kNamedTypes) {
-    if (EqualsIgnoreCase(name, DataTypeName(type))) return type;
-    names += (names.empty() ? "" : ", ") + DataTypeName(type);
-  }
+  for (const int32_t type : kNamedTypes) names += (names.empty() ? "" : ", ") + DataTypeName(type);
   char* end = nullptr;
   const long number = std::strtol(name.c_str(), &end, 10);
   if (!name.empty() && *end == '\0' && number >= 1 && number <= INT32_MAX) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "entities/clipping.h"
+#include "entities/plain_text.h"
 
 namespace clipcat {
 
@@ -22,11 +23,8 @@ struct ClippingContent {
 // types it has.
 ClippingContent BestContent(const Clipping& clipping, int32_t type = 0);
 
-// "rtf", "text", "excel-xml", "word-xml", "catalog-xml", or "type-N" for other numbers.
-std::string DataTypeName(int32_t type);
-
-// The data type a name or number stands for (DataTypeName's names, any case, or 1 and up);
-// refuses anything else, listing the names.
-int32_t DataTypeNamed(const std::string& name);
+// The data type a name (DataTypeName's, any case) or a number of 1 and up stands for; refuses
+// anything else, listing the names.
+int32_t RequireDataType(const std::string& name);
 
 }  // namespace clipcat

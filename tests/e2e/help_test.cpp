@@ -37,9 +37,9 @@ TEST_F(Cli, HelpAndTheCommandLineDocumentAgree) {
   const std::vector<std::string> commands = Listed(top.out, {"Subcommands:"});
   const std::set<std::string> listed(commands.begin(), commands.end());
   for (const char* expected :
-       {"call",  "init",       "tour",    "tree", "ls",     "show",    "add",
-        "mkdir", "rename",     "mv",      "rm",   "search", "reindex", "tag",
-        "untag", "categories", "history", "link", "unlink", "export",  "import"}) {
+       {"call",    "init", "tour",   "tree",   "ls",      "show", "add",   "mkdir",
+        "rename",  "mv",   "rm",     "search", "reindex", "tag",  "untag", "categories",
+        "history", "link", "unlink", "export", "import",  "serve"}) {
     EXPECT_EQ(listed.count(expected), 1u) << expected;
   }
   for (const std::string& command : commands) {

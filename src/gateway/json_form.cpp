@@ -1,0 +1,141 @@
+#include "gateway/json_form.h"
+
+#include <cstdio>
+#include <ctime>
+
+#include "entities/plain_text.h"
+#include "util/item_id.h"
+
+namespace clipcat::gateway {
+namespace {
+
+using nlohmann::json;
+
+// The folder status of a linked catalog that does not answer.
+constexpr int32_t kStatusOffline = 4;
+
+}  // namespace
+
+std::string IsoUtc(const Date& date) {
+  const DateParts parts = date.Parts();
+  std::tm local{};
+  local.tm_year = parts.year - 1900;
+  local.tm_mon = parts.month - 1;
+  local.tm_mday = parts.day;
+  local.tm_hour = parts.hour;
+  local.tm_min = parts.minute;
+  local.tm_sec = parts.second;
+  local.tm_isdst = -1;  // whatever daylight saving time the zone had on that day
+  const std::time_t moment = std::mktime(&local);
+  std::tm utc{};
+  if (moment == static_cast<std::time_t>(-1) || gmtime_r(&moment, &utc) == nullptr) {
+    utc = local;  // outside what the C library converts: the wall-clock time as it is
+  }
+  char text[80];
+  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02dZ", utc.tm_year + 1900,
+                utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
+  return text;
+}
+
+json IsoUtcOrNull(const Date& date) {
+  if (date.serial() == 0.0) return nullptr;
+  return IsoUtc(date);
+}
+
+json FolderJson(const Folder& folder, bool children, bool in_linked_catalog) {
+  const bool external = IsExternalItemID(folder.ID());
+  const bool linked = folder.ExternalCatalogID() != 0 || (external && !in_linked_catalog);
+  json form = {{"id", folder.ID()},
+               {"name", folder.Name()},
+               {"description", folder.Description()},
+               {"parent", folder.ParentID()},
+               {"status", folder.Status()},
+               {"updated", IsoUtc(folder.Updated())},
+               {"linked", linked},
+               {"online", folder.Status() != kStatusOffline}};
+  if (children) {
+    json list = json::array();
+    for (const auto& child : *folder.ChildFolders()) {
+      list.push_back(FolderJson(*child, true, in_linked_catalog || external));
+    }
+    form["children"] = std::move(list);
+  }
+  return form;
+}
+
+json FolderTreeJson(const Folders& folders) {
+  json list = json::array();
+  for (const auto& folder : *folders.Items()) list.push_back(FolderJson(*folder, true));
+  return list;
+}
+
+json ClippingJson(const Clipping& clipping, bool items) {
+  json form = {{"id", clipping.ID()},
+               {"name", clipping.Name()},
+               {"description", clipping.Description()},
+               {"folder", clipping.FolderID()},
+               {"status", clipping.ClippingStatus()},
+               {"updated", IsoUtc(clipping.Updated())},
+               {"accessed", IsoUtcOrNull(clipping.Accessed())}};
+  if (!clipping.PathName().empty()) form["path"] = clipping.PathName();
+  if (items) {
+    json list = json::array();
+    for (const auto& item : *clipping.ClippingData()) {
+      const int32_t type = item->ClippingDataType();
+      const bool has_text = type >= kRichTextDataType && type <= kCatalogXmlDataType;
+      list.push_back({{"type", type},
+                      {"typename", DataTypeName(type)},
+                      {"bytes", item->RawData().size()},
+                      {"text", has_text ? json(PlainTextOf(type, item->RawData())) : json()}});
+    }
+    form["items"] = std::move(list);
+  }
+  return form;
+}
+
+json ClippingListJson(const Clippings& clippings) {
+  json list = json::array();
+  for (const auto& clipping : *clippings.Items()) list.push_back(ClippingJson(*clipping, false));
+  return list;
+}
+
+json CategoryJson(const Category& category) {
+  return {
+      {"id", category.ID()}, {"name", category.Name()}, {"description", category.Description()}};
+}
+
+json CategoryListJson(const Categories& categories) {
+  json list = json::array();
+  for (const auto& category : *categories.Items()) list.push_back(CategoryJson(*category));
+  return list;
+}
+
+json FoundClippingJson(const FoundClipping& found) {
+  json form = ClippingJson(*found.clipping, false);
+  form["score"] = found.score;
+  form["snippet"] = found.snippet;
+  return form;
+}
+
+json TrashEntryJson(const TrashEntry& entry) {
+  return {{"id", entry.id},
+          {"kind", entry.is_folder ? "folder" : "clipping"},
+          {"name", entry.name},
+          {"folder", entry.folder_id},
+          {"path", entry.path},
+          {"deleted", entry.deleted ? json(IsoUtc(*entry.deleted)) : json()},
+          {"deletedby", entry.deleted_by},
+          {"itemsinside", entry.items_inside}};
+}
+
+json VersionJson(const ClippingVersion& version) {
+  return {{"version", version.version},         {"saved", IsoUtc(version.saved)},
+          {"savedby", version.saved_by},        {"name", version.name},
+          {"description", version.description}, {"bytes", version.bytes}};
+}
+
+std::string DumpJson(const json& body) {
+  return body.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+}  // namespace clipcat::gateway
