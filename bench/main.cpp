@@ -36,6 +36,7 @@ constexpr Scenario kScenarios[] = {
     {"xml", clipcat_bench::RunXml},
     {"history", clipcat_bench::RunHistory},
     {"versions", clipcat_bench::RunVersions},  // trash and versions
+    {"gateway", clipcat_bench::RunGateway},    // clipcat serve under wrk
     {"whatif", clipcat_bench::RunWritesRelaxedSync},
 };
 

@@ -22,6 +22,8 @@ void RunContent(const Options& options, Report& report);
 void RunXml(const Options& options, Report& report);
 // AddClipping and UpdateClipping on a catalog keeping 50 versions against one keeping none.
 void RunVersions(const Options& options, Report& report);
+// `clipcat serve` under load from wrk: reads by id and content searches on 10,000 clippings.
+void RunGateway(const Options& options, Report& report);
 // 10,000 UpdateClippingHistory calls and GetClippingsHistroy of 100.
 void RunHistory(const Options& options, Report& report);
 
