@@ -320,14 +320,54 @@ class LinkUnit final : public Command {
   LinkUnit() : Command("link", "Link another catalog as a top-level folder") {}
   void Declare(CLI::App& command) override {
     command.add_option("NAME", name_, "Name of the linked folder")->required();
-    command
-        .add_option("--connection", connection_, "The linked catalog's connection details (XML)")
-        ->required();
+    auto* target = command.add_option(
+        "CATALOG", target_, "The catalog's file, or a server's postgresql://USER@HOST/DB URI");
+    auto* connection = command.add_option("--connection", connection_,
+                                          "The linked catalog's connection details (XML) instead");
+    target->excludes(connection);
   }
-  void Run(const Context& context) override { LinkCommand(context, name_, connection_); }
+  void Run(const Context& context) override {
+    if (target_.empty() == connection_.empty()) {
+      throw UsageError(
+          "link takes NAME and the catalog: a file, a postgresql:// URI, or "
+          "--connection XML");
+    }
+    LinkCommand(context, name_, target_, connection_);
+  }
 
  private:
-  std::string name_, connection_;
+  std::string name_, target_, connection_;
+};
+
+class TeamUnit final : public Command {
+ public:
+  TeamUnit()
+      : Command("team",
+                "Make a team catalog on a server ('team init URI') and let members in "
+                "('team grant USER')") {}
+  void Declare(CLI::App& command) override {
+    init_ = command.add_subcommand("init", "Make the catalog and its reader and writer roles");
+    init_->add_option("URI", uri_, "The server's postgresql://USER@HOST/DATABASE")->required();
+    init_->add_option("--name", name_, "The top folder's name (default: Shared)");
+    grant_ = command.add_subcommand(
+        "grant", "Let a role of the server use the selected team catalog (--catalog URI)");
+    grant_->add_option("USER", user_, "The member's role on the server")->required();
+    grant_->add_flag("--read-only", read_only_, "Only reading, no changes");
+    command.require_subcommand(1);
+  }
+  void Run(const Context& context) override {
+    if (init_->parsed()) {
+      TeamInitCommand(context, uri_, name_);
+    } else {
+      TeamGrantCommand(context, user_, read_only_);
+    }
+  }
+
+ private:
+  CLI::App* init_ = nullptr;
+  CLI::App* grant_ = nullptr;
+  std::string uri_, name_, user_;
+  bool read_only_ = false;
 };
 
 class UnlinkUnit final : public Command {
@@ -548,6 +588,7 @@ std::vector<std::unique_ptr<Command>> AllCommands() {
   commands.push_back(std::make_unique<InfoUnit>());
   commands.push_back(std::make_unique<LinkUnit>());
   commands.push_back(std::make_unique<UnlinkUnit>());
+  commands.push_back(std::make_unique<TeamUnit>());
   commands.push_back(std::make_unique<ExportUnit>());
   commands.push_back(std::make_unique<ImportUnit>());
   commands.push_back(std::make_unique<ServeUnit>());

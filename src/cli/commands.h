@@ -80,7 +80,14 @@ void TagCommand(const Context& context, const std::vector<std::string>& clipping
                 const std::string& category, bool untag);
 void CategoriesCommand(const Context& context);
 void HistoryCommand(const Context& context, int maximum);
-void LinkCommand(const Context& context, const std::string& name, const std::string& connection);
+// Links the catalog that `target` (a file or a postgresql:// URI) or else `connection` (connection
+// details as XML) names as the top-level folder `name`.
+void LinkCommand(const Context& context, const std::string& name, const std::string& target,
+                 const std::string& connection);
+// Makes a team catalog on the server `uri` names, with its roles (CreateTeamCatalog).
+void TeamInitCommand(const Context& context, const std::string& uri, const std::string& name);
+// Lets the server's role `user` into the selected team catalog (GrantTeamMember).
+void TeamGrantCommand(const Context& context, const std::string& user, bool read_only);
 void UnlinkCommand(const Context& context, const std::string& folder);
 
 // The trash: its entries; what was deleted more than `older_than` ago ("30d", "2w"; all of it

@@ -4,8 +4,10 @@
 #include "cli/commands.h"
 #include "cli/printing.h"
 #include "library/catalog.h"
+#include "library/catalog_location.h"
 #include "library/item_edits.h"
 #include "library/item_lookup.h"
+#include "library/team_catalog.h"
 
 namespace clipcat::cli {
 
@@ -52,12 +54,31 @@ void HistoryCommand(const Context& context, int maximum) {
   PrintClippings(*clippings, context, true);
 }
 
-void LinkCommand(const Context& context, const std::string& name, const std::string& connection) {
+void LinkCommand(const Context& context, const std::string& name, const std::string& target,
+                 const std::string& connection) {
   Catalog catalog = Catalog::Open(context.location);
-  const auto linked = ConnectionDetails::Create();
-  linked->SetXML(connection);
+  std::shared_ptr<ConnectionDetails> linked;
+  if (connection.empty()) {
+    linked = ConnectionDetailsForTarget(target);
+  } else {
+    linked = ConnectionDetails::Create();
+    linked->SetXML(connection);
+  }
   const auto folder = LinkCatalog(catalog, name, linked);
   context.out << (context.xml ? folder->XML() : folder->ID()) << "\n";
+}
+
+void TeamInitCommand(const Context& context, const std::string& uri, const std::string& name) {
+  const TeamRoles roles = CreateTeamCatalog(uri, name);
+  context.out << "created the team catalog with the roles " << roles.writers << " and "
+              << roles.readers << "; let members in with: clipcat --catalog URI team grant USER\n";
+}
+
+void TeamGrantCommand(const Context& context, const std::string& user, bool read_only) {
+  Catalog catalog = Catalog::Open(context.location);
+  GrantTeamMember(catalog, user, read_only);
+  context.out << user << " may now " << (read_only ? "read" : "read and change")
+              << " the catalog\n";
 }
 
 void UnlinkCommand(const Context& context, const std::string& folder) {

@@ -66,6 +66,22 @@ std::string DefaultCatalogPath() {
   return base + "/clipcat/catalog.db";
 }
 
+bool IsServerUri(const std::string& text) {
+  return text.rfind("postgresql://", 0) == 0 || text.rfind("postgres://", 0) == 0;
+}
+
+std::shared_ptr<ConnectionDetails> ConnectionDetailsForTarget(const std::string& path_or_uri) {
+  auto details = ConnectionDetails::Create();
+  if (IsServerUri(path_or_uri)) {
+    details->SetDataSourceType(2);
+    details->SetConnectionString(path_or_uri);
+    return details;
+  }
+  details->SetDataSourceType(1);
+  details->SetConnectionString(FileCatalogConnectionString(AbsolutePath(path_or_uri)));
+  return details;
+}
+
 CatalogLocation SelectCatalog(const std::string& catalog_path, const std::string& connection_xml) {
   CatalogLocation location;
   if (!connection_xml.empty()) {
@@ -74,6 +90,10 @@ CatalogLocation SelectCatalog(const std::string& catalog_path, const std::string
   }
   std::string path = catalog_path;
   if (path.empty()) path = EnvOrEmpty("CLIPCAT_CATALOG");
+  if (IsServerUri(path)) {
+    location.connection_xml = ConnectionDetailsForTarget(path)->XML();
+    return location;
+  }
   if (path.empty()) {
     path = DefaultCatalogPath();
     location.is_default = true;

@@ -20,9 +20,18 @@ struct CatalogLocation {
 };
 
 // The catalog that `connection_xml` (connection details as XML) or else `catalog_path` names; when
-// both are empty, $CLIPCAT_CATALOG, else the default catalog. A relative path is made absolute
-// against the current directory. Touches no file.
+// both are empty, $CLIPCAT_CATALOG, else the default catalog. A path may be a server's URI
+// ("postgresql://ann@db.example/team"), which stands for its connection details. A relative path
+// is made absolute against the current directory. Touches no file.
 CatalogLocation SelectCatalog(const std::string& catalog_path, const std::string& connection_xml);
+
+// True for "postgresql://..." and "postgres://...": a catalog on a PostgreSQL server.
+bool IsServerUri(const std::string& text);
+
+// The connection details of the catalog a path or server URI names: data source type 2 with the
+// URI as its connection string, or type 1 with the file's connection string (a relative path
+// made absolute). Touches no file and no server.
+std::shared_ptr<ConnectionDetails> ConnectionDetailsForTarget(const std::string& path_or_uri);
 
 // The default catalog's path: ${XDG_DATA_HOME:-$HOME/.local/share}/clipcat/catalog.db.
 std::string DefaultCatalogPath();

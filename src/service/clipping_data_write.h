@@ -16,6 +16,7 @@
 #include "entities/connection_details.h"
 #include "entities/folder.h"
 #include "store/clipping_version.h"
+#include "store/team_roles.h"
 #include "store/trash_entry.h"
 #include "util/progress.h"
 
@@ -53,6 +54,12 @@ class ClippingDataWrite {
   // clippings went.
   int32_t EmptyTrash(const Connection& oDefaultConnection, int32_t lOlderThanDays = -1,
                      const std::string& sCatalogFolderID = "");
+  // Sets up the roles of the default catalog, a team catalog on a server, and answers them; makes
+  // sUser a member that may write, or with bReadOnly only read (DataAccess::SetUpTeamRoles,
+  // GrantTeamAccess).
+  TeamRoles SetUpTeamRoles(const Connection& oDefaultConnection);
+  void GrantTeamAccess(const std::string& sUser, bool bReadOnly,
+                       const Connection& oDefaultConnection);
   // Moves the folder sFolderID, or the clipping sClippingID, into the folder sNewParentID of the
   // same catalog, keeping its id, GUID, categories, versions and history (DataAccess::MoveFolder
   // and MoveClipping). Raises 5 (source "Data Services") when the two are in different catalogs.

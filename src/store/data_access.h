@@ -26,6 +26,7 @@
 #include "entities/search.h"
 #include "store/clipping_version.h"
 #include "store/content_query.h"
+#include "store/team_roles.h"
 #include "store/trash_entry.h"
 #include "util/date.h"
 #include "util/progress.h"
@@ -269,6 +270,19 @@ class DataAccess {
   // Makes the content index anew from every clipping, in one transaction; `progress` hears of
   // the clippings done.
   void RebuildContentIndex(const ProgressCallback& progress);
+
+  // ---- Team roles on a server catalog (team_roles.cpp) ----
+  // The roles of this catalog: "clipcat_DATABASE_readers" and "clipcat_DATABASE_writers" in the
+  // catalog's schema. Raises 5 (source "Data Services") on a catalog in a file.
+  TeamRoles TeamRoleNames();
+  // Makes both roles when missing (NOLOGIN) and grants them what reading and writing the catalog
+  // take: the readers use the schema and read its tables, sequences and functions; the writers
+  // are readers that also insert, update and delete, and move the sequences on. Needs the rights
+  // of the catalog's owner; raises the server's error otherwise.
+  TeamRoles SetUpTeamRoles();
+  // Makes `sUser` (a role of the server) a member of the writers, or with `bReadOnly` of the
+  // readers only (and no longer of the writers). The name is passed as an identifier, quoted.
+  void GrantTeamAccess(const std::string& sUser, bool bReadOnly);
 
   // ---- Moves within the catalog (item_moves.cpp) ----
   // Gives the live folder `sFolderID` the parent `sNewParentID`, or the live clipping

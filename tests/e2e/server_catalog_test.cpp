@@ -126,4 +126,45 @@ TEST_F(ServerCatalog, TwoProcessesTaggingWithTheSameNewCategoryShareIt) {
   }
 }
 
+// A team catalog in three commands: init makes the catalog and its roles, grant lets each member
+// in (writing, or only reading), and a member links it by URI.
+TEST_F(ServerCatalog, ATeamCatalogTakesItsMembersWithOneCommandEach) {
+  database_ = server_->CreateDatabase();
+  const std::string owner = server_->Uri(database_);
+  const auto as = [&](const std::string& user) {
+    std::string uri = owner;
+    uri.replace(uri.find("postgres@"), 9, user + "@");
+    return uri;
+  };
+  const std::string writer = database_ + "_bob", reader = database_ + "_carol";
+  ASSERT_EQ(server_->Admin("CREATE ROLE " + writer + " LOGIN"), "");
+  ASSERT_EQ(server_->Admin("CREATE ROLE " + reader + " LOGIN"), "");
+
+  const Result made = Run({"team", "init", owner, "--name", "Team"});
+  ASSERT_EQ(made.status, 0) << made.err;
+  EXPECT_NE(made.out.find("clipcat_" + database_ + "_writers"), std::string::npos) << made.out;
+  EXPECT_NE(Run({"--catalog", as(writer), "tree"}).status, 0) << "no rights before the grant";
+  EXPECT_EQ(Run({"--catalog", owner, "team", "grant", writer}).status, 0);
+  EXPECT_EQ(Run({"--catalog", owner, "team", "grant", reader, "--read-only"}).status, 0);
+
+  const Result folder = Run({"--catalog", as(writer), "mkdir", "/", "Notes"});
+  ASSERT_EQ(folder.status, 0) << folder.err;
+  ASSERT_EQ(Run({"--catalog", as(writer), "add", "Notes", "Hello", "--text", "hi"}).status, 0);
+  const Result read = Run({"--catalog", as(reader), "cat", "Notes/Hello"});
+  EXPECT_EQ(read.status, 0) << read.err;
+  EXPECT_EQ(read.out, "hi");
+  EXPECT_EQ(Run({"--catalog", as(reader), "add", "Notes", "Mine", "--text", "x"}).status, 1);
+
+  // A member links it into a personal catalog by its URI.
+  Ok({"init", "--name", "Personal"});
+  ASSERT_EQ(Run({"--catalog", catalog_, "link", "Team", as(writer)}).status, 0);
+  EXPECT_EQ(Ok({"cat", "Team/Notes/Hello"}), "hi");
+
+  // A user name is a name, whatever it holds; a file catalog has no roles.
+  EXPECT_EQ(Run({"--catalog", owner, "team", "grant", "x\" TO public; --"}).status, 1);
+  EXPECT_EQ(Run({"--catalog", as(reader), "cat", "Notes/Hello"}).out, "hi");
+  EXPECT_NE(Fails({"team", "grant", writer}).find("A catalog in a file has no roles"),
+            std::string::npos);
+}
+
 }  // namespace

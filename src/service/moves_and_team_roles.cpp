@@ -1,4 +1,5 @@
-// Moves within a catalog, routed to the catalog that holds both the item and its new folder.
+// Moves within a catalog, routed to the catalog that holds both the item and its new folder, and
+// the roles of a team catalog.
 #include <memory>
 #include <string>
 
@@ -9,6 +10,7 @@
 namespace clipcat {
 namespace {
 
+using service_internal::DefaultDataAccess;
 using service_internal::ItemDataAccess;
 
 // The catalog that holds both items; refuses two items of different catalogs.
@@ -35,6 +37,15 @@ void ClippingDataWrite::MoveClipping(const std::string& sClippingID,
                                      const Connection& oDefaultConnection) {
   SameCatalog(oDefaultConnection, sClippingID, sNewParentID)
       ->MoveClipping(sClippingID, sNewParentID);
+}
+
+TeamRoles ClippingDataWrite::SetUpTeamRoles(const Connection& oDefaultConnection) {
+  return DefaultDataAccess(oDefaultConnection)->SetUpTeamRoles();
+}
+
+void ClippingDataWrite::GrantTeamAccess(const std::string& sUser, bool bReadOnly,
+                                        const Connection& oDefaultConnection) {
+  DefaultDataAccess(oDefaultConnection)->GrantTeamAccess(sUser, bReadOnly);
 }
 
 }  // namespace clipcat
