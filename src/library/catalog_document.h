@@ -96,11 +96,12 @@ class CatalogDocument {
   CatalogDocument& operator=(const CatalogDocument&) = delete;
 
   // Reads a document from UTF-8 `text` and checks all of it, so that an import of it fails only
-  // on what the catalog refuses: the root and its version, element and attribute names, names
-  // data types, base64 data and texts, that every member names a clipping of the document once
-  // (by id or by path), that each link holds connection details, and the versions and deletion
-  // marks of a document with history. Raises 5 "Invalid procedure call
-  // or argument: not a clipcat catalog document: " and what is wrong.
+  // on what the catalog refuses: the root and its version, element and attribute names, that
+  // every folder, clipping, category and link has a name (blank ones are the import's to fix
+  // up), data types, base64 data and texts, that every member names a clipping of the document
+  // once (by id or by path), that each link holds connection details, and the versions and
+  // deletion marks of a document with history. Raises 5 "Invalid procedure call or argument: not
+  // a clipcat catalog document: " and what is wrong.
   static CatalogDocument Parse(const std::string& text);
 
   // Checks `xml` as Parse checks a text, for documents built from other formats.
