@@ -278,7 +278,7 @@ CatalogDocument DocumentFromJson(const std::string& text) {
   Json document;
   try {
     document = Json::parse(text);
-  } catch (const Json::parse_error& error) {
+  } catch (const Json::exception& error) {
     InvalidJson("the text is not JSON (" + std::string(error.what()) + ")");
   }
   RequireObject(document, "the document");

@@ -96,7 +96,7 @@ TEST_F(TransferFormatsTest, PortableExportsOfEqualCatalogsAreEqualAndReadBack) {
   EXPECT_EQ(Portable(), first);
 }
 
-class ConflictTest : public TransferFormatsTest {
+class TransferConflictTest : public TransferFormatsTest {
  protected:
   // The target holds Letters/Greeting ("old"), tagged Kept; the document holds Letters with
   // Greeting ("new") and Other, both tagged Work, and a top clipping Loose.
@@ -137,13 +137,13 @@ class ConflictTest : public TransferFormatsTest {
   std::string letters_, greeting_;
 };
 
-TEST_F(ConflictTest, FailRefusesAndLeavesEverythingAsItWas) {
+TEST_F(TransferConflictTest, FailRefusesAndLeavesEverythingAsItWas) {
   const std::string before = Text(ExportCatalog(*catalog_));
   EXPECT_EQ(RaisedNumber([&] { Import(OnConflict::kFail); }), err::kFolderNameNotUnique);
   EXPECT_EQ(Text(ExportCatalog(*catalog_)), before);
 }
 
-TEST_F(ConflictTest, SkipMergesTheFolderAndLeavesTheTakenClippingAlone) {
+TEST_F(TransferConflictTest, SkipMergesTheFolderAndLeavesTheTakenClippingAlone) {
   const ImportResult result = Import(OnConflict::kSkip);
   EXPECT_EQ(Kinds(result), (std::vector<Kind>{Kind::kMerged, Kind::kSkipped}));
   EXPECT_EQ(result.notes[1].folder, "Letters");
@@ -156,7 +156,7 @@ TEST_F(ConflictTest, SkipMergesTheFolderAndLeavesTheTakenClippingAlone) {
   EXPECT_EQ(catalog_->read().GetClippingVersions(greeting_, catalog_->details()).size(), 0u);
 }
 
-TEST_F(ConflictTest, ReplaceUpdatesTheClippingAndKeepsItsOldStateAsAVersion) {
+TEST_F(TransferConflictTest, ReplaceUpdatesTheClippingAndKeepsItsOldStateAsAVersion) {
   const ImportResult result = Import(OnConflict::kReplace);
   EXPECT_EQ(Kinds(result), (std::vector<Kind>{Kind::kMerged, Kind::kReplaced}));
   const auto greeting = catalog_->read().GetClipping(greeting_, catalog_->details(), true);
@@ -172,7 +172,7 @@ TEST_F(ConflictTest, ReplaceUpdatesTheClippingAndKeepsItsOldStateAsAVersion) {
   EXPECT_EQ(Members("Kept"), 1u);
 }
 
-TEST_F(ConflictTest, RenameAddsUnderTheFirstFreeNumberedName) {
+TEST_F(TransferConflictTest, RenameAddsUnderTheFirstFreeNumberedName) {
   AddFolder("1", "Letters (2)");
   const ImportResult result = Import(OnConflict::kRename);
   EXPECT_EQ(Kinds(result), (std::vector<Kind>{Kind::kRenamed}));
@@ -184,7 +184,7 @@ TEST_F(ConflictTest, RenameAddsUnderTheFirstFreeNumberedName) {
   EXPECT_EQ(Members("Work"), 2u);
 }
 
-TEST_F(ConflictTest, AFailureAfterAReplaceGivesEverythingBack) {
+TEST_F(TransferConflictTest, AFailureAfterAReplaceGivesEverythingBack) {
   // A failure at the very last step (reported through progress, as a cancelled import would
   // be): the folder merged, a clipping replaced, one added, the category made and joined.
   const std::string before = Text(ExportCatalog(*catalog_));
