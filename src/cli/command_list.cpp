@@ -510,30 +510,46 @@ class ExportUnit final : public Command {
     command.add_option("FILE", file_, "Document to write (default: standard output)");
     command.add_flag("--with-history", with_history_,
                      "Also write the trash and the versions of every clipping");
+    command.add_flag("--portable", portable_,
+                     "Leave out ids and order everything by path and name, so that exports of "
+                     "equal catalogs are equal byte for byte");
   }
-  void Run(const Context& context) override { ExportCommand(context, file_, with_history_); }
+  void Run(const Context& context) override {
+    ExportCommand(context, file_, with_history_, portable_);
+  }
 
  private:
   std::string file_;
   bool with_history_ = false;
+  bool portable_ = false;
 };
 
 class ImportUnit final : public Command {
  public:
   ImportUnit()
       : Command("import",
-                "Add everything in a document that export wrote; into a new catalog this "
-                "gives the same catalog") {}
+                "Add a document that export wrote, a JSON document or a directory of files; "
+                "into a new catalog an export gives the same catalog") {}
   void Declare(CLI::App& command) override {
-    command.add_option("FILE", file_, "Document to read ('-' for standard input)")->required();
+    command
+        .add_option("FILE", file_,
+                    "Document (XML or .json) or directory to read ('-' for standard input)")
+        ->required();
     command.add_option("--into", into_, "Folder to add it to (default: the catalog's top folder)");
     command.add_flag("--with-history", with_history_,
                      "Also add the document's trash and versions (left out without it)");
+    command
+        .add_option("--on-conflict", on_conflict_,
+                    "What to do with a name already taken: fail (default), skip, replace, rename")
+        ->check(CLI::IsMember({"fail", "skip", "replace", "rename"}));
   }
-  void Run(const Context& context) override { ImportCommand(context, file_, into_, with_history_); }
+  void Run(const Context& context) override {
+    ImportCommand(context, file_, into_, with_history_, on_conflict_);
+  }
 
  private:
   std::string file_, into_;
+  std::string on_conflict_ = "fail";
   bool with_history_ = false;
 };
 

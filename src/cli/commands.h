@@ -107,12 +107,16 @@ void RevertCommand(const Context& context, const std::string& id, int version);
 void InfoCommand(const Context& context);
 
 // Writes the whole catalog as one catalog document to `file` (standard output for "" or "-"),
-// with the trash and the versions when `with_history`.
-void ExportCommand(const Context& context, const std::string& file, bool with_history);
-// Adds the catalog document in `file` ("-" for standard input) to folder `into` (the catalog's
-// top folder when empty), with its trash and versions when `with_history`; see ImportDocument.
+// with the trash and the versions when `with_history`, in portable form (catalog_portable.h) when
+// `portable`.
+void ExportCommand(const Context& context, const std::string& file, bool with_history,
+                   bool portable);
+// Adds what `file` holds to folder `into` (the catalog's top folder when empty): a directory of
+// files, a JSON document or a catalog document ("-" for standard input, JSON or XML by its
+// content), with its trash and versions when `with_history`, names already taken dealt with as
+// `on_conflict` ("fail", "skip", "replace" or "rename") says; see ImportDocument.
 void ImportCommand(const Context& context, const std::string& file, const std::string& into,
-                   bool with_history);
+                   bool with_history, const std::string& on_conflict);
 
 struct ServeOptions {
   std::string listen = "127.0.0.1:8640";  // ADDR:PORT

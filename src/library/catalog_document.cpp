@@ -18,7 +18,6 @@
 #include "library/catalog_document_internal.h"
 #include "util/base64.h"
 #include "util/errors.h"
-#include "util/text.h"
 
 namespace clipcat {
 namespace {
@@ -104,8 +103,8 @@ std::shared_ptr<ClippingData> ReadDataItem(pugi::xml_node data) {
 }
 
 // Checks the folder tree under the root: one top folder, every folder and clipping readable, no
-// clipping id twice. Answers the clipping ids.
-std::set<std::string> CheckTree(pugi::xml_node root, DocumentCounts& counts) {
+// clipping id twice (a portable document has none).
+void CheckTree(pugi::xml_node root, DocumentCounts& counts) {
   std::set<std::string> clipping_ids;
   std::vector<pugi::xml_node> pending;
   for (pugi::xml_node child : Children(root, {doc::kFolder, doc::kCategory, doc::kLink})) {
@@ -122,15 +121,18 @@ std::set<std::string> CheckTree(pugi::xml_node root, DocumentCounts& counts) {
         pending.push_back(child);
         continue;
       }
-      const std::string id = RequiredAttribute(child, doc::kId);
-      if (!clipping_ids.insert(id).second) InvalidDocument("two clippings have the id " + id);
-      internal::ReadClipping(child);
+      const std::string id = child.attribute(doc::kId).value();
+      if (child.attribute(doc::kId) && !clipping_ids.insert(id).second) {
+        InvalidDocument("two clippings have the id " + id);
+      }
+      const std::string name = internal::ReadClipping(child)->Name();
       ++counts.clippings;
       std::set<int32_t> numbers;
       for (pugi::xml_node version : child.children(doc::kVersionElement)) {
         const int32_t number = internal::ReadVersion(version).first.version;
         if (!numbers.insert(number).second) {
-          InvalidDocument("clipping " + id + " has version " + std::to_string(number) + " twice");
+          InvalidDocument("clipping \"" + name + "\" has version " + std::to_string(number) +
+                          " twice");
         }
         ++counts.versions;
       }
@@ -138,21 +140,20 @@ std::set<std::string> CheckTree(pugi::xml_node root, DocumentCounts& counts) {
     }
     if (internal::IsMarkedDeleted(folder)) ++counts.deleted;
   }
-  return clipping_ids;
 }
 
-void CheckCategories(pugi::xml_node root, const std::set<std::string>& clipping_ids,
-                     DocumentCounts& counts) {
+void CheckCategories(pugi::xml_node root, DocumentCounts& counts) {
+  const internal::ClippingReferences references(root);
   for (pugi::xml_node category : root.children(doc::kCategory)) {
     RequiredName(category);
+    internal::TextAttribute(category, doc::kDescription);
     ++counts.categories;
-    std::set<std::string> members;
+    std::set<pugi::xml_node> members;
     for (pugi::xml_node member : Children(category, {doc::kMember})) {
-      const std::string id = RequiredAttribute(member, doc::kMemberClipping);
-      if (clipping_ids.count(id) == 0) {
-        InvalidDocument("a member names no clipping of the document: " + id);
+      if (!members.insert(references.Find(member)).second) {
+        InvalidDocument("a clipping is a member twice: " +
+                        std::string(member.first_attribute().value()));
       }
-      if (!members.insert(id).second) InvalidDocument("a clipping is a member twice: " + id);
       ++counts.memberships;
     }
   }
@@ -163,10 +164,10 @@ void CheckLinks(pugi::xml_node root, DocumentCounts& counts) {
     RequiredName(link);
     const auto details = ConnectionDetails::Create();
     try {
-      details->SetXML(RequiredAttribute(link, doc::kConnection));
+      RequiredAttribute(link, doc::kConnection);
+      details->SetXML(internal::TextAttribute(link, doc::kConnection));
     } catch (const AutomationError&) {
-      InvalidDocument("the connection of linked folder \"" +
-                      std::string(link.attribute(doc::kName).value()) +
+      InvalidDocument("the connection of linked folder \"" + RequiredName(link) +
                       "\" is not connection details");
     }
     ++counts.links;
@@ -191,25 +192,106 @@ std::string RequiredAttribute(pugi::xml_node element, const char* name) {
   return attribute.value();
 }
 
-std::string RequiredName(pugi::xml_node element) {
-  std::string name = RequiredAttribute(element, doc::kName);
-  if (TrimSpaces(name).empty()) {
-    InvalidDocument("<" + std::string(element.name()) + "> with a blank name");
+std::string TextAttribute(pugi::xml_node element, const char* name) {
+  const std::string value = element.attribute(name).value();
+  const pugi::xml_attribute encoding =
+      element.attribute((std::string(name) + doc::kEncodingSuffix).c_str());
+  if (!encoding) return value;
+  if (std::string(encoding.value()) != doc::kBase64) {
+    InvalidDocument("unknown " + std::string(name) + " encoding \"" + encoding.value() + "\"");
   }
-  return name;
+  std::optional<std::string> decoded = DecodeBase64(value);
+  if (!decoded) InvalidDocument("a " + std::string(name) + " in base64 that does not decode");
+  return std::move(*decoded);
+}
+
+void SetTextAttribute(pugi::xml_node element, const char* name, const std::string& value) {
+  if (xml::IsXmlText(value)) {
+    element.append_attribute(name).set_value(value.c_str());
+    return;
+  }
+  element.append_attribute(name).set_value(EncodeBase64(value).c_str());
+  element.append_attribute((std::string(name) + doc::kEncodingSuffix).c_str())
+      .set_value(doc::kBase64);
+}
+
+std::string RequiredName(pugi::xml_node element) {
+  RequiredAttribute(element, doc::kName);
+  return TextAttribute(element, doc::kName);
+}
+
+std::string PathStep(const std::string& name) {
+  std::string step;
+  for (char c : name) {
+    if (c == '\\' || c == '/') step += '\\';
+    step += c;
+  }
+  return step;
+}
+
+ClippingReferences::ClippingReferences(pugi::xml_node root) {
+  struct Pending {
+    pugi::xml_node folder;
+    std::string path;  // "" for the top folder, else "A/B/"
+    bool live;
+  };
+  std::vector<Pending> pending;
+  for (pugi::xml_node top : root.children(doc::kFolder)) {
+    pending.push_back({top, "", !top.attribute(doc::kDeleted)});
+  }
+  while (!pending.empty()) {
+    const Pending at = pending.back();
+    pending.pop_back();
+    for (pugi::xml_node child : at.folder.children()) {
+      const bool live = at.live && !child.attribute(doc::kDeleted);
+      const std::string path = at.path + PathStep(TextAttribute(child, doc::kName));
+      if (std::string(child.name()) == doc::kFolder) {
+        pending.push_back({child, path + "/", live});
+        continue;
+      }
+      if (std::string(child.name()) != doc::kClipping) continue;
+      if (const pugi::xml_attribute id = child.attribute(doc::kId)) by_id_[id.value()] = child;
+      if (!live) continue;
+      paths_[child] = path;
+      const auto [it, added] = by_path_.emplace(path, child);
+      if (!added) it->second = pugi::xml_node();
+    }
+  }
+}
+
+pugi::xml_node ClippingReferences::Find(pugi::xml_node member) const {
+  const pugi::xml_attribute id = member.attribute(doc::kMemberClipping);
+  const pugi::xml_attribute path = member.attribute(doc::kMemberPath);
+  if (id && path) InvalidDocument("a member names a clipping both by id and by path");
+  if (!id && !path) {
+    InvalidDocument("<member> without \"" + std::string(doc::kMemberClipping) + "\" or \"" +
+                    doc::kMemberPath + "\"");
+  }
+  const auto& index = id ? by_id_ : by_path_;
+  const std::string key = id ? id.value() : path.value();
+  const auto found = index.find(key);
+  if (found == index.end()) InvalidDocument("a member names no clipping of the document: " + key);
+  if (!found->second) InvalidDocument("a member names a path two clippings share: " + key);
+  return found->second;
+}
+
+std::optional<std::string> ClippingReferences::LivePath(pugi::xml_node clipping) const {
+  const auto found = paths_.find(clipping);
+  if (found == paths_.end()) return std::nullopt;
+  return found->second;
 }
 
 std::shared_ptr<Folder> ReadFolder(pugi::xml_node element) {
   auto folder = Folder::Create();
   folder->SetName(RequiredName(element));
-  folder->SetDescription(element.attribute(doc::kDescription).value());
+  folder->SetDescription(TextAttribute(element, doc::kDescription));
   return folder;
 }
 
 std::shared_ptr<Clipping> ReadClipping(pugi::xml_node element) {
   auto clipping = Clipping::Create();
   clipping->SetName(RequiredName(element));
-  clipping->SetDescription(element.attribute(doc::kDescription).value());
+  clipping->SetDescription(TextAttribute(element, doc::kDescription));
   for (pugi::xml_node data : Children(element, {doc::kData, doc::kVersionElement})) {
     if (std::string(data.name()) == doc::kData) clipping->ClippingData()->Add(ReadDataItem(data));
   }
@@ -230,9 +312,9 @@ std::pair<ClippingVersion, std::shared_ptr<Clipping>> ReadVersion(pugi::xml_node
   if (!when)
     InvalidDocument("version time \"" + saved + "\" is not a time of the form yyyy-mm-dd hh:nn:ss");
   version.saved = *when;
-  version.saved_by = element.attribute(doc::kSavedBy).value();
+  version.saved_by = TextAttribute(element, doc::kSavedBy);
   version.name = RequiredName(element);
-  version.description = element.attribute(doc::kDescription).value();
+  version.description = TextAttribute(element, doc::kDescription);
   auto state = Clipping::Create();
   for (pugi::xml_node data : Children(element, {doc::kData})) {
     state->ClippingData()->Add(ReadDataItem(data));
@@ -247,6 +329,7 @@ bool IsMarkedDeleted(pugi::xml_node element) {
     InvalidDocument("deleted=\"" + std::string(mark.value()) + "\" is not \"1\"");
   }
   DeletedAt(element);
+  TextAttribute(element, doc::kDeletedBy);
   return true;
 }
 
@@ -279,6 +362,10 @@ CatalogDocument CatalogDocument::Parse(const std::string& text) {
     InvalidDocument(std::string(parsed.description()) + " at offset " +
                     std::to_string(parsed.offset));
   }
+  return FromXml(std::move(xml));
+}
+
+CatalogDocument CatalogDocument::FromXml(pugi::xml_document xml) {
   const pugi::xml_node root = xml.child(doc::kRoot);
   if (!root || root != xml.document_element()) {
     InvalidDocument("the top element is not <" + std::string(doc::kRoot) + ">");
@@ -287,8 +374,8 @@ CatalogDocument CatalogDocument::Parse(const std::string& text) {
   if (version != doc::kVersion) InvalidDocument("version " + version + " is not known");
 
   DocumentCounts counts;
-  const std::set<std::string> clipping_ids = CheckTree(root, counts);
-  CheckCategories(root, clipping_ids, counts);
+  CheckTree(root, counts);
+  CheckCategories(root, counts);
   CheckLinks(root, counts);
   return MakeCatalogDocument(std::move(xml), counts);
 }

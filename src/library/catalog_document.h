@@ -32,7 +32,9 @@
 //
 // Each folder holds its clippings, then its child folders. Clipping ids only tie members to
 // clippings within one document; a catalog that imports it gives every folder and clipping a new
-// id, GUID and update time.
+// id, GUID and update time. A portable document (catalog_portable.h) has no ids: its members name
+// clippings by path, <member path="Letters/Greeting"/>. A name or description that XML cannot
+// carry is written in base64 with NAME-encoding="base64" beside it, as data is.
 #pragma once
 
 #include <cstddef>
@@ -61,6 +63,8 @@ inline constexpr const char* kType = "type";
 inline constexpr const char* kEncoding = "encoding";
 inline constexpr const char* kBase64 = "base64";
 inline constexpr const char* kMemberClipping = "clipping";
+inline constexpr const char* kMemberPath = "path";
+inline constexpr const char* kEncodingSuffix = "-encoding";  // "name-encoding" and the like
 inline constexpr const char* kConnection = "connection";
 inline constexpr const char* kVersionElement = "version";
 inline constexpr const char* kNumber = "number";
@@ -92,12 +96,16 @@ class CatalogDocument {
   CatalogDocument& operator=(const CatalogDocument&) = delete;
 
   // Reads a document from UTF-8 `text` and checks all of it, so that an import of it fails only
-  // on what the catalog refuses: the root and its version, element and attribute names, names
-  // that are not blank, data types, base64 data, that every member names a clipping of the
-  // document once, that each link holds connection details, and the versions and deletion
-  // marks of a document with history. Raises 5 "Invalid procedure call
-  // or argument: not a clipcat catalog document: " and what is wrong.
+  // on what the catalog refuses: the root and its version, element and attribute names, that
+  // every folder, clipping, category and link has a name (blank ones are the import's to fix
+  // up), data types, base64 data and texts, that every member names a clipping of the document
+  // once (by id or by path), that each link holds connection details, and the versions and
+  // deletion marks of a document with history. Raises 5 "Invalid procedure call or argument: not
+  // a clipcat catalog document: " and what is wrong.
   static CatalogDocument Parse(const std::string& text);
+
+  // Checks `xml` as Parse checks a text, for documents built from other formats.
+  static CatalogDocument FromXml(pugi::xml_document xml);
 
   // What the document holds.
   const DocumentCounts& counts() const { return counts_; }

@@ -3,6 +3,7 @@
 // accepted.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <pugixml.hpp>
@@ -28,8 +29,41 @@ namespace internal {
 // The attribute's value; refuses an element without it.
 std::string RequiredAttribute(pugi::xml_node element, const char* name);
 
-// The element's name attribute; refuses one that is missing or blank.
+// The text of attribute `name`: its value, decoded when the element marks it as written in base64
+// (NAME-encoding="base64"); "" when the element has no such attribute. Refuses an unknown
+// encoding and base64 that does not decode.
+std::string TextAttribute(pugi::xml_node element, const char* name);
+
+// Sets attribute `name` to `value`: as it is when XML can carry it, otherwise in base64 with
+// NAME-encoding="base64" beside it, so that any name or description an old catalog holds travels.
+void SetTextAttribute(pugi::xml_node element, const char* name, const std::string& value);
+
+// The element's name attribute, decoded; refuses an element without one. Names that the library
+// would refuse (blank, control characters) are read as they are: the import fixes them up.
 std::string RequiredName(pugi::xml_node element);
+
+// `name` as one step of a clipping path: "\\" for a backslash and "\/" for a slash.
+std::string PathStep(const std::string& name);
+
+// The clippings of a document that its <member>s can name: every clipping by its id, and the live
+// ones (not marked deleted, nor below a folder that is) by their path from the top folder,
+// "Folder/Sub/Name" with each step as PathStep writes it.
+class ClippingReferences {
+ public:
+  explicit ClippingReferences(pugi::xml_node root);
+
+  // The clipping element that `member` names by its "clipping" id or its "path"; refuses a member
+  // with neither or both, and one that names no clipping (or a path two clippings share).
+  pugi::xml_node Find(pugi::xml_node member) const;
+
+  // The path of a live clipping element; nullopt for one in the trash.
+  std::optional<std::string> LivePath(pugi::xml_node clipping) const;
+
+ private:
+  std::map<std::string, pugi::xml_node> by_id_;
+  std::map<std::string, pugi::xml_node> by_path_;  // a null node where two clippings share one
+  std::map<pugi::xml_node, std::string> paths_;
+};
 
 // A new folder with the element's name and description, or a new clipping with its name,
 // description and data items; refuses what is not right in them.

@@ -20,17 +20,9 @@ namespace {
 
 using internal::ProgressCounter;
 
-// A name or description goes into the document only when XML can carry it; data that it cannot
-// carry travels in base64 instead, but the texts people read must stay readable.
-void SetText(pugi::xml_node element, const char* name, const std::string& value,
-             const std::string& owner) {
-  if (!xml::IsXmlText(value)) {
-    RaiseError(err::kInvalidProcedureCall, kComponentSource,
-               RuntimeErrorDescription(err::kInvalidProcedureCall) + ": the " + name + " of " +
-                   owner + " holds a character that XML cannot carry");
-  }
-  element.append_attribute(name).set_value(value.c_str());
-}
+// Names and descriptions that XML cannot carry (control characters from old catalogs) travel in
+// base64, as data does: an export never fails on what the catalog holds.
+using internal::SetTextAttribute;
 
 void AppendData(pugi::xml_node clipping, const ClippingData& item) {
   pugi::xml_node data = clipping.append_child(doc::kData);
@@ -48,9 +40,8 @@ void AppendData(pugi::xml_node clipping, const ClippingData& item) {
 pugi::xml_node AppendClipping(pugi::xml_node folder, const Clipping& clipping) {
   pugi::xml_node element = folder.append_child(doc::kClipping);
   element.append_attribute(doc::kId).set_value(clipping.ID().c_str());
-  const std::string owner = "clipping " + clipping.ID();
-  SetText(element, doc::kName, clipping.Name(), owner);
-  SetText(element, doc::kDescription, clipping.Description(), owner);
+  SetTextAttribute(element, doc::kName, clipping.Name());
+  SetTextAttribute(element, doc::kDescription, clipping.Description());
   for (const auto& item : *clipping.ClippingData()) {
     if (item) AppendData(element, *item);
   }
@@ -63,7 +54,7 @@ void MarkDeleted(pugi::xml_node element, const TrashEntry& entry) {
   if (entry.deleted) {
     element.append_attribute(doc::kDeletedAt).set_value(FormatIsoDate(*entry.deleted).c_str());
   }
-  SetText(element, doc::kDeletedBy, entry.deleted_by, "trash entry " + entry.id);
+  SetTextAttribute(element, doc::kDeletedBy, entry.deleted_by);
 }
 
 size_t CountFolders(const std::shared_ptr<Folder>& top) {
@@ -111,9 +102,8 @@ class Exporter {
       auto [folder, under] = pending.back();
       pending.pop_back();
       pugi::xml_node element = under.append_child(doc::kFolder);
-      const std::string owner = "folder " + folder->ID();
-      SetText(element, doc::kName, folder->Name(), owner);
-      SetText(element, doc::kDescription, folder->Description(), owner);
+      SetTextAttribute(element, doc::kName, folder->Name());
+      SetTextAttribute(element, doc::kDescription, folder->Description());
       ++counts_.folders;
       MarkIfDeleted(element, folder->ID());
       const auto clippings = with_history_ ? catalog_.read().GetClippingsFromFolderWithTrash(
@@ -150,12 +140,11 @@ class Exporter {
           catalog_.read().GetClippingVersion(id, version.version, catalog_.details());
       if (state == nullptr) continue;  // dropped meanwhile
       pugi::xml_node element = clipping.append_child(doc::kVersionElement);
-      const std::string owner = "version " + std::to_string(version.version) + " of clipping " + id;
       element.append_attribute(doc::kNumber).set_value(version.version);
       element.append_attribute(doc::kSaved).set_value(FormatIsoDate(version.saved).c_str());
-      SetText(element, doc::kSavedBy, version.saved_by, owner);
-      SetText(element, doc::kName, version.name, owner);
-      SetText(element, doc::kDescription, version.description, owner);
+      SetTextAttribute(element, doc::kSavedBy, version.saved_by);
+      SetTextAttribute(element, doc::kName, version.name);
+      SetTextAttribute(element, doc::kDescription, version.description);
       for (const auto& item : *state->ClippingData()) {
         if (item) AppendData(element, *item);
       }
@@ -176,9 +165,8 @@ class Exporter {
       progress_.Advance();
       if (kept.empty() && !whole_catalog) continue;
       pugi::xml_node element = root_.append_child(doc::kCategory);
-      const std::string owner = "category " + category->ID();
-      SetText(element, doc::kName, category->Name(), owner);
-      SetText(element, doc::kDescription, category->Description(), owner);
+      SetTextAttribute(element, doc::kName, category->Name());
+      SetTextAttribute(element, doc::kDescription, category->Description());
       for (const std::string& id : kept) {
         element.append_child(doc::kMember)
             .append_attribute(doc::kMemberClipping)
@@ -196,9 +184,8 @@ class Exporter {
       const auto details = catalog_.read().GetConnectionDetails(folder->ID(), catalog_.details());
       if (!details) continue;
       pugi::xml_node element = root_.append_child(doc::kLink);
-      const std::string owner = "linked folder " + folder->ID();
-      SetText(element, doc::kName, folder->Name(), owner);
-      SetText(element, doc::kConnection, details->XML(), owner);
+      SetTextAttribute(element, doc::kName, folder->Name());
+      SetTextAttribute(element, doc::kConnection, details->XML());
       ++counts_.links;
     }
   }

@@ -15,9 +15,9 @@
 namespace clipcat {
 
 // The whole selected catalog from its top folder: every category (those without members too) and
-// every linked catalog. Reports a step per folder and per category. Raises the services' errors,
-// and 5 for a name or description that XML cannot carry (data it cannot carry is written in
-// base64).
+// every linked catalog. Reports a step per folder and per category. Raises the services' errors;
+// names, descriptions and data that XML text cannot carry are written in base64, so whatever the
+// catalog holds can be exported.
 CatalogDocument ExportCatalog(Catalog& catalog, const ProgressCallback& progress = {},
                               bool with_history = false);
 

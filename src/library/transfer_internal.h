@@ -23,9 +23,9 @@ CatalogDocument ExportTree(Catalog& catalog, const std::string& folder_id, bool 
 // element of the document (see ImportSteps). On any failure removes everything it added before the
 // error is raised.
 // With `with_history` the document's versions and trash are written too; without, they are left
-// out.
+// out. A name already taken is dealt with as `on_conflict` says (see ImportDocument).
 ImportResult ImportTree(Catalog& catalog, const CatalogDocument& document,
                         const std::string& target, bool as_child, bool with_history,
-                        ProgressCounter& progress);
+                        ProgressCounter& progress, OnConflict on_conflict = OnConflict::kFail);
 
 }  // namespace clipcat::internal

@@ -1,8 +1,11 @@
 // Exporting: a whole catalog carries every category and link, a folder only what belongs to its
-// subtree; deleted items never travel, and names that XML cannot carry are refused rather than
-// written wrong.
+// subtree; deleted items never travel, and names that XML cannot carry travel in base64 rather
+// than failing the export.
 #include "library/catalog_export.h"
 
+#include <sstream>
+
+#include "library/catalog_document_internal.h"
 #include "library_fixture.h"
 #include "util/errors.h"
 
@@ -67,15 +70,24 @@ TEST_F(CatalogExportTest, TheWholeCatalogCarriesEveryCategoryAndLink) {
   EXPECT_NE(text.find("Data Source=" + linked), std::string::npos);
 }
 
-TEST_F(CatalogExportTest, ANameXmlCannotCarryIsRefused) {
+TEST_F(CatalogExportTest, TextsXmlCannotCarryTravelInBase64AndReadBackExactly) {
   auto clipping = catalog_->read().GetClipping(kept_, catalog_->details(), true);
-  clipping->SetDescription(std::string("bell\x07"));
+  clipping->SetName(std::string("bell\x07"));
+  clipping->SetDescription(std::string("nul \x01 and \xff"));
   catalog_->write().UpdateClipping(clipping, catalog_->details(), false);
-  const AutomationError error = ErrorOf([&] { ExportCatalog(*catalog_); });
-  EXPECT_EQ(error.number(), err::kInvalidProcedureCall);
-  EXPECT_EQ(error.description(),
-            "Invalid procedure call or argument: the description of clipping " + kept_ +
-                " holds a character that XML cannot carry");
+  const CatalogDocument document = ExportCatalog(*catalog_);
+  std::ostringstream out;
+  document.Write(out);
+  const std::string text = out.str();
+  EXPECT_NE(text.find("name=\"YmVsbAc=\" name-encoding=\"base64\""), std::string::npos) << text;
+  EXPECT_NE(text.find("description-encoding=\"base64\""), std::string::npos) << text;
+  // Read back, the clipping carries the very bytes.
+  const CatalogDocument read = CatalogDocument::Parse(text);
+  const pugi::xml_node kept = read.xml().select_node("//clipping[@name-encoding='base64']").node();
+  ASSERT_TRUE(kept);
+  const auto back = internal::ReadClipping(kept);
+  EXPECT_EQ(back->Name(), "bell\x07");
+  EXPECT_EQ(back->Description(), "nul \x01 and \xff");
 }
 
 }  // namespace

@@ -103,8 +103,8 @@ TEST_F(HistoryTransferTest, VersionsAndTheTrashComeBackAsTheyWere) {
   EXPECT_EQ(document.counts().versions, 3u);
   EXPECT_EQ(document.counts().deleted, 3u);
 
-  const ImportResult result =
-      ImportDocument(Open(NewCatalog("copy.db", "Placeholder")), document, "", {}, true);
+  const ImportResult result = ImportDocument(Open(NewCatalog("copy.db", "Placeholder")), document,
+                                             "", {}, {.with_history = true});
   EXPECT_EQ(result.counts.versions, 3u);
   EXPECT_EQ(result.counts.deleted, 3u);
   EXPECT_EQ(WithoutIds(HistoryText()), WithoutIds(before));
@@ -154,8 +154,9 @@ TEST_F(HistoryTransferTest, ARefusedImportWithHistoryLeavesNothing) {
   AddFolder(into, "Box");  // the document's deleted box may share it; its "Letters" may not
   AddFolder(into, "Letters");
   const std::string before = HistoryText();
-  EXPECT_EQ(RaisedNumber([&] { ImportDocument(*catalog_, document, into, {}, true); }),
-            err::kFolderNameNotUnique);
+  EXPECT_EQ(
+      RaisedNumber([&] { ImportDocument(*catalog_, document, into, {}, {.with_history = true}); }),
+      err::kFolderNameNotUnique);
   EXPECT_EQ(HistoryText(), before);
   EXPECT_TRUE(Trash().empty());
 
@@ -173,7 +174,7 @@ TEST_F(HistoryTransferTest, ARefusedImportWithHistoryLeavesNothing) {
                        "name=\"A\"/><version number=\"2\" saved=\"2025-01-02\" "
                        "name=\"B\"/></clipping>"),
            std::string("<clipping id=\"1\" name=\"A\"><version number=\"2\" saved=\"2025-01-01\" "
-                       "name=\" \"/></clipping>"),
+                       "/></clipping>"),
        }) {
     EXPECT_EQ(RaisedNumber([&] { CatalogDocument::Parse(head + wrong + tail); }),
               err::kInvalidProcedureCall)
