@@ -12,6 +12,7 @@ namespace clipcat::cli {
 void InitCommand(const Context& context, const std::string& name) {
   const CreatedCatalog created = CreateCatalogAt(context.location, name);
   // A server's connection string may hold a password: it is not repeated.
+  if (context.quiet) return;
   if (created.file.empty()) {
     context.out << "created server catalog " << created.server_top << "\n";
     return;
@@ -27,6 +28,16 @@ void TreeCommand(const Context& context) {
     context.out << folders->XML() << "\n";
     return;
   }
+  if (context.json) {
+    nlohmann::json tops = nlohmann::json::array();
+    for (const auto& folder : *folders->Items()) tops.push_back(FolderJson(*folder, true));
+    PrintJson(context, tops);
+    return;
+  }
+  if (context.tsv) {
+    PrintFolderTable(*folders, context);
+    return;
+  }
   PrintFolderTree(*folders, context.out);
 }
 
@@ -38,11 +49,17 @@ void CategoriesCommand(const Context& context) {
     context.out << categories->XML() << "\n";
     return;
   }
+  if (context.json) {
+    nlohmann::json list = nlohmann::json::array();
+    for (const auto& category : *categories->Items()) list.push_back(CategoryJson(*category));
+    PrintJson(context, list);
+    return;
+  }
   Table table({"ID", "NAME", "DESCRIPTION"});
   for (const auto& category : *categories->Items()) {
     table.Add({category->ID(), category->Name(), category->Description()});
   }
-  table.Print(context.out);
+  table.Print(context);
 }
 
 void HistoryCommand(const Context& context, int maximum) {
@@ -57,7 +74,7 @@ void LinkCommand(const Context& context, const std::string& name, const std::str
   const auto linked = ConnectionDetails::Create();
   linked->SetXML(connection);
   const auto folder = LinkCatalog(catalog, name, linked);
-  context.out << (context.xml ? folder->XML() : folder->ID()) << "\n";
+  PrintFolder(*folder, context);
 }
 
 void UnlinkCommand(const Context& context, const std::string& folder) {

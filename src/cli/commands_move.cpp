@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "cli/commands.h"
+#include "cli/printing.h"
 #include "cli/progress.h"
 #include "library/catalog.h"
 #include "library/item_transfer.h"
@@ -18,16 +19,20 @@ void MoveCommand(const Context& context, const std::string& id, const std::strin
   }
   // Into another catalog the item is a copy with a new id: said on standard error, so that
   // standard output stays the id alone.
-  if (moved.moved_across) {
+  if (moved.moved_across && !context.quiet) {
     std::cerr << "moved into another catalog as a copy with a new id\n";
   }
   // The moved item's XML only when asked for: data that XML cannot carry must not fail a move
   // that has already been made.
   if (moved.folder) {
-    context.out << (context.xml ? moved.folder->XML() : moved.folder->ID()) << "\n";
+    PrintFolder(*moved.folder, context);
     return;
   }
-  context.out << (context.xml ? moved.clipping->XML() : moved.clipping->ID()) << "\n";
+  if (context.json) {
+    moved.clipping->SetPathName(
+        catalog.read().GetFolderPathName(moved.clipping->FolderID(), catalog.details()));
+  }
+  PrintClipping(*moved.clipping, context);
 }
 
 }  // namespace clipcat::cli
