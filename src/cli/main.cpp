@@ -11,6 +11,7 @@
 #include "cli/call_command.h"
 #include "cli/command.h"
 #include "cli/error_text.h"
+#include "cli/generated_files.h"
 #include "cli/progress.h"
 #include "cli/usage_help.h"
 #include "library/catalog_location.h"
@@ -74,6 +75,10 @@ int main(int argc, char** argv) {
   }
   const std::vector<std::string> words = CommandWords(argc, argv);
   if (!words.empty() && words.front() == "help") return PrintHelp(app, words) ? 0 : kExitUsage;
+  // The build writes the completion scripts and the man page with this, from the parser above.
+  if (argc == 3 && std::string(argv[1]) == "--generate") {
+    return WriteGenerated(app, argv[2], CLIPCAT_VERSION, std::cout) ? 0 : kExitUsage;
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
