@@ -158,6 +158,22 @@ TEST_F(Completion, ZshAndFishNameEveryCommandAndOption) {
     EXPECT_EQ(std::system((std::string(shell) + " -n " + Quote(file.string())).c_str()), 0)
         << shell;
   }
+  // fish can also be asked what it would offer.
+  if (std::system("command -v fish >/dev/null 2>&1") == 0) {
+    const fs::path offered = dir_ / "fish-offered";
+    const std::string script = "source " + Quote((kGenerated / "clipcat.fish").string()) +
+                               "; complete -C 'clipcat tr'; complete -C 'clipcat trash empty --o'";
+    ASSERT_EQ(
+        std::system(
+            ("fish --no-config -c " + Quote(script) + " >" + Quote(offered.string())).c_str()),
+        0);
+    std::set<std::string> first_words;
+    std::istringstream lines(ReadFile(offered));
+    for (std::string line; std::getline(lines, line);) {
+      first_words.insert(line.substr(0, line.find('\t')));
+    }
+    EXPECT_EQ(first_words, (std::set<std::string>{"tree", "trash", "--older-than"}));
+  }
 }
 
 TEST_F(Completion, TheManPageRendersAndHoldsEveryCommandAndOption) {
