@@ -12,6 +12,12 @@ namespace clipcat::cli {
 void InitCommand(const Context& context, const std::string& name) {
   const CreatedCatalog created = CreateCatalogAt(context.location, name);
   // A server's connection string may hold a password: it is not repeated.
+  if (context.json) {
+    PrintJson(context, created.file.empty()
+                           ? nlohmann::json{{"file", nullptr}, {"top_folder", created.server_top}}
+                           : nlohmann::json{{"file", created.file}, {"top_folder", nullptr}});
+    return;
+  }
   if (context.quiet) return;
   if (created.file.empty()) {
     context.out << "created server catalog " << created.server_top << "\n";

@@ -46,7 +46,8 @@ class ScriptOutput : public Cli {
 };
 
 TEST_F(ScriptOutput, EveryEntityCommandWritesOneJsonDocumentWithItsKeys) {
-  Ok({"init", "--name", "Personal"});
+  EXPECT_EQ(Json({"init", "--name", "Personal"}),
+            (json{{"file", catalog_}, {"top_folder", nullptr}}));
   const json made = Json({"mkdir", "1", "Mail"});
   EXPECT_EQ(Keys(made), kFolderKeys);
   EXPECT_EQ(made["name"], "Mail");
