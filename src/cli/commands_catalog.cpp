@@ -4,6 +4,7 @@
 #include "cli/commands.h"
 #include "cli/printing.h"
 #include "library/catalog.h"
+#include "library/clipping_details.h"
 #include "library/item_edits.h"
 #include "library/item_lookup.h"
 
@@ -72,6 +73,7 @@ void HistoryCommand(const Context& context, int maximum) {
   Catalog catalog = Catalog::Open(context.location);
   RequireReachable(catalog);
   const auto clippings = catalog.read().GetClippingsHistroy(maximum, catalog.details());
+  if (context.json) AddPathsAndCategories(catalog, clippings->Items()->Snapshot());
   PrintClippings(*clippings, context, true);
 }
 

@@ -13,6 +13,7 @@
 #include "cli/progress.h"
 #include "cli/prompt.h"
 #include "library/catalog.h"
+#include "library/clipping_details.h"
 #include "library/clipping_search.h"
 #include "library/content_index.h"
 #include "library/item_edits.h"
@@ -71,7 +72,11 @@ void ListCommand(const Context& context, const std::string& folder) {
   RequireFolder(catalog, folder);
   const auto clippings = catalog.read().GetClippingsFromFolder(folder, catalog.details());
   // Listings are read without their last use; JSON has a place for it.
-  const AccessTimes used = context.json ? LastAccessTimes(catalog) : AccessTimes();
+  AccessTimes used;
+  if (context.json) {
+    AddPathsAndCategories(catalog, clippings->Items()->Snapshot());
+    used = LastAccessTimes(catalog);
+  }
   PrintClippings(*clippings, context, false, &used);
 }
 
@@ -145,7 +150,7 @@ void AddCommand(const Context& context, const AddOptions& options) {
   clipping->ClippingData()->Add(item);
   const auto added = AddClippingTo(catalog, options.folder, clipping);
   if (context.json) {
-    added->SetPathName(catalog.read().GetFolderPathName(added->FolderID(), catalog.details()));
+    AddPathsAndCategories(catalog, {added});
   }
   PrintClipping(*added, context);
 }
@@ -225,6 +230,9 @@ void SearchCommand(const Context& context, const SearchOptions& options) {
     context.out << clippings->XML() << "\n";
   } else if (context.json) {
     nlohmann::json list = nlohmann::json::array();
+    std::vector<std::shared_ptr<Clipping>> hits;
+    for (const FoundClipping& hit : found) hits.push_back(hit.clipping);
+    AddPathsAndCategories(catalog, hits);
     const AccessTimes used = LastAccessTimes(catalog);
     for (const FoundClipping& hit : found) list.push_back(FoundClippingJson(hit, &used));
     PrintJson(context, list);

@@ -6,6 +6,7 @@
 #include "cli/printing.h"
 #include "cli/progress.h"
 #include "library/catalog.h"
+#include "library/clipping_details.h"
 #include "library/item_transfer.h"
 
 namespace clipcat::cli {
@@ -29,8 +30,7 @@ void MoveCommand(const Context& context, const std::string& id, const std::strin
     return;
   }
   if (context.json) {
-    moved.clipping->SetPathName(
-        catalog.read().GetFolderPathName(moved.clipping->FolderID(), catalog.details()));
+    AddPathsAndCategories(catalog, {moved.clipping});
   }
   PrintClipping(*moved.clipping, context);
 }

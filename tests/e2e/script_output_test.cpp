@@ -61,6 +61,7 @@ TEST_F(ScriptOutput, EveryEntityCommandWritesOneJsonDocumentWithItsKeys) {
   EXPECT_EQ(Keys(added), kClippingKeys);
   const std::string signature = added["id"];
   EXPECT_EQ(added["folder_id"], replies);
+  EXPECT_EQ(added["path"], "Mail/Replies");
   EXPECT_EQ(added["description"], "short one");
   EXPECT_TRUE(IsUtcIso(added["updated"])) << added["updated"];
   EXPECT_TRUE(added["accessed"].is_null()) << "never used: null, not 1899";
@@ -83,6 +84,8 @@ TEST_F(ScriptOutput, EveryEntityCommandWritesOneJsonDocumentWithItsKeys) {
   ASSERT_EQ(listed.size(), 1u);
   EXPECT_EQ(Keys(listed[0]), kClippingKeys);
   EXPECT_EQ(listed[0]["id"], signature);
+  EXPECT_EQ(listed[0]["path"], "Mail/Replies");
+  EXPECT_EQ(listed[0]["categories"], json::array({"Work"}));
 
   // show: the clipping with its content, its path with '/' below the top folder, categories.
   const json shown = Json({"show", signature});
@@ -96,12 +99,15 @@ TEST_F(ScriptOutput, EveryEntityCommandWritesOneJsonDocumentWithItsKeys) {
   const json history = Json({"history"});
   ASSERT_EQ(history.size(), 1u);
   EXPECT_EQ(history[0]["id"], signature);
+  EXPECT_EQ(history[0]["path"], "Mail/Replies");
+  EXPECT_EQ(history[0]["categories"], json::array({"Work"}));
   EXPECT_TRUE(IsUtcIso(history[0]["accessed"]));
 
   const json found = Json({"search", "regards"});
   ASSERT_EQ(found.size(), 1u);
   EXPECT_EQ(found[0]["id"], signature);
   EXPECT_EQ(found[0]["path"], "Mail/Replies");
+  EXPECT_EQ(found[0]["categories"], json::array({"Work"}));
   EXPECT_TRUE(found[0]["score"].is_number());
   EXPECT_NE(found[0]["snippet"].get<std::string>().find("Regards"), std::string::npos);
   const json by_name = Json({"search", "--names-only", "Sign*"});
@@ -117,6 +123,8 @@ TEST_F(ScriptOutput, EveryEntityCommandWritesOneJsonDocumentWithItsKeys) {
   const json moved = Json({"mv", signature, mail});
   EXPECT_EQ(moved["id"], signature);
   EXPECT_EQ(moved["folder_id"], mail);
+  EXPECT_EQ(moved["path"], "Mail");
+  EXPECT_EQ(moved["categories"], json::array({"Work"})) << "a move keeps the categories";
 
   Ok({"add", mail, "Changing", "--text", "one"});
   const std::string changing = IdOf(catalog_, "Changing");
