@@ -76,8 +76,11 @@ void VersionsCommand(const Context& context, const std::string& id, std::optiona
   Catalog catalog = Catalog::Open(context.location);
   if (keep) {
     KeepVersions(catalog, *keep);
-    if (!context.quiet && !context.json)
+    // With an id the document is that clipping's versions; alone, what was set.
+    if (context.json && id.empty()) PrintJson(context, {{"versions_kept", *keep}});
+    if (!context.quiet && !context.json) {
       context.out << "Keeping at most " << *keep << " versions per clipping.\n";
+    }
     if (id.empty()) return;
   }
   const std::vector<ClippingVersion> versions = ListVersions(catalog, id);

@@ -137,6 +137,8 @@ TEST_F(ScriptOutput, EveryEntityCommandWritesOneJsonDocumentWithItsKeys) {
   EXPECT_EQ(versions[0]["name"], "Changing");
   EXPECT_TRUE(IsUtcIso(versions[0]["replaced"]));
   EXPECT_EQ(Json({"versions", signature}), json::array()) << "none is an empty list";
+  EXPECT_EQ(Json({"versions", "--keep", "7"}), (json{{"versions_kept", 7}}));
+  EXPECT_EQ(Json({"versions", changing, "--keep", "7"}).size(), 1u) << "the versions, once";
 
   EXPECT_EQ(Json({"trash"}), json::array());
   Ok({"rm", "--force", mail});
