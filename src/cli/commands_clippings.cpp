@@ -170,6 +170,15 @@ void RemoveCommand(const Context& context, const std::string& id, const RemoveOp
   Catalog catalog = Catalog::Open(context.location);
   const RemovalScope scope = DescribeRemoval(catalog, id);
   const std::string what = DescribeRemovalScope(id, scope);
+  if (options.dry_run && context.json) {
+    PrintJson(context, {{"id", id},
+                        {"kind", scope.folder ? "folder" : "clipping"},
+                        {"name", scope.name},
+                        {"folders_below", scope.folders},
+                        {"clippings_below", scope.clippings},
+                        {"permanently", options.permanently}});
+    return;
+  }
   if (options.dry_run) {
     // What a dry run exists to say: printed even with -q.
     context.out << "would delete " << what << (options.permanently ? " for good" : "") << "\n";

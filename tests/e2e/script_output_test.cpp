@@ -141,6 +141,12 @@ TEST_F(ScriptOutput, EveryEntityCommandWritesOneJsonDocumentWithItsKeys) {
   EXPECT_EQ(Json({"versions", changing, "--keep", "7"}).size(), 1u) << "the versions, once";
 
   EXPECT_EQ(Json({"trash"}), json::array());
+  EXPECT_EQ(Json({"rm", "--dry-run", mail}), (json{{"id", mail},
+                                                   {"kind", "folder"},
+                                                   {"name", "Mail"},
+                                                   {"folders_below", 1},
+                                                   {"clippings_below", 2},
+                                                   {"permanently", false}}));
   Ok({"rm", "--force", mail});
   const json trash = Json({"trash"});
   ASSERT_EQ(trash.size(), 1u);
