@@ -25,9 +25,10 @@ target_include_directories(clipcat_shared PUBLIC
   $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/src>
   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/${clipcat_include_subdir}>)
 target_compile_features(clipcat_shared PUBLIC cxx_std_20)
-# The entities' XML header includes pugixml's; the engines and compression stay inside.
+# The entities' XML header includes pugixml's, the entities' JSON header nlohmann's; the engines
+# and compression stay inside.
 target_link_libraries(clipcat_shared
-  PUBLIC pugixml::pugixml
+  PUBLIC pugixml::pugixml nlohmann_json::nlohmann_json
   PRIVATE Threads::Threads PkgConfig::ZSTD SQLite::SQLite3 PostgreSQL::PostgreSQL ICU::uc)
 if(NOT CLIPCAT_SANITIZE)
   # Every symbol the library needs must be found when it is linked, not when a client loads it.

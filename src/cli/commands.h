@@ -1,5 +1,6 @@
 // The everyday commands of clipcat, for people: each works on the selected catalog through the
-// library and prints plain, aligned text (or the entities' XML with --xml).
+// library and prints plain, aligned text (or, for scripts, the entities' XML with --xml, their
+// JSON with --json, tab-separated tables with --tsv).
 #pragma once
 
 #include <exception>
@@ -23,7 +24,10 @@ class NothingFound : public std::exception {
 struct Context {
   CatalogLocation location;
   std::ostream& out;
-  bool xml = false;  // print the entities' XML instead of text for people
+  bool xml = false;    // print the entities' XML instead of text for people
+  bool json = false;   // print one JSON document (see library/entity_json.h)
+  bool tsv = false;    // print tables as a header line and tab-separated rows
+  bool quiet = false;  // print only what the command exists to produce, no messages
 };
 
 struct AddOptions {

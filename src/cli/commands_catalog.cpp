@@ -5,6 +5,7 @@
 #include "cli/printing.h"
 #include "library/catalog.h"
 #include "library/catalog_location.h"
+#include "library/clipping_details.h"
 #include "library/item_edits.h"
 #include "library/item_lookup.h"
 #include "library/team_catalog.h"
@@ -14,6 +15,13 @@ namespace clipcat::cli {
 void InitCommand(const Context& context, const std::string& name) {
   const CreatedCatalog created = CreateCatalogAt(context.location, name);
   // A server's connection string may hold a password: it is not repeated.
+  if (context.json) {
+    PrintJson(context, created.file.empty()
+                           ? nlohmann::json{{"file", nullptr}, {"top_folder", created.server_top}}
+                           : nlohmann::json{{"file", created.file}, {"top_folder", nullptr}});
+    return;
+  }
+  if (context.quiet) return;
   if (created.file.empty()) {
     context.out << "created server catalog " << created.server_top << "\n";
     return;
@@ -29,6 +37,16 @@ void TreeCommand(const Context& context) {
     context.out << folders->XML() << "\n";
     return;
   }
+  if (context.json) {
+    nlohmann::json tops = nlohmann::json::array();
+    for (const auto& folder : *folders->Items()) tops.push_back(FolderJson(*folder, true));
+    PrintJson(context, tops);
+    return;
+  }
+  if (context.tsv) {
+    PrintFolderTable(*folders, context);
+    return;
+  }
   PrintFolderTree(*folders, context.out);
 }
 
@@ -40,17 +58,24 @@ void CategoriesCommand(const Context& context) {
     context.out << categories->XML() << "\n";
     return;
   }
+  if (context.json) {
+    nlohmann::json list = nlohmann::json::array();
+    for (const auto& category : *categories->Items()) list.push_back(CategoryJson(*category));
+    PrintJson(context, list);
+    return;
+  }
   Table table({"ID", "NAME", "DESCRIPTION"});
   for (const auto& category : *categories->Items()) {
     table.Add({category->ID(), category->Name(), category->Description()});
   }
-  table.Print(context.out);
+  table.Print(context);
 }
 
 void HistoryCommand(const Context& context, int maximum) {
   Catalog catalog = Catalog::Open(context.location);
   RequireReachable(catalog);
   const auto clippings = catalog.read().GetClippingsHistroy(maximum, catalog.details());
+  if (context.json) AddPathsAndCategories(catalog, clippings->Items()->Snapshot());
   PrintClippings(*clippings, context, true);
 }
 
@@ -65,7 +90,7 @@ void LinkCommand(const Context& context, const std::string& name, const std::str
     linked->SetXML(connection);
   }
   const auto folder = LinkCatalog(catalog, name, linked);
-  context.out << (context.xml ? folder->XML() : folder->ID()) << "\n";
+  PrintFolder(*folder, context);
 }
 
 void TeamInitCommand(const Context& context, const std::string& uri, const std::string& name) {

@@ -14,6 +14,7 @@
 #include "cli/prompt.h"
 #include "entities/plain_text.h"
 #include "library/catalog.h"
+#include "library/clipping_details.h"
 #include "library/clipping_search.h"
 #include "library/content_index.h"
 #include "library/item_edits.h"
@@ -71,7 +72,13 @@ void ListCommand(const Context& context, const std::string& folder) {
   Catalog catalog = Catalog::Open(context.location);
   RequireFolder(catalog, folder);
   const auto clippings = catalog.read().GetClippingsFromFolder(folder, catalog.details());
-  PrintClippings(*clippings, context, false);
+  // Listings are read without their last use; JSON has a place for it.
+  AccessTimes used;
+  if (context.json) {
+    AddPathsAndCategories(catalog, clippings->Items()->Snapshot());
+    used = LastAccessTimes(catalog);
+  }
+  PrintClippings(*clippings, context, false, &used);
 }
 
 void ShowCommand(const Context& context, const std::string& id, int raw_type, bool record_access,
@@ -99,13 +106,23 @@ void ShowCommand(const Context& context, const std::string& id, int raw_type, bo
   const std::string path = catalog.read().GetClippingPathName(id, catalog.details());
   const std::string categories =
       catalog.read().GetCategoriesNamesForClipping(id, catalog.details());
+  if (context.json) {
+    clipping->SetPathName(path);
+    clipping->SetCategories(categories);
+    const AccessTimes used = LastAccessTimes(catalog);
+    nlohmann::json shown = ClippingJson(*clipping, true, &used);
+    if (version) shown["version"] = *version;
+    PrintJson(context, shown);
+    return;
+  }
   Table table({"FIELD", "VALUE"});
   table.Add({"id", clipping->ID()});
   table.Add({"name", clipping->Name()});
   table.Add({"description", clipping->Description()});
   table.Add({"folder", clipping->FolderID() + "  " + path});
   table.Add({"guid", clipping->GUID()});
-  table.Add({version ? "replaced" : "updated", FormatCatalogDate(clipping->Updated())});
+  table.Add({version ? "replaced" : "updated",
+             context.tsv ? TsvDate(clipping->Updated()) : FormatCatalogDate(clipping->Updated())});
   if (version) table.Add({"version", std::to_string(*version)});
   table.Add({"categories", categories});
   for (const auto& item : *clipping->ClippingData()) {
@@ -113,7 +130,9 @@ void ShowCommand(const Context& context, const std::string& id, int raw_type, bo
                            std::to_string(item->ClippingDataType()) + "), " +
                            std::to_string(item->RawData().size()) + " bytes"});
   }
-  table.Print(context.out);
+  table.Print(context);
+  // A table for scripts is the table alone.
+  if (context.tsv) return;
   for (const auto& item : *clipping->ClippingData()) {
     if (item->ClippingDataType() == 2) context.out << "\n" << item->RawData() << "\n";
   }
@@ -131,13 +150,16 @@ void AddCommand(const Context& context, const AddOptions& options) {
   item->SetRawData(content);
   clipping->ClippingData()->Add(item);
   const auto added = AddClippingTo(catalog, options.folder, clipping);
-  context.out << (context.xml ? added->XML() : added->ID()) << "\n";
+  if (context.json) {
+    AddPathsAndCategories(catalog, {added});
+  }
+  PrintClipping(*added, context);
 }
 
 void MakeFolderCommand(const Context& context, const std::string& parent, const std::string& name) {
   Catalog catalog = Catalog::Open(context.location);
   const auto added = AddFolderNamed(catalog, parent, name);
-  context.out << (context.xml ? added->XML() : added->ID()) << "\n";
+  PrintFolder(*added, context);
 }
 
 void RenameCommand(const Context& context, const std::string& id, const std::string& name) {
@@ -149,7 +171,17 @@ void RemoveCommand(const Context& context, const std::string& id, const RemoveOp
   Catalog catalog = Catalog::Open(context.location);
   const RemovalScope scope = DescribeRemoval(catalog, id);
   const std::string what = DescribeRemovalScope(id, scope);
+  if (options.dry_run && context.json) {
+    PrintJson(context, {{"id", id},
+                        {"kind", scope.folder ? "folder" : "clipping"},
+                        {"name", scope.name},
+                        {"folders_below", scope.folders},
+                        {"clippings_below", scope.clippings},
+                        {"permanently", options.permanently}});
+    return;
+  }
   if (options.dry_run) {
+    // What a dry run exists to say: printed even with -q.
     context.out << "would delete " << what << (options.permanently ? " for good" : "") << "\n";
     return;
   }
@@ -172,12 +204,19 @@ void SearchCommand(const Context& context, const SearchOptions& options) {
     const auto clippings = SearchClippings(catalog, options.query);
     if (context.xml) {
       context.out << clippings->XML() << "\n";
+    } else if (context.json) {
+      nlohmann::json list = nlohmann::json::array();
+      const AccessTimes used = LastAccessTimes(catalog);
+      for (const auto& clipping : *clippings->Items()) {
+        list.push_back(ClippingJson(*clipping, false, &used));
+      }
+      PrintJson(context, list);
     } else {
       Table table({"ID", "NAME", "FOLDER", "CATEGORIES"});
       for (const auto& clipping : *clippings->Items()) {
         table.Add({clipping->ID(), clipping->Name(), clipping->PathName(), clipping->Categories()});
       }
-      table.Print(context.out);
+      table.Print(context);
     }
     if (clippings->Items()->Count() == 0) throw NothingFound();
     return;
@@ -199,12 +238,20 @@ void SearchCommand(const Context& context, const SearchOptions& options) {
     const auto clippings = Clippings::Create();
     for (const FoundClipping& hit : found) clippings->AddClipping(hit.clipping);
     context.out << clippings->XML() << "\n";
+  } else if (context.json) {
+    nlohmann::json list = nlohmann::json::array();
+    std::vector<std::shared_ptr<Clipping>> hits;
+    for (const FoundClipping& hit : found) hits.push_back(hit.clipping);
+    AddPathsAndCategories(catalog, hits);
+    const AccessTimes used = LastAccessTimes(catalog);
+    for (const FoundClipping& hit : found) list.push_back(FoundClippingJson(hit, &used));
+    PrintJson(context, list);
   } else {
     Table table({"ID", "NAME", "FOLDER", "MATCH"});
     for (const FoundClipping& hit : found) {
       table.Add({hit.clipping->ID(), hit.clipping->Name(), hit.clipping->PathName(), hit.snippet});
     }
-    table.Print(context.out);
+    table.Print(context);
   }
   if (found.empty()) throw NothingFound();
 }

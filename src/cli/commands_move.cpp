@@ -3,8 +3,10 @@
 #include <ostream>
 
 #include "cli/commands.h"
+#include "cli/printing.h"
 #include "cli/progress.h"
 #include "library/catalog.h"
+#include "library/clipping_details.h"
 #include "library/item_transfer.h"
 
 namespace clipcat::cli {
@@ -18,16 +20,19 @@ void MoveCommand(const Context& context, const std::string& id, const std::strin
   }
   // Into another catalog the item is a copy with a new id: said on standard error, so that
   // standard output stays the id alone.
-  if (moved.moved_across) {
+  if (moved.moved_across && !context.quiet) {
     std::cerr << "moved into another catalog as a copy with a new id\n";
   }
   // The moved item's XML only when asked for: data that XML cannot carry must not fail a move
   // that has already been made.
   if (moved.folder) {
-    context.out << (context.xml ? moved.folder->XML() : moved.folder->ID()) << "\n";
+    PrintFolder(*moved.folder, context);
     return;
   }
-  context.out << (context.xml ? moved.clipping->XML() : moved.clipping->ID()) << "\n";
+  if (context.json) {
+    AddPathsAndCategories(catalog, {moved.clipping});
+  }
+  PrintClipping(*moved.clipping, context);
 }
 
 }  // namespace clipcat::cli

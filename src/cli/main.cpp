@@ -11,6 +11,7 @@
 #include "cli/call_command.h"
 #include "cli/command.h"
 #include "cli/error_text.h"
+#include "cli/generated_files.h"
 #include "cli/progress.h"
 #include "cli/usage_help.h"
 #include "library/catalog_location.h"
@@ -49,14 +50,24 @@ int main(int argc, char** argv) {
       "--help) tells more; docs/cli.md has an example of every command.");
 
   std::string catalog_option, connection_option;
-  bool xml = false;
+  bool xml = false, json = false, tsv = false, quiet = false;
   auto* catalog_flag = app.add_option("--catalog", catalog_option,
                                       "Catalog file (default: $CLIPCAT_CATALOG, then the personal "
                                       "catalog in the data directory)");
   app.add_option("--connection", connection_option,
                  "The catalog's connection details as XML, for any kind of catalog")
       ->excludes(catalog_flag);
-  app.add_flag("--xml", xml, "Print the entities' XML instead of text for people");
+  auto* xml_flag = app.add_flag("--xml", xml, "Print the entities' XML instead of text for people");
+  auto* json_flag =
+      app.add_flag(
+             "--json", json,
+             "Print one JSON document: lower-case keys, dates in UTC ISO 8601, null for never")
+          ->excludes(xml_flag);
+  app.add_flag("--tsv", tsv, "Print tables as a header line and tab-separated rows (\\t \\n \\\\)")
+      ->excludes(xml_flag)
+      ->excludes(json_flag);
+  app.add_flag("-q,--quiet", quiet,
+               "Print only what the command exists to produce (ids, content), no messages");
 
   const auto commands = AllCommands();
   for (const auto& command : commands) {
@@ -64,6 +75,10 @@ int main(int argc, char** argv) {
   }
   const std::vector<std::string> words = CommandWords(argc, argv);
   if (!words.empty() && words.front() == "help") return PrintHelp(app, words) ? 0 : kExitUsage;
+  // The build writes the completion scripts and the man page with this, from the parser above.
+  if (argc == 3 && std::string(argv[1]) == "--generate") {
+    return WriteGenerated(app, argv[2], CLIPCAT_VERSION, std::cout) ? 0 : kExitUsage;
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -93,7 +108,8 @@ int main(int argc, char** argv) {
       index_build->Update(done, total);
       if (done >= total) index_build.reset();
     });
-    Context context{SelectCatalog(catalog_option, connection_option), std::cout, xml};
+    Context context{
+        SelectCatalog(catalog_option, connection_option), std::cout, xml, json, tsv, quiet};
     for (const auto& command : commands) {
       if (!app.get_subcommand(command->name())->parsed()) continue;
       if (command->UsesDefaultCatalog()) EnsureDefaultCatalog(context.location);

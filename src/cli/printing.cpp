@@ -56,6 +56,19 @@ void Table::Print(std::ostream& out) const {
   }
 }
 
+void Table::Print(const Context& context) const {
+  if (!context.tsv) {
+    Print(context.out);
+    return;
+  }
+  for (const auto& row : rows_) {
+    for (size_t i = 0; i < row.size(); ++i) {
+      context.out << (i > 0 ? "\t" : "") << TsvCell(row[i]);
+    }
+    context.out << "\n";
+  }
+}
+
 void PrintFolderTree(const Folders& folders, std::ostream& out) {
   struct Pending {
     std::shared_ptr<Folder> folder;
@@ -78,21 +91,64 @@ void PrintFolderTree(const Folders& folders, std::ostream& out) {
   }
 }
 
-void PrintClippings(const Clippings& clippings, const Context& context, bool with_accessed) {
+void PrintFolderTable(const Folders& folders, const Context& context) {
+  Table table({"ID", "PARENT", "NAME"});
+  std::vector<std::shared_ptr<Folder>> stack;
+  const auto roots = folders.Items()->Snapshot();
+  stack.assign(roots.rbegin(), roots.rend());
+  while (!stack.empty()) {
+    const auto folder = stack.back();
+    stack.pop_back();
+    table.Add({folder->ID(), folder->ParentID(), folder->Name()});
+    const auto children = folder->ChildFolders()->Snapshot();
+    stack.insert(stack.end(), children.rbegin(), children.rend());
+  }
+  table.Print(context);
+}
+
+void PrintFolder(const Folder& folder, const Context& context) {
+  if (context.json) {
+    PrintJson(context, FolderJson(folder, false));
+    return;
+  }
+  context.out << (context.xml ? folder.XML() : folder.ID()) << "\n";
+}
+
+void PrintClipping(const Clipping& clipping, const Context& context) {
+  if (context.json) {
+    PrintJson(context, ClippingJson(clipping, false));
+    return;
+  }
+  context.out << (context.xml ? clipping.XML() : clipping.ID()) << "\n";
+}
+
+void PrintClippings(const Clippings& clippings, const Context& context, bool with_accessed,
+                    const AccessTimes* last_access) {
   if (context.xml) {
     context.out << clippings.XML() << "\n";
     return;
   }
+  if (context.json) {
+    nlohmann::json list = nlohmann::json::array();
+    for (const auto& clipping : *clippings.Items()) {
+      list.push_back(ClippingJson(*clipping, false, last_access));
+    }
+    PrintJson(context, list);
+    return;
+  }
+  // Scripts get the dates as JSON has them; people the catalog's own form.
+  const auto date = [&](const Date& value) {
+    return context.tsv ? TsvDate(value) : FormatCatalogDate(value);
+  };
   std::vector<std::string> header = {"ID", "NAME", "UPDATED"};
   if (with_accessed) header.push_back("ACCESSED");
   Table table(header);
   for (const auto& clipping : *clippings.Items()) {
-    std::vector<std::string> row = {clipping->ID(), clipping->Name(),
-                                    FormatCatalogDate(clipping->Updated())};
-    if (with_accessed) row.push_back(FormatCatalogDate(clipping->Accessed()));
+    std::vector<std::string> row = {clipping->ID(), clipping->Name(), date(clipping->Updated())};
+    if (with_accessed) row.push_back(date(clipping->Accessed()));
     table.Add(row);
   }
-  table.Print(context.out);
+  table.Print(context);
 }
 
 std::string DescribeCounts(const DocumentCounts& counts) {
@@ -107,6 +163,38 @@ std::string DescribeCounts(const DocumentCounts& counts) {
   if (counts.versions > 0) text += ", " + count(counts.versions, "version", "versions");
   if (counts.deleted > 0) text += ", " + count(counts.deleted, "item", "items") + " in the trash";
   return text;
+}
+
+void PrintJson(const Context& context, const nlohmann::json& document) {
+  context.out << document.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
+}
+
+std::string TsvDate(const Date& date) {
+  const nlohmann::json iso = DateJson(date);
+  return iso.is_null() ? std::string() : iso.get<std::string>();
+}
+
+std::string TsvCell(const std::string& text) {
+  std::string cell;
+  for (char c : text) {
+    switch (c) {
+      case '\t':
+        cell += "\\t";
+        break;
+      case '\n':
+        cell += "\\n";
+        break;
+      case '\r':
+        cell += "\\r";
+        break;
+      case '\\':
+        cell += "\\\\";
+        break;
+      default:
+        cell += c;
+    }
+  }
+  return cell;
 }
 
 }  // namespace clipcat::cli

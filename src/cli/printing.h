@@ -8,8 +8,10 @@
 #include "cli/commands.h"
 #include "entities/clipping.h"
 #include "entities/folder.h"
+#include "library/access_times.h"
 #include "library/catalog_document.h"
 #include "library/clipping_content.h"
+#include "library/entity_json.h"
 
 namespace clipcat::cli {
 
@@ -20,6 +22,9 @@ class Table {
   explicit Table(std::vector<std::string> header) { rows_.push_back(std::move(header)); }
   void Add(std::vector<std::string> row) { rows_.push_back(std::move(row)); }
   void Print(std::ostream& out) const;
+  // As Print does for people; with --tsv the header line and the rows with their cells
+  // separated by tabs (see TsvCell).
+  void Print(const Context& context) const;
 
  private:
   std::vector<std::vector<std::string>> rows_;
@@ -29,10 +34,33 @@ class Table {
 // for a linked catalog that does not answer.
 void PrintFolderTree(const Folders& folders, std::ostream& out);
 
-// A table of clippings (ID, NAME, UPDATED, and ACCESSED when asked), or their XML with --xml.
-void PrintClippings(const Clippings& clippings, const Context& context, bool with_accessed);
+// With --tsv, the tree as a table: ID, PARENT, NAME, one row per folder in the tree's order.
+void PrintFolderTable(const Folders& folders, const Context& context);
+
+// A folder that a command made or moved: its id, or its XML with --xml, or its JSON (see
+// FolderJson, without children) with --json.
+void PrintFolder(const Folder& folder, const Context& context);
+
+// The same for a clipping (see ClippingJson, without content).
+void PrintClipping(const Clipping& clipping, const Context& context);
+
+// A table of clippings (ID, NAME, UPDATED, and ACCESSED when asked), or their XML with --xml, or
+// a JSON array of them (see ClippingJson, with `last_access` when given) with --json.
+void PrintClippings(const Clippings& clippings, const Context& context, bool with_accessed,
+                    const AccessTimes* last_access = nullptr);
 
 // "3 folders, 12 clippings, 2 categories, 5 memberships" (and ", 1 link" when there are any).
 std::string DescribeCounts(const DocumentCounts& counts);
+
+// `document`, indented two spaces a level, followed by one newline. Bytes that are not UTF-8
+// in a name are written as U+FFFD rather than failing a command that has done its work.
+void PrintJson(const Context& context, const nlohmann::json& document);
+
+// A date in a --tsv cell: as JSON has it (UTC, "2026-11-26T01:40:00Z"), "" for never.
+std::string TsvDate(const Date& date);
+
+// A cell of --tsv output: tab, newline, carriage return and backslash written as \t, \n, \r
+// and \\, so that a row is one line and its cells split at tabs.
+std::string TsvCell(const std::string& text);
 
 }  // namespace clipcat::cli
