@@ -403,8 +403,13 @@ describe("the page of a server with a token", () => {
 });
 
 describe("the page for the docs", () => {
-  it("shows a clipping in its folder, with the tree and the history", async () => {
+  it("shows a clipping in its folder, with the tree, a linked catalog and the history", async () => {
+    const team = new ClipcatServer(binary);
+    servers.push(team);
+    team.run("mkdir", "1", "Support");
     const server = await startServer();
+    server.run("link", "Team", "--connection", `<connectiondetails datasourcetype="1" ` +
+               `connectionstring="Provider=Microsoft.Jet.OLEDB.4.0;Data Source=${team.catalog}"/>`);
     const { mail, clippings } = await fill(server);
     await apiOk(server, "POST", `/api/clippings/${clippings.Signature.id}/use`);
     await apiOk(server, "POST", `/api/clippings/${clippings.Greeting.id}/categories`,
@@ -415,7 +420,7 @@ describe("the page for the docs", () => {
     await waitForElement(page, "#history a", "Signature");
     await waitForElement(page, ".chip", "Letters×");
     const top = await topFolder(server);
-    assert.deepEqual(await linkTexts(page, "#tree"), [top.name, "Mail", "Notes"]);
+    assert.deepEqual(await linkTexts(page, "#tree"), [top.name, "Mail", "Notes", "Team", "Support"]);
     // The clipping's folder is marked in the tree, its path shown as the tree reads.
     await waitForElement(page, "#tree a[aria-current='location']", "Mail");
     assert.equal(await page.$eval("#main p.muted", (p) => p.textContent), `${top.name} / Mail`);
