@@ -177,6 +177,52 @@ describe("the page with the mouse", () => {
     assert.ok(JSON.stringify(trash).includes("Quick reply"), "the clipping went to the trash");
   });
 
+  it("tags and moves a clipping, renames and deletes a folder", async () => {
+    const server = await startServer();
+    const { top, mail, notes, clippings } = await fill(server);
+    const greeting = clippings.Greeting;
+    const { page, dialogs } = await open(server, { at: `#/clipping/${greeting.id}` });
+    await waitForHeading(page, "Greeting");
+
+    await page.click("::-p-aria([name='Add a category'])");
+    await page.keyboard.type("Letters\n");
+    await waitForElement(page, ".chip", "Letters×");
+    const categories = async () => (await apiOk(server, "GET", `/api/clippings/${greeting.id}`))
+      .categories.map((category) => category.name);
+    assert.deepEqual(await categories(), ["Letters"]);
+    await page.click("::-p-aria(Remove category Letters)");
+    await page.waitForFunction(() => !document.querySelector(".chip"));
+    assert.deepEqual(await categories(), []);
+
+    await (await button(page, "Move")).click();
+    await waitForHeading(page, "Move Greeting");
+    const options = await page.$$eval("select option", (all) => all.map((o) => o.textContent));
+    assert.deepEqual(options, [top.name, `${top.name} / Mail`, `${top.name} / Notes`]);
+    await page.select("select", notes.id);
+    await (await button(page, "Move")).click();
+    await waitForHeading(page, "Greeting");
+    await waitForElement(page, "#tree a[aria-current='location']", "Notes");
+    assert.deepEqual((await clippingsOf(server, notes.id)).map((c) => c.name),
+                     ["Greeting", "Meeting room"].sort());
+    assert.equal((await clippingsOf(server, mail.id)).length, 2);
+
+    await (await waitForElement(page, "#tree a", "Notes")).click();
+    await waitForHeading(page, "Notes");
+    dialogs.answers.push("Meetings");
+    await (await button(page, "Rename")).click();
+    await waitForHeading(page, "Meetings");
+    await waitForElement(page, "#tree a[aria-current='page']", "Meetings");
+    assert.equal((await apiOk(server, "GET", `/api/folders/${notes.id}`)).name, "Meetings");
+
+    dialogs.answers.push(true);
+    await (await button(page, "Delete")).click();
+    await waitForHeading(page, top.name);
+    assert.deepEqual(await linkTexts(page, "#tree"), [top.name, "Mail"]);
+    assert.deepEqual((await apiOk(server, "GET", `/api/folders/${top.id}`)).children
+      .map((folder) => folder.name), ["Mail"]);
+    assert.equal(dialogs.seen.length, 2);
+  });
+
   it("keeps what was typed when the server refuses it, and says why", async () => {
     const server = await startServer();
     const { mail } = await fill(server);
