@@ -3,7 +3,8 @@
 // to check what a step really changed.
 import assert from "node:assert/strict";
 
-const kWait = { timeout: 5000 };
+// Generous: under a loaded CI machine or a sanitizer build the server and the browser are slow.
+const kWait = { timeout: 10000 };
 
 // A page on `server`'s address, `width` x `height`, with the clipboard allowed. Dialogs
 // (confirm, prompt) take the next of `dialogs.answers`: true accepts, a string is typed in,
