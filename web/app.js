@@ -530,6 +530,14 @@ function start() {
     const open = document.getElementById("side").classList.toggle("open");
     menu.setAttribute("aria-expanded", String(open));
   });
+  // Escape folds the folders away again (on a narrow window), back to the button that opened them.
+  document.getElementById("side").addEventListener("keydown", (event) => {
+    const side = event.currentTarget;
+    if (event.key !== "Escape" || !side.classList.contains("open")) return;
+    side.classList.remove("open");
+    menu.setAttribute("aria-expanded", "false");
+    menu.focus();
+  });
   window.addEventListener("hashchange", () => {
     // On a narrow window the folders fold away once one is chosen; the focus goes with the view.
     const side = document.getElementById("side");

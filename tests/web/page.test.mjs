@@ -411,6 +411,10 @@ describe("the page on a narrow window", () => {
     await press(page, "Tab", { id: "menu" });
     await page.keyboard.press("Enter");
     await press(page, "Tab", { list: "tree", text: "Mail" });
+    await press(page, "Escape", { id: "menu" });  // folds them away, back on the button
+    assert.equal(await page.$eval("#side", (side) => side.offsetParent === null), true);
+    await page.keyboard.press("Enter");
+    await press(page, "Tab", { list: "tree", text: "Mail" });
     await press(page, "ArrowDown", { list: "tree", text: "Notes" });
     await page.keyboard.press("Enter");
     await waitForHeading(page, "Notes");
