@@ -21,8 +21,9 @@ namespace clipcat::gateway {
 struct GatewayOptions {
   CatalogLocation location;  // the catalog served
   std::string host = "127.0.0.1";
-  int port = 8640;           // 0: any free port (see Gateway::port)
-  std::string token;         // when not empty, every request needs "Authorization: Bearer"
+  int port = 8640;  // 0: any free port (see Gateway::port)
+  // When not empty, every request needs "Authorization: Bearer TOKEN", but for the page's files.
+  std::string token;
   std::string allow_origin;  // when not empty, the origin CORS lets in; off otherwise
   size_t threads = 32;       // worker threads, each with its own catalog connections
   size_t max_body_bytes = 64u << 20;

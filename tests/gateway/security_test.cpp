@@ -17,10 +17,20 @@ namespace {
 
 class GatewaySecurity : public GatewayTest {};
 
-TEST_F(GatewaySecurity, TokenIsRequiredOnEveryRequest) {
+TEST_F(GatewaySecurity, TokenIsRequiredOnEveryRequestButThePagesOwnFiles) {
   options().token = "s3cret-token";
   EXPECT_EQ(Get("/api/folders").status, 401);
-  EXPECT_EQ(Get("/").status, 401);
+  // A browser opens the page without the token (the page then asks for it); nothing else is
+  // answered without it, not even a 404 that would tell which paths exist.
+  for (const gateway::WebFile& file : gateway::WebFiles()) {
+    EXPECT_EQ(Get(std::string(file.path)).status, 200) << file.path;
+  }
+  EXPECT_EQ(Get("/").status, 200);
+  for (const std::string path : {"/api/search?q=x", "/api/history", "/nothing", "/app.js/x",
+                                 "/index.html/", "/api/folders/1/clippings"}) {
+    EXPECT_EQ(Get(path).status, 401) << path;
+  }
+  EXPECT_EQ(Delete("/index.html").status, 401);
   EXPECT_EQ(Post("/api/folders", {{"parent", "1"}, {"name", "X"}}).status, 401);
   for (const std::string wrong : {"Bearer s3cret-toke", "Bearer s3cret-token2", "s3cret-token",
                                   "Basic s3cret-token", "Bearer S3CRET-TOKEN", "Bearer "}) {
