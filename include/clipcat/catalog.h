@@ -57,6 +57,10 @@ class CLIPCAT_API Catalog {
   // look for.
   std::vector<SearchHit> Search(const std::string& text, const SearchOptions& options = {});
 
+  // Counts the clipping (id or path) as used now: it comes first in History. Reading a clipping
+  // does not count as a use; a program calls this when it pastes or copies one.
+  void RecordUse(const std::string& clipping);
+
   // The clippings used most recently, most recent first.
   std::vector<Clipping> History(int32_t limit = 20);
 

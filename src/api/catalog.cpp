@@ -161,6 +161,14 @@ std::vector<SearchHit> Catalog::Search(const std::string& text, const SearchOpti
   });
 }
 
+void Catalog::RecordUse(const std::string& clipping) {
+  api::GuardedCall([&] {
+    auto& handle = State::HandleOf(state_);
+    const std::string id = ResolveItem(handle, clipping, ItemKind::kClipping);
+    handle.write().UpdateClippingHistory(RequireClipping(handle, id, false), handle.details());
+  });
+}
+
 std::vector<Clipping> Catalog::History(int32_t limit) {
   return api::GuardedCall([&] {
     auto& handle = State::HandleOf(state_);
