@@ -4,8 +4,9 @@
 //   catalog = clipcat.open("notes.db")
 //   for hit in catalog.search("late payment"): print(hit.id, hit.name)
 //
-// Errors are clipcat.Error, with number, source and description. Dates are datetime values in
-// UTC (pybind11's chrono conversion).
+// Errors are clipcat.Error, with number, source and description. Dates are naive datetime values
+// in local time (pybind11's conversion of std::chrono::system_clock). A catalog is closed by
+// close(), by the end of a with block, or when it is collected.
 #include <clipcat/clipcat.h>
 #include <pybind11/chrono.h>
 #include <pybind11/pybind11.h>
@@ -17,7 +18,7 @@ namespace py = pybind11;
 
 namespace {
 
-// Lists of values as dictionaries print readably: "<Folder 4 Mail>".
+// How a value shows in the interpreter: "<Folder 4 Mail>".
 template <typename Value>
 std::string Describe(const char* kind, const Value& value) {
   return std::string("<") + kind + " " + value.id + " " + value.name + ">";
@@ -86,6 +87,9 @@ void Walk(const std::vector<clipcat::Folder>& folders, py::list& out) {
   }
 }
 
+// Closes `catalog` now rather than when Python collects it: a thread has one open catalog.
+void Close(clipcat::Catalog& catalog) { clipcat::Catalog closed = std::move(catalog); }
+
 void RegisterCatalog(py::module_& module) {
   py::class_<clipcat::Catalog>(module, "Catalog")
       .def("folders", &clipcat::Catalog::Folders,
@@ -111,6 +115,8 @@ void RegisterCatalog(py::module_& module) {
           },
           py::arg("text"), py::arg("folder") = "", py::arg("category") = "", py::arg("limit") = 50,
           "Content search, best first.")
+      .def("record_use", &clipcat::Catalog::RecordUse, py::arg("clipping"),
+           "Counts the clipping as used now (first in history).")
       .def("history", &clipcat::Catalog::History, py::arg("limit") = 20,
            "The clippings used most recently, most recent first.")
       .def("add_folder", &clipcat::Catalog::AddFolder, py::arg("parent"), py::arg("name"))
@@ -129,12 +135,11 @@ void RegisterCatalog(py::module_& module) {
           py::arg("folder"), py::arg("name"), py::arg("text") = py::none(),
           py::arg("description") = "", py::arg("items") = std::vector<clipcat::DataItem>{},
           "Adds a clipping with a plain text item (text) and any other items.")
+      .def("close", &Close, "Closes the catalog; later calls raise clipcat.Error.")
       .def(
           "__enter__", [](clipcat::Catalog& catalog) -> clipcat::Catalog& { return catalog; },
           py::return_value_policy::reference)
-      .def("__exit__", [](clipcat::Catalog& catalog, const py::args&) {
-        clipcat::Catalog closed = std::move(catalog);
-      });
+      .def("__exit__", [](clipcat::Catalog& catalog, const py::args&) { Close(catalog); });
 }
 
 }  // namespace
