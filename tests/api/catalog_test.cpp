@@ -27,9 +27,9 @@ clipcat::Error ErrorOf(Call&& call) {
   return clipcat::Error(0, "", "");
 }
 
-using CatalogTest = ApiTest;
+using PublicCatalogTest = ApiTest;
 
-TEST_F(CatalogTest, OpeningAFileThatDoesNotExistFailsAndMakesNothing) {
+TEST_F(PublicCatalogTest, OpeningAFileThatDoesNotExistFailsAndMakesNothing) {
   const std::string path = PathOf("missing.db");
   const clipcat::Error error = ErrorOf([&] { clipcat::Catalog::Open(path); });
   EXPECT_EQ(error.number(), kCatalogCannotBeOpened);
@@ -41,7 +41,7 @@ TEST_F(CatalogTest, OpeningAFileThatDoesNotExistFailsAndMakesNothing) {
   clipcat::Catalog::Create(PathOf("made.db"), "Made");
 }
 
-TEST_F(CatalogTest, CreateRefusesAnExistingFile) {
+TEST_F(PublicCatalogTest, CreateRefusesAnExistingFile) {
   const std::string path = PathOf("shelf.db");
   { clipcat::Catalog::Create(path, "Shelf"); }
   const clipcat::Error error = ErrorOf([&] { clipcat::Catalog::Create(path, "Other"); });
@@ -51,7 +51,7 @@ TEST_F(CatalogTest, CreateRefusesAnExistingFile) {
   EXPECT_EQ(catalog.Folders()[0].name, "Shelf");
 }
 
-TEST_F(CatalogTest, FoldersAreATreeWithPathsThatNameThem) {
+TEST_F(PublicCatalogTest, FoldersAreATreeWithPathsThatNameThem) {
   auto catalog = clipcat::Catalog::Create(PathOf("shelf.db"), "Shelf");
   const clipcat::Folder letters = catalog.AddFolder("", "Letters");
   const clipcat::Folder drafts = catalog.AddFolder("Letters", "Drafts");
@@ -75,7 +75,7 @@ TEST_F(CatalogTest, FoldersAreATreeWithPathsThatNameThem) {
   EXPECT_LE(std::chrono::abs(now - drafts.updated), std::chrono::minutes(5));
 }
 
-TEST_F(CatalogTest, AddedClippingsAreReadBackWithTheirItemsByIdOrPath) {
+TEST_F(PublicCatalogTest, AddedClippingsAreReadBackWithTheirItemsByIdOrPath) {
   auto catalog = clipcat::Catalog::Create(PathOf("shelf.db"), "Shelf");
   catalog.AddFolder("", "Letters");
   const clipcat::NewClipping greeting{
@@ -106,7 +106,7 @@ TEST_F(CatalogTest, AddedClippingsAreReadBackWithTheirItemsByIdOrPath) {
   EXPECT_TRUE(listed[0].items.empty());
 }
 
-TEST_F(CatalogTest, RefusedAdditionsChangeNothing) {
+TEST_F(PublicCatalogTest, RefusedAdditionsChangeNothing) {
   auto catalog = clipcat::Catalog::Create(PathOf("shelf.db"), "Shelf");
   catalog.AddClipping("", "Note", "first");
   EXPECT_EQ(ErrorOf([&] { catalog.AddClipping("", "Note", "second"); }).number(),
@@ -128,7 +128,7 @@ TEST_F(CatalogTest, RefusedAdditionsChangeNothing) {
   EXPECT_EQ(catalog.Text(listed[0].id), "first");
 }
 
-TEST_F(CatalogTest, SearchFindsClippingsByTheirWordsBestFirst) {
+TEST_F(PublicCatalogTest, SearchFindsClippingsByTheirWordsBestFirst) {
   auto catalog = clipcat::Catalog::Create(PathOf("shelf.db"), "Shelf");
   catalog.AddFolder("", "Mail");
   const auto late = catalog.AddClipping("Mail", "Reminder", "Your late payment is overdue.");
@@ -153,7 +153,7 @@ TEST_F(CatalogTest, SearchFindsClippingsByTheirWordsBestFirst) {
             kInvalidRequest);
 }
 
-TEST_F(CatalogTest, AThreadHasOneCatalogAndACatalogOneThread) {
+TEST_F(PublicCatalogTest, AThreadHasOneCatalogAndACatalogOneThread) {
   auto catalog = clipcat::Catalog::Create(PathOf("one.db"), "One");
   EXPECT_EQ(ErrorOf([&] { clipcat::Catalog::Create(PathOf("two.db"), "Two"); }).number(),
             kInvalidRequest);
@@ -169,7 +169,7 @@ TEST_F(CatalogTest, AThreadHasOneCatalogAndACatalogOneThread) {
   EXPECT_EQ(ErrorOf([&] { catalog.Folders(); }).number(), kInvalidRequest);  // NOLINT
 }
 
-TEST_F(CatalogTest, HistoryListsTheClippingsUsedMostRecentFirst) {
+TEST_F(PublicCatalogTest, HistoryListsTheClippingsUsedMostRecentFirst) {
   auto catalog = clipcat::Catalog::Create(PathOf("shelf.db"), "Shelf");
   const auto first = catalog.AddClipping("", "First", "one");
   const auto second = catalog.AddClipping("", "Second", "two");
@@ -187,7 +187,7 @@ TEST_F(CatalogTest, HistoryListsTheClippingsUsedMostRecentFirst) {
   EXPECT_EQ(ErrorOf([&] { catalog.RecordUse("Nothing"); }).number(), kInvalidRequest);
 }
 
-TEST_F(CatalogTest, ClosingFreesTheThreadForTheNextCatalog) {
+TEST_F(PublicCatalogTest, ClosingFreesTheThreadForTheNextCatalog) {
   { clipcat::Catalog::Create(PathOf("one.db"), "One").AddClipping("", "A", "in one"); }
   { clipcat::Catalog::Create(PathOf("two.db"), "Two").AddClipping("", "B", "in two"); }
   auto one = clipcat::Catalog::Open(PathOf("one.db"));
