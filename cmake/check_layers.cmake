@@ -13,7 +13,10 @@ set(allowed_library "util;entities;engine;store;service;library")
 set(allowed_automation "util;entities;engine;store;service;automation")
 set(allowed_cli "util;entities;engine;store;service;library;automation;gateway;cli")
 set(allowed_gateway "util;entities;service;library;automation;gateway")
-set(allowed_bindings "util;entities;engine;store;service;library;bindings")
+# The public C++ interface over the library (its headers are include/clipcat); the C interface
+# and the Python module over the public headers alone.
+set(allowed_api "util;entities;service;library;api")
+set(allowed_bindings "bindings")
 
 if(NOT SRC_DIR)
   message(FATAL_ERROR "SRC_DIR is not set")

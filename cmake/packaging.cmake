@@ -1,11 +1,13 @@
-# The shared libclipcat, made from the layers' objects, and what `cmake --install` puts in place:
-# the clipcat command, the library with a versioned soname, the layers' public headers, a CMake
-# package (find_package(clipcat) gives clipcat::clipcat) and a pkg-config file (clipcat.pc).
+# The shared libclipcat, made from the layers' objects and the C and C++ interfaces, and what
+# `cmake --install` puts in place: the clipcat command, the library with a versioned soname, the
+# public headers (include/clipcat), a CMake package (find_package(clipcat) gives clipcat::clipcat)
+# and a pkg-config file (clipcat.pc). The layers are compiled with hidden visibility, so the
+# library exports the public interface alone.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 get_property(clipcat_layer_objects GLOBAL PROPERTY CLIPCAT_LAYER_OBJECTS)
-add_library(clipcat_shared SHARED ${clipcat_layer_objects})
+add_library(clipcat_shared SHARED ${clipcat_layer_objects} $<TARGET_OBJECTS:clipcat_c_objects>)
 add_library(clipcat::clipcat ALIAS clipcat_shared)
 
 # Until 1.0 a minor version may change the binary interface, so the soname carries both numbers
@@ -20,16 +22,18 @@ set_target_properties(clipcat_shared PROPERTIES
   EXPORT_NAME clipcat
   VERSION ${PROJECT_VERSION}
   SOVERSION ${CLIPCAT_SOVERSION})
-set(clipcat_include_subdir clipcat)
 target_include_directories(clipcat_shared PUBLIC
-  $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/src>
-  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/${clipcat_include_subdir}>)
+  $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/include>
+  $<BUILD_INTERFACE:${CMAKE_BINARY_DIR}/include>
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_compile_features(clipcat_shared PUBLIC cxx_std_20)
-# The entities' XML header includes pugixml's, the entities' JSON header nlohmann's; the engines
-# and compression stay inside.
-target_link_libraries(clipcat_shared
-  PUBLIC pugixml::pugixml nlohmann_json::nlohmann_json
-  PRIVATE Threads::Threads PkgConfig::ZSTD SQLite::SQLite3 PostgreSQL::PostgreSQL ICU::uc)
+# The public headers include nothing but the standard library's.
+target_link_libraries(clipcat_shared PRIVATE Threads::Threads PkgConfig::ZSTD SQLite::SQLite3
+                      PostgreSQL::PostgreSQL ICU::uc pugixml::pugixml)
+target_link_options(clipcat_shared PRIVATE
+                    -Wl,--version-script=${CMAKE_SOURCE_DIR}/cmake/libclipcat.map)
+set_property(TARGET clipcat_shared APPEND PROPERTY LINK_DEPENDS
+             ${CMAKE_SOURCE_DIR}/cmake/libclipcat.map)
 if(NOT CLIPCAT_SANITIZE)
   # Every symbol the library needs must be found when it is linked, not when a client loads it.
   target_link_options(clipcat_shared PRIVATE -Wl,--no-undefined)
@@ -38,13 +42,10 @@ endif()
 install(TARGETS clipcat RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS clipcat_shared EXPORT clipcatTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-# The layers' headers keep their folders, so that clients include them as the library does
-# ("service/clipping_data_read.h"). Internal headers and the command's own stay out.
-install(DIRECTORY ${CMAKE_SOURCE_DIR}/src/
-  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${clipcat_include_subdir}
-  FILES_MATCHING PATTERN "*.h"
-  PATTERN "*_internal.h" EXCLUDE
-  PATTERN "cli" EXCLUDE)
+# The public headers alone: clients write #include <clipcat/clipcat.h>.
+file(GLOB clipcat_public_headers CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/include/clipcat/*.h)
+install(FILES ${clipcat_public_headers} ${CMAKE_BINARY_DIR}/include/clipcat/version.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/clipcat)
 
 set(clipcat_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/clipcat)
 install(EXPORT clipcatTargets NAMESPACE clipcat:: DESTINATION ${clipcat_cmake_dir})
@@ -60,6 +61,6 @@ install(FILES ${CMAKE_BINARY_DIR}/clipcatConfig.cmake ${CMAKE_BINARY_DIR}/clipca
 file(RELATIVE_PATH CLIPCAT_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
   ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" CLIPCAT_PC_TO_PREFIX "${CLIPCAT_PC_TO_PREFIX}")
-set(CLIPCAT_PC_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/${clipcat_include_subdir})
+set(CLIPCAT_PC_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR})
 configure_file(${CMAKE_SOURCE_DIR}/cmake/clipcat.pc.in ${CMAKE_BINARY_DIR}/clipcat.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/clipcat.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

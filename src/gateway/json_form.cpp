@@ -17,20 +17,9 @@ constexpr int32_t kStatusOffline = 4;
 }  // namespace
 
 std::string IsoUtc(const Date& date) {
-  const DateParts parts = date.Parts();
-  std::tm local{};
-  local.tm_year = parts.year - 1900;
-  local.tm_mon = parts.month - 1;
-  local.tm_mday = parts.day;
-  local.tm_hour = parts.hour;
-  local.tm_min = parts.minute;
-  local.tm_sec = parts.second;
-  local.tm_isdst = -1;  // whatever daylight saving time the zone had on that day
-  const std::time_t moment = std::mktime(&local);
+  const std::time_t moment = static_cast<std::time_t>(UnixSeconds(date));
   std::tm utc{};
-  if (moment == static_cast<std::time_t>(-1) || gmtime_r(&moment, &utc) == nullptr) {
-    utc = local;  // outside what the C library converts: the wall-clock time as it is
-  }
+  gmtime_r(&moment, &utc);
   char text[80];
   std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02dZ", utc.tm_year + 1900,
                 utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);

@@ -92,6 +92,23 @@ DateParts Date::Parts() const {
   return p;
 }
 
+int64_t UnixSeconds(const Date& date) {
+  const DateParts parts = date.Parts();
+  std::tm local{};
+  local.tm_year = parts.year - 1900;
+  local.tm_mon = parts.month - 1;
+  local.tm_mday = parts.day;
+  local.tm_hour = parts.hour;
+  local.tm_min = parts.minute;
+  local.tm_sec = parts.second;
+  local.tm_isdst = -1;
+  const std::time_t moment = std::mktime(&local);
+  if (moment != static_cast<std::time_t>(-1)) return static_cast<int64_t>(moment);
+  const int64_t days = DaysFromCivil(parts.year, static_cast<unsigned>(parts.month),
+                                     static_cast<unsigned>(parts.day));
+  return days * 86400 + parts.hour * 3600 + parts.minute * 60 + parts.second;
+}
+
 bool Date::IsValid() const {
   // Far outside the range first: SplitSerial needs a day that fits 64 bits.
   if (!std::isfinite(serial_) || serial_ <= kFirstDay - 2.0 || serial_ >= kLastDay + 2.0) {

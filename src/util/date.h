@@ -47,6 +47,11 @@ class Date {
   double serial_ = 0.0;
 };
 
+// The moment `date` names in seconds since 1970-01-01 00:00:00 UTC, its wall-clock time read in
+// the local time zone (with the daylight saving time the zone had on that day); outside what the
+// C library converts, the wall-clock time read as UTC.
+int64_t UnixSeconds(const Date& date);
+
 // "yyyy-mm-dd hh:nn:ss".
 std::string FormatIsoDate(const Date& date);
 

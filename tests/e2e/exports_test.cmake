@@ -1,0 +1,68 @@
+# What a client of the installed library can see: `cmake --install` with DESTDIR into a scratch
+# root, then the library's dynamic symbols (nm -D --defined-only) counted and printed, each one
+# part of the C interface (clipcat_...) or of the C++ one (clipcat::v0), the count at most
+# MAX_SYMBOLS; and the headers installed are the public ones of SOURCE_INCLUDE_DIR with version.h,
+# which carries VERSION. Run with cmake -P; the caller passes BUILD_DIR, SOURCE_INCLUDE_DIR,
+# WORK_DIR, MAX_SYMBOLS and VERSION.
+cmake_minimum_required(VERSION 3.25)
+
+file(REMOVE_RECURSE ${WORK_DIR})
+set(ENV{DESTDIR} ${WORK_DIR}/root)
+execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix /usr
+                RESULT_VARIABLE status OUTPUT_QUIET ERROR_VARIABLE err)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "install failed (${status}): ${err}")
+endif()
+set(root ${WORK_DIR}/root/usr)
+
+file(GLOB_RECURSE libraries ${root}/*/libclipcat.so.*.*.*)
+list(LENGTH libraries count)
+if(NOT count EQUAL 1)
+  message(FATAL_ERROR "expected one libclipcat.so.X.Y.Z, found: ${libraries}")
+endif()
+find_program(NM nm REQUIRED)
+execute_process(COMMAND ${NM} -D --defined-only -C ${libraries} RESULT_VARIABLE status
+                OUTPUT_VARIABLE symbols ERROR_VARIABLE err)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "nm failed (${status}): ${err}")
+endif()
+string(REGEX REPLACE "\n$" "" symbols "${symbols}")
+string(REPLACE "\n" ";" symbols "${symbols}")
+list(LENGTH symbols symbol_count)
+message(STATUS "libclipcat exports ${symbol_count} symbols")
+set(foreign "")
+foreach(line IN LISTS symbols)
+  # "0000000000012345 T clipcat_open", "... V typeinfo for clipcat::v0::Error"
+  string(REGEX REPLACE "^[0-9a-f]* *[A-Za-z] " "" name "${line}")
+  if(NOT name MATCHES "^clipcat_[a-z_]+$|^clipcat::v0::|^(typeinfo|typeinfo name|vtable) for clipcat::v0::")
+    list(APPEND foreign "${name}")
+  endif()
+endforeach()
+if(foreign)
+  string(REPLACE ";" "\n  " text "${foreign}")
+  message(FATAL_ERROR "libclipcat exports what is not its public interface:\n  ${text}")
+endif()
+foreach(expected "T clipcat_open" "T clipcat::v0::Catalog::Open" "V typeinfo for clipcat::v0::Error")
+  string(FIND "${symbols}" "${expected}" at)
+  if(at EQUAL -1)
+    message(FATAL_ERROR "libclipcat does not export ${expected}")
+  endif()
+endforeach()
+if(symbol_count GREATER MAX_SYMBOLS)
+  message(FATAL_ERROR "libclipcat exports ${symbol_count} symbols, more than ${MAX_SYMBOLS}")
+endif()
+
+file(GLOB_RECURSE installed RELATIVE ${root}/include ${root}/include/*)
+file(GLOB public RELATIVE ${SOURCE_INCLUDE_DIR} ${SOURCE_INCLUDE_DIR}/*.h)
+list(TRANSFORM public PREPEND clipcat/)
+list(APPEND public clipcat/version.h)
+list(SORT installed)
+list(SORT public)
+if(NOT installed STREQUAL public)
+  message(FATAL_ERROR "installed headers:\n  ${installed}\nthe public ones:\n  ${public}")
+endif()
+file(STRINGS ${root}/include/clipcat/version.h version_line REGEX "CLIPCAT_VERSION_STRING")
+if(NOT version_line MATCHES "\"${VERSION}\"")
+  message(FATAL_ERROR "version.h says ${version_line}, the project ${VERSION}")
+endif()
+message(STATUS "installed headers: ${installed}")
