@@ -93,7 +93,7 @@ json ResultJson(const Variant& value) {
     case Variant::Type::kDouble:
       return value.ToDouble();
     case Variant::Type::kDate:
-      return IsoUtc(value.ToDate());
+      return FormatIsoUtc(value.ToDate());
     case Variant::Type::kString:
       return value.AsString();
     case Variant::Type::kObject:

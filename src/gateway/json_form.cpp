@@ -14,22 +14,12 @@ using nlohmann::json;
 // The folder status of a linked catalog that does not answer.
 constexpr int32_t kStatusOffline = 4;
 
+// The zero date stands for never.
+json NeverOrIsoUtc(const Date& date) {
+  return date.serial() == 0.0 ? json(nullptr) : json(FormatIsoUtc(date));
+}
+
 }  // namespace
-
-std::string IsoUtc(const Date& date) {
-  const std::time_t moment = static_cast<std::time_t>(UnixSeconds(date));
-  std::tm utc{};
-  gmtime_r(&moment, &utc);
-  char text[80];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02dZ", utc.tm_year + 1900,
-                utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
-  return text;
-}
-
-json IsoUtcOrNull(const Date& date) {
-  if (date.serial() == 0.0) return nullptr;
-  return IsoUtc(date);
-}
 
 json FolderJson(const Folder& folder, bool children, bool in_linked_catalog) {
   const bool external = IsExternalItemID(folder.ID());
@@ -39,7 +29,7 @@ json FolderJson(const Folder& folder, bool children, bool in_linked_catalog) {
                {"description", folder.Description()},
                {"parent", folder.ParentID()},
                {"status", folder.Status()},
-               {"updated", IsoUtc(folder.Updated())},
+               {"updated", FormatIsoUtc(folder.Updated())},
                {"linked", linked},
                {"online", folder.Status() != kStatusOffline}};
   if (children) {
@@ -64,8 +54,8 @@ json ClippingJson(const Clipping& clipping, bool items) {
                {"description", clipping.Description()},
                {"folder", clipping.FolderID()},
                {"status", clipping.ClippingStatus()},
-               {"updated", IsoUtc(clipping.Updated())},
-               {"accessed", IsoUtcOrNull(clipping.Accessed())}};
+               {"updated", FormatIsoUtc(clipping.Updated())},
+               {"accessed", NeverOrIsoUtc(clipping.Accessed())}};
   if (!clipping.PathName().empty()) form["path"] = clipping.PathName();
   if (items) {
     json list = json::array();
@@ -112,13 +102,13 @@ json TrashEntryJson(const TrashEntry& entry) {
           {"name", entry.name},
           {"folder", entry.folder_id},
           {"path", entry.path},
-          {"deleted", entry.deleted ? json(IsoUtc(*entry.deleted)) : json()},
+          {"deleted", entry.deleted ? json(FormatIsoUtc(*entry.deleted)) : json()},
           {"deletedby", entry.deleted_by},
           {"itemsinside", entry.items_inside}};
 }
 
 json VersionJson(const ClippingVersion& version) {
-  return {{"version", version.version},         {"saved", IsoUtc(version.saved)},
+  return {{"version", version.version},         {"saved", FormatIsoUtc(version.saved)},
           {"savedby", version.saved_by},        {"name", version.name},
           {"description", version.description}, {"bytes", version.bytes}};
 }

@@ -18,12 +18,6 @@
 
 namespace clipcat::gateway {
 
-// `date` (local wall-clock time, as the catalog keeps it) in UTC: "yyyy-mm-ddThh:mm:ssZ".
-std::string IsoUtc(const Date& date);
-
-// IsoUtc, or null for day zero (1899-12-30 00:00:00), which stands for never.
-nlohmann::json IsoUtcOrNull(const Date& date);
-
 // {"id", "name", "description", "parent", "status", "updated", "linked", "online"}; with
 // `children` also "children", the folder's ChildFolders in the same form, all the way down.
 // "linked" is true for a folder that stands for a linked catalog (its top folder, or the linking

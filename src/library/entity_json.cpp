@@ -43,22 +43,7 @@ json Accessed(const Clipping& clipping, const std::map<std::string, Date>* last_
 
 json DateJson(const Date& date) {
   if (date.serial() == 0.0) return nullptr;
-  const DateParts parts = date.Parts();
-  struct tm local {};
-  local.tm_year = parts.year - 1900;
-  local.tm_mon = parts.month - 1;
-  local.tm_mday = parts.day;
-  local.tm_hour = parts.hour;
-  local.tm_min = parts.minute;
-  local.tm_sec = parts.second;
-  local.tm_isdst = -1;  // the machine's rules say whether summer time applied then
-  const time_t moment = mktime(&local);
-  struct tm utc {};
-  if (moment == static_cast<time_t>(-1) || gmtime_r(&moment, &utc) == nullptr) return nullptr;
-  char text[80];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02dZ", utc.tm_year + 1900,
-                utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
-  return text;
+  return FormatIsoUtc(date);
 }
 
 std::string SlashPath(const std::string& store_path) {

@@ -109,6 +109,16 @@ int64_t UnixSeconds(const Date& date) {
   return days * 86400 + parts.hour * 3600 + parts.minute * 60 + parts.second;
 }
 
+std::string FormatIsoUtc(const Date& date) {
+  const std::time_t moment = static_cast<std::time_t>(UnixSeconds(date));
+  std::tm utc{};
+  gmtime_r(&moment, &utc);
+  char text[80];
+  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02dZ", utc.tm_year + 1900,
+                utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
+  return text;
+}
+
 bool Date::IsValid() const {
   // Far outside the range first: SplitSerial needs a day that fits 64 bits.
   if (!std::isfinite(serial_) || serial_ <= kFirstDay - 2.0 || serial_ >= kLastDay + 2.0) {

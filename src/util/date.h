@@ -52,6 +52,9 @@ class Date {
 // C library converts, the wall-clock time read as UTC.
 int64_t UnixSeconds(const Date& date);
 
+// The moment `date` names (UnixSeconds) in UTC as ISO 8601: "2026-11-26T01:40:00Z".
+std::string FormatIsoUtc(const Date& date);
+
 // "yyyy-mm-dd hh:nn:ss".
 std::string FormatIsoDate(const Date& date);
 

@@ -17,21 +17,23 @@ TEST(GatewayJsonForm, DatesAreUtcWithTheZoneOfTheirDay) {
   // A POSIX zone rule, which needs no time zone database: US Eastern with daylight saving time.
   testing::ScopedEnv zone("TZ", "EST5EDT,M3.2.0,M11.1.0");
   tzset();
-  EXPECT_EQ(gateway::IsoUtc(Local(2026, 1, 15, 12, 0, 0)), "2026-01-15T17:00:00Z");
-  EXPECT_EQ(gateway::IsoUtc(Local(2026, 7, 15, 12, 0, 0)), "2026-07-15T16:00:00Z");
+  EXPECT_EQ(FormatIsoUtc(Local(2026, 1, 15, 12, 0, 0)), "2026-01-15T17:00:00Z");
+  EXPECT_EQ(FormatIsoUtc(Local(2026, 7, 15, 12, 0, 0)), "2026-07-15T16:00:00Z");
   // Across midnight and the end of a year.
-  EXPECT_EQ(gateway::IsoUtc(Local(2025, 12, 31, 22, 30, 5)), "2026-01-01T03:30:05Z");
+  EXPECT_EQ(FormatIsoUtc(Local(2025, 12, 31, 22, 30, 5)), "2026-01-01T03:30:05Z");
   {
     testing::ScopedEnv utc("TZ", "UTC0");
     tzset();
-    EXPECT_EQ(gateway::IsoUtc(Local(2002, 3, 3, 14, 5, 9)), "2002-03-03T14:05:09Z");
+    EXPECT_EQ(FormatIsoUtc(Local(2002, 3, 3, 14, 5, 9)), "2002-03-03T14:05:09Z");
   }
   tzset();
 }
 
 TEST(GatewayJsonForm, DayZeroIsNever) {
-  EXPECT_TRUE(gateway::IsoUtcOrNull(Date()).is_null());
-  EXPECT_TRUE(gateway::IsoUtcOrNull(Local(2026, 1, 1, 0, 0, 0)).is_string());
+  // A clipping never used has day zero as its last use.
+  const nlohmann::json clipping = gateway::ClippingJson(*Clipping::Create(), false);
+  EXPECT_TRUE(clipping.at("accessed").is_null());
+  EXPECT_TRUE(clipping.at("updated").is_string());
 }
 
 TEST(GatewayJsonForm, InvalidUtf8IsReplacedNotRefused) {
