@@ -38,22 +38,8 @@ std::vector<std::string> SpaceSeparated(const std::string& text) {
   return {std::istream_iterator<std::string>(in), std::istream_iterator<std::string>()};
 }
 
-class ContentSearchTest : public EngineCatalogTest {
+class ContentSearchTest : public EngineAccessTest {
  protected:
-  void SetUp() override {
-    EngineCatalogTest::SetUp();
-    if (IsSkipped()) return;
-    access_->SetConnectionString(connection_string_);
-    root_ = access_->GetPersonalCatalogRootFolder()->ID();
-    db_.OpenConnection(connection_string_, "", "");
-  }
-
-  std::string AddFolder(const std::string& name, const std::string& parent) {
-    auto folder = Folder::Create();
-    folder->SetName(name);
-    return access_->AddFolder(folder, parent, true)->ID();
-  }
-
   std::string Add(const std::string& name, const std::string& content, int32_t type = 2,
                   const std::string& description = "", const std::string& folder = "") {
     const auto clipping = NewClipping(name, content, description, type);
@@ -91,10 +77,6 @@ class ContentSearchTest : public EngineCatalogTest {
   int32_t Count(const std::string& from_where) {
     return db_.GetRecordsetRO("SELECT COUNT(*) AS n FROM " + from_where).Value("n").ToLong();
   }
-
-  std::shared_ptr<DataAccess> access_ = DataAccessSQL::Create();
-  DBConnection db_;
-  std::string root_;
 };
 
 INSTANTIATE_TEST_SUITE_P(BothEngines, ContentSearchTest, ::testing::Bool(), EngineName);

@@ -4,9 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 
+#include "engine/db_connection.h"
 #include "store/catalog_schema.h"
+#include "store/data_access.h"
 #include "support/postgres_test_server.h"
 #include "temp_catalog.h"
 
@@ -31,6 +34,30 @@ class EngineCatalogTest : public ::testing::TestWithParam<bool> {
 
   TempCatalog file_;               // the file catalog, root folder "Personal"
   std::string connection_string_;  // of the catalog under test
+};
+
+// An engine's new catalog worked on through a data access object (`access_`), with a second
+// connection (`db_`) to look at its rows, and the id of its top folder.
+class EngineAccessTest : public EngineCatalogTest {
+ protected:
+  void SetUp() override {
+    EngineCatalogTest::SetUp();
+    if (IsSkipped()) return;
+    access_->SetConnectionString(connection_string_);
+    root_ = access_->GetPersonalCatalogRootFolder()->ID();
+    db_.OpenConnection(connection_string_, "", "");
+  }
+
+  // A folder named `name` under `parent`; answers its id.
+  std::string AddFolder(const std::string& name, const std::string& parent) {
+    auto folder = Folder::Create();
+    folder->SetName(name);
+    return access_->AddFolder(folder, parent, true)->ID();
+  }
+
+  std::shared_ptr<DataAccess> access_ = DataAccessSQL::Create();
+  DBConnection db_;
+  std::string root_;
 };
 
 // Names the instances "SQLite" and "PostgreSQL".

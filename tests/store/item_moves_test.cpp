@@ -15,22 +15,8 @@
 namespace clipcat::testing {
 namespace {
 
-class ItemMovesTest : public EngineCatalogTest {
+class ItemMovesTest : public EngineAccessTest {
  protected:
-  void SetUp() override {
-    EngineCatalogTest::SetUp();
-    if (IsSkipped()) return;
-    access_->SetConnectionString(connection_string_);
-    root_ = access_->GetPersonalCatalogRootFolder()->ID();
-    db_.OpenConnection(connection_string_, "", "");
-  }
-
-  std::string AddFolder(const std::string& name, const std::string& parent) {
-    auto folder = Folder::Create();
-    folder->SetName(name);
-    return access_->AddFolder(folder, parent, true)->ID();
-  }
-
   std::string Add(const std::string& name, const std::string& folder) {
     return access_->AddClipping(NewClipping(name, "text of " + name), folder)->ID();
   }
@@ -58,10 +44,6 @@ class ItemMovesTest : public EngineCatalogTest {
     }
     return text;
   }
-
-  std::shared_ptr<DataAccess> access_ = DataAccessSQL::Create();
-  DBConnection db_;
-  std::string root_;
 };
 
 INSTANTIATE_TEST_SUITE_P(BothEngines, ItemMovesTest, ::testing::Bool(), EngineName);

@@ -67,22 +67,8 @@ std::string Describe(const TrashEntry& entry) {
 
 const std::string kRtf = std::string("{\\rtf1\\ansi \\b Dear\\b0  Sir\\par}\0\x01\xfe\xff", 35);
 
-class TrashVersionsTest : public EngineCatalogTest {
+class TrashVersionsTest : public EngineAccessTest {
  protected:
-  void SetUp() override {
-    EngineCatalogTest::SetUp();
-    if (IsSkipped()) return;
-    access_->SetConnectionString(connection_string_);
-    root_ = access_->GetPersonalCatalogRootFolder()->ID();
-    db_.OpenConnection(connection_string_, "", "");
-  }
-
-  std::string AddFolder(const std::string& name, const std::string& parent) {
-    auto folder = Folder::Create();
-    folder->SetName(name);
-    return access_->AddFolder(folder, parent, true)->ID();
-  }
-
   std::string Add(const std::string& name, const std::string& folder,
                   const std::string& description = "") {
     return access_->AddClipping(NewClipping(name, "text of " + name, description), folder)->ID();
@@ -132,10 +118,6 @@ class TrashVersionsTest : public EngineCatalogTest {
     }
     return numbers;
   }
-
-  std::shared_ptr<DataAccess> access_ = DataAccessSQL::Create();
-  DBConnection db_;
-  std::string root_;
 };
 
 INSTANTIATE_TEST_SUITE_P(BothEngines, TrashVersionsTest, ::testing::Bool(), EngineName);
