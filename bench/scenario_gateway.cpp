@@ -157,15 +157,7 @@ void RunGateway(const Options& options, Report& report) {
       }
     }
     CatalogFiller filler(path);
-    std::vector<int64_t> folders;
-    for (int i = 0; i < 100; ++i)
-      folders.push_back(filler.AddFolder(1, "F" + std::to_string(i), ""));
-    for (int i = 0; i < clippings; ++i) {
-      const Content& c = contents[static_cast<size_t>(i) % contents.size()];
-      keys.push_back(filler.AddClipping(folders[static_cast<size_t>(i) % folders.size()],
-                                        "Clipping " + std::to_string(i), "Benchmark clipping",
-                                        {{1, c.rtf}, {2, c.text}}));
-    }
+    keys = AddSpreadClippings(filler, contents, clippings);
     filler.Finish();
   }
   Require(

@@ -34,18 +34,10 @@ void RunRead(const Options& options, Report& report) {
   {
     const std::vector<Content> contents = MakeContents(256, 2048, 200, 11);
     CatalogFiller filler(path);
-    std::vector<int64_t> folders;
-    for (int i = 0; i < 100; ++i)
-      folders.push_back(filler.AddFolder(1, "F" + std::to_string(i), ""));
-    for (int i = 0; i < clippings; ++i) {
-      const Content& c = contents[static_cast<size_t>(i) % contents.size()];
-      keys.push_back(filler.AddClipping(folders[static_cast<size_t>(i) % folders.size()],
-                                        "Clipping " + std::to_string(i), "Benchmark clipping",
-                                        {{1, c.rtf}, {2, c.text}}));
-    }
+    keys = AddSpreadClippings(filler, contents, clippings);
     std::mt19937 random(5);
-    large_key = filler.AddClipping(folders[0], "Large", "5 MB item",
-                                   {{1, MakeRtf(random, kLargeItemBytes)}});
+    large_key =
+        filler.AddClipping(1, "Large", "5 MB item", {{1, MakeRtf(random, kLargeItemBytes)}});
     filler.Finish();
   }
 

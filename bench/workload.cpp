@@ -214,4 +214,18 @@ void CatalogFiller::Finish() {
   finished_ = true;
 }
 
+std::vector<int64_t> AddSpreadClippings(CatalogFiller& filler, const std::vector<Content>& contents,
+                                        int clippings) {
+  std::vector<int64_t> folders;
+  for (int i = 0; i < 100; ++i) folders.push_back(filler.AddFolder(1, "F" + std::to_string(i), ""));
+  std::vector<int64_t> keys;
+  for (int i = 0; i < clippings; ++i) {
+    const Content& c = contents[static_cast<size_t>(i) % contents.size()];
+    keys.push_back(filler.AddClipping(folders[static_cast<size_t>(i) % folders.size()],
+                                      "Clipping " + std::to_string(i), "Benchmark clipping",
+                                      {{1, c.rtf}, {2, c.text}}));
+  }
+  return keys;
+}
+
 }  // namespace clipcat_bench

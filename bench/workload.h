@@ -93,4 +93,10 @@ class CatalogFiller {
   bool finished_ = false;
 };
 
+// Adds 100 folders "F0".."F99" under the top folder and `clippings` clippings spread over them
+// ("Clipping N", a 2 KB RTF and a 200-byte text item each, drawn from `contents` in turn);
+// answers the clippings' keys in order. The filler is not finished.
+std::vector<int64_t> AddSpreadClippings(CatalogFiller& filler, const std::vector<Content>& contents,
+                                        int clippings);
+
 }  // namespace clipcat_bench
