@@ -16,6 +16,7 @@
 #include "entities/connection_details.h"
 #include "entities/xml_io.h"
 #include "library/catalog_document_internal.h"
+#include "library/item_paths.h"
 #include "util/base64.h"
 #include "util/errors.h"
 
@@ -218,15 +219,6 @@ void SetTextAttribute(pugi::xml_node element, const char* name, const std::strin
 std::string RequiredName(pugi::xml_node element) {
   RequiredAttribute(element, doc::kName);
   return TextAttribute(element, doc::kName);
-}
-
-std::string PathStep(const std::string& name) {
-  std::string step;
-  for (char c : name) {
-    if (c == '\\' || c == '/') step += '\\';
-    step += c;
-  }
-  return step;
 }
 
 ClippingReferences::ClippingReferences(pugi::xml_node root) {

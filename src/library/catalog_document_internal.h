@@ -42,9 +42,6 @@ void SetTextAttribute(pugi::xml_node element, const char* name, const std::strin
 // would refuse (blank, control characters) are read as they are: the import fixes them up.
 std::string RequiredName(pugi::xml_node element);
 
-// `name` as one step of a clipping path: "\\" for a backslash and "\/" for a slash.
-std::string PathStep(const std::string& name);
-
 // The clippings of a document that its <member>s can name: every clipping by its id, and the live
 // ones (not marked deleted, nor below a folder that is) by their path from the top folder,
 // "Folder/Sub/Name" with each step as PathStep writes it.

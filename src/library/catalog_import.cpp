@@ -11,6 +11,7 @@
 #include "engine/case_folding.h"
 #include "library/catalog_document_internal.h"
 #include "library/item_lookup.h"
+#include "library/item_paths.h"
 #include "library/transfer_internal.h"
 #include "util/date.h"
 #include "util/errors.h"
@@ -381,7 +382,7 @@ class Importer {
         }
         const auto [id, existed] = AddFolder(child, step.id, step.path, step.existed, in_trash);
         const std::string path =
-            (step.path.empty() ? "" : step.path + "/") + internal::PathStep(RequiredName(child));
+            (step.path.empty() ? "" : step.path + "/") + PathStep(RequiredName(child));
         std::vector<Step>& group = folders.emplace_back();
         if (marked) group.push_back({Kind::kTrash, child, id, true, false, path});
         expand(group, child, id, in_trash, existed, path);

@@ -1,12 +1,31 @@
 #include "library/clipping_search.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "entities/search.h"
 #include "library/item_lookup.h"
+#include "library/linked_listings.h"
 #include "util/errors.h"
 
 namespace clipcat {
+namespace {
 
-std::shared_ptr<Clippings> SearchClippings(Catalog& catalog, const ClippingQuery& query) {
+// The top folders of the catalogs a search without a folder reads: the selected catalog's first.
+std::vector<std::string> SearchedCatalogs(Catalog& catalog, bool linked,
+                                          std::vector<std::string>* offline) {
+  std::vector<std::string> tops = {RequireTopFolder(catalog)->ID()};
+  if (!linked) return tops;
+  const LinkedCatalogs others = ListLinkedCatalogs(catalog);
+  for (const LinkedCatalogs::Online& other : others.online) tops.push_back(other.top_id);
+  if (offline != nullptr) *offline = others.offline;
+  return tops;
+}
+
+}  // namespace
+
+std::shared_ptr<Clippings> SearchClippings(Catalog& catalog, const ClippingQuery& query,
+                                           std::vector<std::string>* offline) {
   const auto search = Search::Create();
   // The service matches whole names unless "*" says otherwise; people type some of one.
   search->SetSearchText(query.text.find('*') == std::string::npos ? "*" + query.text + "*"
@@ -14,7 +33,7 @@ std::shared_ptr<Clippings> SearchClippings(Catalog& catalog, const ClippingQuery
   std::vector<std::string> folders = query.folders;
   bool subfolders = query.subfolders;
   if (folders.empty()) {
-    folders.push_back(RequireTopFolder(catalog)->ID());
+    folders = SearchedCatalogs(catalog, query.linked, offline);
     subfolders = true;
   }
   for (const auto& folder : folders) search->FolderIDs()->Add(folder);
@@ -24,23 +43,50 @@ std::shared_ptr<Clippings> SearchClippings(Catalog& catalog, const ClippingQuery
   return catalog.read().SearchForClippings(search, catalog.details());
 }
 
-std::vector<FoundClipping> SearchContent(Catalog& catalog, const ContentQueryOptions& options) {
+std::vector<FoundClipping> SearchContent(Catalog& catalog, const ContentQueryOptions& options,
+                                         std::vector<std::string>* offline) {
   ContentSearchOptions search;
-  search.folder_id = options.folder;
   search.data_type = options.data_type;
   search.max_items = options.limit;
-  if (!options.category.empty()) {
-    const std::string home =
-        options.folder.empty() ? RequireTopFolder(catalog)->ID() : options.folder;
-    const auto category = CategoryNamed(catalog, home, options.category);
-    if (category == nullptr) {
-      throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
-                            "There is no category named \"" + options.category + "\".");
+  // A folder is searched as the service searches it; without one, each catalog on its own.
+  const std::vector<std::string> tops = options.folder.empty()
+                                            ? SearchedCatalogs(catalog, options.linked, offline)
+                                            : std::vector<std::string>{options.folder};
+  std::vector<FoundClipping> found;
+  bool category_found = options.category.empty();
+  for (const std::string& top : tops) {
+    const bool selected = top == tops.front();
+    const auto search_one = [&] {
+      search.folder_id = top;
+      search.category_id.clear();
+      if (!options.category.empty()) {
+        const auto category = CategoryNamed(catalog, top, options.category);
+        if (category == nullptr) return;
+        category_found = true;
+        search.category_id = category->ID();
+      }
+      std::vector<FoundClipping> part =
+          catalog.read().FindContent(options.text, search, catalog.details());
+      std::move(part.begin(), part.end(), std::back_inserter(found));
+    };
+    // The selected catalog's errors are the search's; a linked catalog's leave it out.
+    if (selected) {
+      search_one();
+    } else {
+      IgnoreErrors(search_one);
     }
-    search.category_id = category->ID();
   }
-  std::vector<FoundClipping> found =
-      catalog.read().FindContent(options.text, search, catalog.details());
+  if (!category_found) {
+    throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
+                          "There is no category named \"" + options.category + "\".");
+  }
+  // Stable, so that equal scores keep each catalog's own order.
+  std::stable_sort(found.begin(), found.end(), [](const FoundClipping& a, const FoundClipping& b) {
+    return a.score > b.score;
+  });
+  if (found.size() > static_cast<size_t>(std::max(options.limit, 0))) {
+    found.resize(static_cast<size_t>(std::max(options.limit, 0)));
+  }
   for (FoundClipping& hit : found) {
     IgnoreErrors([&] {
       hit.clipping->SetPathName(

@@ -46,17 +46,6 @@ json DateJson(const Date& date) {
   return FormatIsoUtc(date);
 }
 
-std::string SlashPath(const std::string& store_path) {
-  std::string path = store_path;
-  if (!path.empty() && path.front() == '\\') path.erase(0, 1);
-  const size_t first = path.find('\\');
-  path = first == std::string::npos ? "" : path.substr(first + 1);
-  for (char& c : path) {
-    if (c == '\\') c = '/';
-  }
-  return path;
-}
-
 json FolderJson(const Folder& folder, bool with_children) {
   constexpr int32_t kStatusError = 4;  // a linked catalog that did not answer
   json out = {{"id", folder.ID()},
@@ -98,7 +87,7 @@ json ClippingJson(const Clipping& clipping, bool with_content,
           {"description", clipping.Description()},
           {"guid", clipping.GUID()},
           {"folder_id", clipping.FolderID()},
-          {"path", SlashPath(clipping.PathName())},
+          {"path", clipping.PathName()},
           {"categories", NamesList(clipping.Categories())},
           {"updated", DateJson(clipping.Updated())},
           {"accessed", Accessed(clipping, last_access)},
@@ -117,7 +106,7 @@ json TrashEntryJson(const TrashEntry& entry) {
           {"kind", entry.is_folder ? "folder" : "clipping"},
           {"name", entry.name},
           {"folder_id", entry.folder_id},
-          {"path", SlashPath(entry.path)},
+          {"path", entry.path},
           {"deleted", entry.deleted ? DateJson(*entry.deleted) : json(nullptr)},
           {"deleted_by", entry.deleted_by},
           {"items_inside", entry.items_inside}};

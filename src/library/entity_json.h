@@ -1,6 +1,7 @@
 // The catalog's entities as JSON for scripts and the HTTP gateway: one fixed, lower-case key set
-// per entity, dates in UTC ISO 8601, null for a date that was never set, paths with '/'. Stateless
-// and thread-safe. The key names and date form are what scripts depend on: frozen once released.
+// per entity, dates in UTC ISO 8601, null for a date that was never set. Paths are written as the
+// caller set them (the command line sets the paths of item_paths.h). Stateless and thread-safe. The
+// key names and date form are what scripts depend on: frozen once released.
 #pragma once
 
 #include <map>
@@ -22,10 +23,6 @@ namespace clipcat {
 // "2026-11-26T01:40:00Z"; null for day zero, 1899-12-30 00:00:00, the catalog's "never".
 nlohmann::json DateJson(const Date& date);
 
-// A store path ("\Personal\Mail\Replies") with '/' between names, relative to the catalog's top
-// folder ("Mail/Replies"); "" for the top folder itself. A path of another form is kept as it is.
-std::string SlashPath(const std::string& store_path);
-
 // {"id", "name", "description", "guid", "parent_id", "updated", "offline"} and, when
 // `with_children`, "folders": the child folders, each of the same form, recursively.
 nlohmann::json FolderJson(const Folder& folder, bool with_children);
@@ -33,17 +30,17 @@ nlohmann::json FolderJson(const Folder& folder, bool with_children);
 // {"id", "name", "description", "guid", "folder_id", "path", "categories", "updated",
 // "accessed", "data"}: "data" lists each item as {"type", "type_name", "bytes"}, and with
 // `with_content` its "content" too (a string when it is UTF-8, else null with "content_base64").
-// "path" is that of the clipping's folder (SlashPath of PathName), "categories" the names the
-// store composed, split at ", ". "accessed" is the clipping's Accessed, or with `last_access`
-// its entry there (null when it has none: never used).
+// "path" is the clipping's PathName (its folder's path), "categories" the names the store composed,
+// split at ", ". "accessed" is the clipping's Accessed, or with `last_access` its entry there (null
+// when it has none: never used).
 nlohmann::json ClippingJson(const Clipping& clipping, bool with_content,
                             const std::map<std::string, Date>* last_access = nullptr);
 
 // {"id", "name", "description", "updated"}.
 nlohmann::json CategoryJson(const Category& category);
 
-// {"id", "kind" ("folder" or "clipping"), "name", "folder_id", "path", "deleted" (null when not
-// known), "deleted_by", "items_inside"}.
+// {"id", "kind" ("folder" or "clipping"), "name", "folder_id", "path" (the entry's path as it
+// is), "deleted" (null when not known), "deleted_by", "items_inside"}.
 nlohmann::json TrashEntryJson(const TrashEntry& entry);
 
 // {"version", "replaced", "by", "name", "description", "bytes"}.

@@ -5,21 +5,36 @@
 
 #include "engine/case_folding.h"
 #include "library/item_lookup.h"
+#include "util/errors.h"
 #include "util/item_id.h"
 
 namespace clipcat {
 namespace {
 
+// The steps of `path` with their escapes undone (see PathStep); empty steps are left out.
 std::vector<std::string> Segments(const std::string& path) {
   std::vector<std::string> segments;
-  size_t start = 0;
-  while (start <= path.size()) {
-    size_t slash = path.find('/', start);
-    if (slash == std::string::npos) slash = path.size();
-    if (slash > start) segments.push_back(path.substr(start, slash - start));
-    start = slash + 1;
+  std::string step;
+  for (size_t at = 0; at < path.size(); ++at) {
+    const char c = path[at];
+    if (c == '\\' && at + 1 < path.size() && (path[at + 1] == '/' || path[at + 1] == '\\')) {
+      step += path[++at];
+    } else if (c == '/') {
+      if (!step.empty()) segments.push_back(step);
+      step.clear();
+    } else {
+      step += c;
+    }
   }
+  if (!step.empty()) segments.push_back(step);
   return segments;
+}
+
+// `steps` joined by "/"; a path that would read as an id ("12") starts with "/".
+std::string JoinSteps(const std::vector<std::string>& steps) {
+  std::string path;
+  for (const std::string& step : steps) path += (path.empty() ? "" : "/") + step;
+  return IsItemIdForm(path) ? "/" + path : path;
 }
 
 using FolderList = std::vector<std::shared_ptr<Folder>>;
@@ -41,6 +56,15 @@ FolderList Children(const Folder& folder) { return folder.ChildFolders()->Snapsh
 }
 
 }  // namespace
+
+std::string PathStep(const std::string& name) {
+  std::string step;
+  for (char c : name) {
+    if (c == '\\' || c == '/') step += '\\';
+    step += c;
+  }
+  return step;
+}
 
 std::string ResolveItem(Catalog& catalog, const std::string& text, ItemKind kind) {
   if (IsItemIdForm(text)) return text;
@@ -102,7 +126,7 @@ std::string ResolveItem(Catalog& catalog, const std::string& text, ItemKind kind
 }
 
 std::string FolderPath(Catalog& catalog, const std::string& folder_id) {
-  std::vector<std::string> names;
+  std::vector<std::string> steps;
   std::string id = folder_id;
   for (int depth = 0; depth < 100000; ++depth) {
     const auto folder = RequireFolder(catalog, id);
@@ -111,17 +135,60 @@ std::string FolderPath(Catalog& catalog, const std::string& folder_id) {
       if (GetCatalogIDFromItemID(id) != "0") {
         for (const auto& top :
              catalog.read().GetFolders(catalog.details(), true)->Items()->Snapshot()) {
-          if (top->ID() == id) names.push_back(top->Name());
+          if (top->ID() == id) steps.push_back(PathStep(top->Name()));
         }
       }
       break;
     }
-    names.push_back(folder->Name());
+    steps.push_back(PathStep(folder->Name()));
     id = folder->ParentID();
   }
+  return JoinSteps({steps.rbegin(), steps.rend()});
+}
+
+std::string FolderPaths::Of(const std::string& folder_id) {
+  if (!read_) {
+    read_ = true;
+    IgnoreErrors([&] {
+      const std::string top_id = RequireTopFolder(catalog_)->ID();
+      struct Pending {
+        std::shared_ptr<Folder> folder;
+        std::vector<std::string> steps;
+      };
+      std::vector<Pending> stack;
+      for (const auto& top :
+           catalog_.read().GetFolders(catalog_.details(), true)->Items()->Snapshot()) {
+        // The selected catalog's top folder is the empty path; a linked catalog is a step.
+        stack.push_back({top, top->ID() == top_id
+                                  ? std::vector<std::string>{}
+                                  : std::vector<std::string>{PathStep(top->Name())}});
+      }
+      while (!stack.empty()) {
+        Pending next = std::move(stack.back());
+        stack.pop_back();
+        paths_[next.folder->ID()] = JoinSteps(next.steps);
+        for (const auto& child : next.folder->ChildFolders()->Snapshot()) {
+          std::vector<std::string> steps = next.steps;
+          steps.push_back(PathStep(child->Name()));
+          stack.push_back({child, std::move(steps)});
+        }
+      }
+    });
+  }
+  const auto known = paths_.find(folder_id);
+  if (known != paths_.end()) return known->second;
   std::string path;
-  for (auto it = names.rbegin(); it != names.rend(); ++it) path += (path.empty() ? "" : "/") + *it;
+  IgnoreErrors([&] { path = FolderPath(catalog_, folder_id); });
+  paths_[folder_id] = path;
   return path;
+}
+
+std::string FolderPaths::Below(const std::string& folder_id, const std::string& name) {
+  std::string folder = Of(folder_id);
+  // A folder path that starts with "/" only so as not to read as an id needs it no more.
+  if (!folder.empty() && folder.front() == '/') folder.erase(0, 1);
+  return JoinSteps(folder.empty() ? std::vector<std::string>{PathStep(name)}
+                                  : std::vector<std::string>{folder, PathStep(name)});
 }
 
 }  // namespace clipcat

@@ -1,5 +1,5 @@
 // The entities' JSON: dates read as local time and written in UTC under several zones and across
-// a summer-time change, the zero date as null, store paths with '/', content that is not UTF-8.
+// a summer-time change, the zero date as null, content that is not UTF-8.
 #include "library/entity_json.h"
 
 #include <gtest/gtest.h>
@@ -67,20 +67,13 @@ TEST(EntityJson, TheZeroDateIsNullAndOnlyIt) {
   EXPECT_EQ(DateJson(At(1899, 12, 29, 0, 0, 0)), "1899-12-29T00:00:00Z");
 }
 
-TEST(EntityJson, StorePathsBecomeSlashPathsBelowTheTopFolder) {
-  EXPECT_EQ(SlashPath("Personal\\Mail\\Replies"), "Mail/Replies");
-  EXPECT_EQ(SlashPath("\\Personal\\Mail"), "Mail");
-  EXPECT_EQ(SlashPath("Personal"), "");
-  EXPECT_EQ(SlashPath(""), "");
-}
-
 TEST(EntityJson, ClippingsCarryTheirKeysAndContentThatIsNotUtf8AsBase64) {
   Zone utc("UTC0");
   Clipping clipping;
   clipping.SetID("P7C15");
   clipping.SetName("Signature");
   clipping.SetFolderID("P7C3");
-  clipping.SetPathName("Team\\Mail");
+  clipping.SetPathName("Team/Mail");
   clipping.SetCategories("Work, Home");
   for (const auto& [type, content] : {std::pair<int, std::string>{2, "Regards,\nAnn"},
                                       {1, std::string("\xff\xfe", 2)},
@@ -93,7 +86,7 @@ TEST(EntityJson, ClippingsCarryTheirKeysAndContentThatIsNotUtf8AsBase64) {
   const nlohmann::json listed = ClippingJson(clipping, false);
   EXPECT_EQ(listed["id"], "P7C15");
   EXPECT_EQ(listed["folder_id"], "P7C3");
-  EXPECT_EQ(listed["path"], "Mail");
+  EXPECT_EQ(listed["path"], "Team/Mail");
   EXPECT_EQ(listed["categories"], nlohmann::json::array({"Work", "Home"}));
   EXPECT_TRUE(listed["accessed"].is_null());
   EXPECT_EQ(listed["data"][1], (nlohmann::json{{"type", 1}, {"type_name", "rtf"}, {"bytes", 2}}));

@@ -1,0 +1,71 @@
+#include "library/linked_listings.h"
+
+#include <limits>
+
+#include "library/item_lookup.h"
+#include "library/item_paths.h"
+#include "util/errors.h"
+#include "util/item_id.h"
+
+namespace clipcat {
+namespace {
+
+constexpr int32_t kStatusOffline = 4;  // GetLinkedFolders: a catalog that did not answer
+
+}  // namespace
+
+LinkedCatalogs ListLinkedCatalogs(Catalog& catalog) {
+  LinkedCatalogs linked;
+  for (const auto& folder :
+       catalog.read().GetLinkedFolders(catalog.details())->Items()->Snapshot()) {
+    // The list starts with the selected catalog's own top folder, which links nothing.
+    if (folder->Status() == kStatusOffline) {
+      linked.offline.push_back(folder->Name());
+    } else if (IsExternalItemID(folder->ID())) {
+      linked.online.push_back({folder->ID(), folder->Name()});
+    }
+  }
+  return linked;
+}
+
+std::vector<CatalogCategory> ListCategories(Catalog& catalog, bool with_linked,
+                                            std::vector<std::string>* offline) {
+  std::vector<CatalogCategory> listed;
+  const auto add = [&](const std::string& top_id, const std::string& name) {
+    for (const auto& category :
+         catalog.read().GetCategoriesFromFolder(top_id, catalog.details())->Items()->Snapshot()) {
+      listed.push_back({category, name});
+    }
+  };
+  add(RequireTopFolder(catalog)->ID(), "");
+  if (!with_linked) return listed;
+  LinkedCatalogs linked = ListLinkedCatalogs(catalog);
+  FolderPaths paths(catalog);
+  for (const LinkedCatalogs::Online& other : linked.online) {
+    // One that stops answering between the two questions is as good as offline.
+    if (!IgnoreErrors([&] { add(other.top_id, paths.Of(other.top_id)); })) {
+      linked.offline.push_back(other.name);
+    }
+  }
+  if (offline != nullptr) *offline = linked.offline;
+  return listed;
+}
+
+std::vector<std::shared_ptr<Clipping>> RecentlyUsed(Catalog& catalog, int32_t maximum,
+                                                    bool with_linked,
+                                                    std::vector<std::string>* offline) {
+  RequireReachable(catalog);
+  // Without the linked catalogs the history is read whole and the selected catalog's kept:
+  // the store cannot leave the others out.
+  const auto history = catalog.read().GetClippingsHistroy(
+      with_linked ? maximum : std::numeric_limits<int32_t>::max(), catalog.details());
+  std::vector<std::shared_ptr<Clipping>> used;
+  for (const auto& clipping : history->Items()->Snapshot()) {
+    if (static_cast<int32_t>(used.size()) >= maximum) break;
+    if (with_linked || !IsExternalItemID(clipping->ID())) used.push_back(clipping);
+  }
+  if (with_linked && offline != nullptr) *offline = ListLinkedCatalogs(catalog).offline;
+  return used;
+}
+
+}  // namespace clipcat
