@@ -255,14 +255,18 @@ class SearchUnit final : public Command {
     command.add_flag("--any-category", options_.query.any_category,
                      "With --names-only: a clipping in one of the categories matches whatever "
                      "its text");
+    command.add_flag("--local", local_,
+                     "Search only the selected catalog, not the catalogs linked into it");
   }
   void Run(const Context& context) override {
     options_.query.folders = Resolved(context, options_.query.folders, ItemKind::kFolder);
+    options_.query.linked = !local_;
     SearchCommand(context, options_);
   }
 
  private:
   SearchOptions options_;
+  bool local_ = false;
 };
 
 class TagUnit final : public Command {
@@ -298,9 +302,14 @@ class TagUnit final : public Command {
 
 class CategoriesUnit final : public Command {
  public:
-  CategoriesUnit() : Command("categories", "List the categories") {}
-  void Declare(CLI::App&) override {}
-  void Run(const Context& context) override { CategoriesCommand(context); }
+  CategoriesUnit() : Command("categories", "List the categories, those of linked catalogs too") {}
+  void Declare(CLI::App& command) override {
+    command.add_flag("--local", local_, "Only the selected catalog's categories");
+  }
+  void Run(const Context& context) override { CategoriesCommand(context, !local_); }
+
+ private:
+  bool local_ = false;
 };
 
 class HistoryUnit final : public Command {
@@ -308,11 +317,13 @@ class HistoryUnit final : public Command {
   HistoryUnit() : Command("history", "The most recently used clippings (show counts as a use)") {}
   void Declare(CLI::App& command) override {
     command.add_option("--max", maximum_, "How many (default 20)");
+    command.add_flag("--local", local_, "Only clippings of the selected catalog");
   }
-  void Run(const Context& context) override { HistoryCommand(context, maximum_); }
+  void Run(const Context& context) override { HistoryCommand(context, maximum_, !local_); }
 
  private:
   int maximum_ = 20;
+  bool local_ = false;
 };
 
 class LinkUnit final : public Command {
@@ -395,10 +406,11 @@ class TrashUnit final : public Command {
     empty_->add_option("--folder", folder_, "The trash of the catalog this linked folder links");
   }
   void Run(const Context& context) override {
+    const std::string folder = Resolved(context, folder_, ItemKind::kFolder);
     if (empty_->parsed()) {
-      EmptyTrashCommand(context, older_than_, folder_);
+      EmptyTrashCommand(context, older_than_, folder);
     } else {
-      TrashCommand(context, folder_);
+      TrashCommand(context, folder);
     }
   }
 
@@ -544,7 +556,8 @@ class ImportUnit final : public Command {
         ->check(CLI::IsMember({"fail", "skip", "replace", "rename"}));
   }
   void Run(const Context& context) override {
-    ImportCommand(context, file_, into_, with_history_, on_conflict_);
+    ImportCommand(context, file_, Resolved(context, into_, ItemKind::kFolder), with_history_,
+                  on_conflict_);
   }
 
  private:

@@ -82,8 +82,11 @@ void ReindexCommand(const Context& context, const std::string& folder);
 // Puts each clipping in the category (see TagClippings), or takes each out of it.
 void TagCommand(const Context& context, const std::vector<std::string>& clippings,
                 const std::string& category, bool untag);
-void CategoriesCommand(const Context& context);
-void HistoryCommand(const Context& context, int maximum);
+// The categories (with a CATALOG column: "" for the selected catalog, else the linked folder's
+// path) and the recently used clippings, of the linked catalogs too with `with_linked`; each
+// linked catalog left out because it did not answer is named on standard error (not with -q).
+void CategoriesCommand(const Context& context, bool with_linked);
+void HistoryCommand(const Context& context, int maximum, bool with_linked);
 // Links the catalog that `target` (a file or a postgresql:// URI) or else `connection` (connection
 // details as XML) names as the top-level folder `name`.
 void LinkCommand(const Context& context, const std::string& name, const std::string& target,

@@ -8,6 +8,7 @@
 #include "library/clipping_details.h"
 #include "library/item_edits.h"
 #include "library/item_lookup.h"
+#include "library/linked_listings.h"
 #include "library/team_catalog.h"
 
 namespace clipcat::cli {
@@ -50,32 +51,47 @@ void TreeCommand(const Context& context) {
   PrintFolderTree(*folders, context.out);
 }
 
-void CategoriesCommand(const Context& context) {
+void CategoriesCommand(const Context& context, bool with_linked) {
   Catalog catalog = Catalog::Open(context.location);
-  const auto categories =
-      catalog.read().GetCategoriesFromFolder(RequireTopFolder(catalog)->ID(), catalog.details());
+  std::vector<std::string> offline;
+  const std::vector<CatalogCategory> listed = ListCategories(catalog, with_linked, &offline);
+  NoteOffline(context, offline);
   if (context.xml) {
+    const auto categories = Categories::Create();
+    for (const CatalogCategory& entry : listed) categories->AddCategory(entry.category);
     context.out << categories->XML() << "\n";
     return;
   }
   if (context.json) {
     nlohmann::json list = nlohmann::json::array();
-    for (const auto& category : *categories->Items()) list.push_back(CategoryJson(*category));
+    for (const CatalogCategory& entry : listed) {
+      nlohmann::json category = CategoryJson(*entry.category);
+      category["catalog"] = entry.catalog;
+      list.push_back(std::move(category));
+    }
     PrintJson(context, list);
     return;
   }
-  Table table({"ID", "NAME", "DESCRIPTION"});
-  for (const auto& category : *categories->Items()) {
-    table.Add({category->ID(), category->Name(), category->Description()});
+  Table table({"ID", "NAME", "CATALOG", "DESCRIPTION"});
+  for (const CatalogCategory& entry : listed) {
+    table.Add({entry.category->ID(), entry.category->Name(), PathCell(entry.catalog),
+               entry.category->Description()});
   }
   table.Print(context);
 }
 
-void HistoryCommand(const Context& context, int maximum) {
+void HistoryCommand(const Context& context, int maximum, bool with_linked) {
   Catalog catalog = Catalog::Open(context.location);
-  RequireReachable(catalog);
-  const auto clippings = catalog.read().GetClippingsHistroy(maximum, catalog.details());
-  if (context.json) AddPathsAndCategories(catalog, clippings->Items()->Snapshot());
+  std::vector<std::string> offline;
+  const auto used = RecentlyUsed(catalog, maximum, with_linked, &offline);
+  NoteOffline(context, offline);
+  const auto clippings = Clippings::Create();
+  for (const auto& clipping : used) clippings->AddClipping(clipping);
+  if (context.json) {
+    AddPathsAndCategories(catalog, used);
+  } else if (!context.xml) {
+    AddPaths(catalog, used);
+  }
   PrintClippings(*clippings, context, true);
 }
 

@@ -19,6 +19,7 @@
 #include "library/content_index.h"
 #include "library/item_edits.h"
 #include "library/item_lookup.h"
+#include "library/item_paths.h"
 #include "library/trash_and_versions.h"
 #include "util/errors.h"
 #include "util/values.h"
@@ -103,7 +104,8 @@ void ShowCommand(const Context& context, const std::string& id, int raw_type, bo
     context.out << clipping->XML() << "\n";
     return;
   }
-  const std::string path = catalog.read().GetClippingPathName(id, catalog.details());
+  FolderPaths paths(catalog);
+  const std::string path = paths.Of(clipping->FolderID());
   const std::string categories =
       catalog.read().GetCategoriesNamesForClipping(id, catalog.details());
   if (context.json) {
@@ -119,7 +121,8 @@ void ShowCommand(const Context& context, const std::string& id, int raw_type, bo
   table.Add({"id", clipping->ID()});
   table.Add({"name", clipping->Name()});
   table.Add({"description", clipping->Description()});
-  table.Add({"folder", clipping->FolderID() + "  " + path});
+  table.Add({"path", paths.Below(clipping->FolderID(), clipping->Name())});
+  table.Add({"folder", clipping->FolderID() + "  " + PathCell(path)});
   table.Add({"guid", clipping->GUID()});
   table.Add({version ? "replaced" : "updated",
              context.tsv ? TsvDate(clipping->Updated()) : FormatCatalogDate(clipping->Updated())});
@@ -200,8 +203,11 @@ void RemoveCommand(const Context& context, const std::string& id, const RemoveOp
 void SearchCommand(const Context& context, const SearchOptions& options) {
   Catalog catalog = Catalog::Open(context.location);
   for (const std::string& folder : options.query.folders) RequireFolder(catalog, folder);
+  std::vector<std::string> offline;
   if (options.names_only) {
-    const auto clippings = SearchClippings(catalog, options.query);
+    const auto clippings = SearchClippings(catalog, options.query, &offline);
+    NoteOffline(context, offline);
+    if (!context.xml) AddPaths(catalog, clippings->Items()->Snapshot());
     if (context.xml) {
       context.out << clippings->XML() << "\n";
     } else if (context.json) {
@@ -214,7 +220,8 @@ void SearchCommand(const Context& context, const SearchOptions& options) {
     } else {
       Table table({"ID", "NAME", "FOLDER", "CATEGORIES"});
       for (const auto& clipping : *clippings->Items()) {
-        table.Add({clipping->ID(), clipping->Name(), clipping->PathName(), clipping->Categories()});
+        table.Add({clipping->ID(), clipping->Name(), PathCell(clipping->PathName()),
+                   clipping->Categories()});
       }
       table.Print(context);
     }
@@ -229,27 +236,34 @@ void SearchCommand(const Context& context, const SearchOptions& options) {
   }
   ContentQueryOptions content;
   content.text = query.text;
+  content.linked = query.linked;
   if (!query.folders.empty()) content.folder = query.folders.front();
   if (!query.categories.empty()) content.category = query.categories.front();
   content.data_type = options.type;
   content.limit = options.limit;
-  const std::vector<FoundClipping> found = SearchContent(catalog, content);
+  const std::vector<FoundClipping> found = SearchContent(catalog, content, &offline);
+  NoteOffline(context, offline);
+  std::vector<std::shared_ptr<Clipping>> hits;
+  for (const FoundClipping& hit : found) hits.push_back(hit.clipping);
+  if (context.json) {
+    AddPathsAndCategories(catalog, hits);
+  } else if (!context.xml) {
+    AddPaths(catalog, hits);
+  }
   if (context.xml) {
     const auto clippings = Clippings::Create();
     for (const FoundClipping& hit : found) clippings->AddClipping(hit.clipping);
     context.out << clippings->XML() << "\n";
   } else if (context.json) {
     nlohmann::json list = nlohmann::json::array();
-    std::vector<std::shared_ptr<Clipping>> hits;
-    for (const FoundClipping& hit : found) hits.push_back(hit.clipping);
-    AddPathsAndCategories(catalog, hits);
     const AccessTimes used = LastAccessTimes(catalog);
     for (const FoundClipping& hit : found) list.push_back(FoundClippingJson(hit, &used));
     PrintJson(context, list);
   } else {
     Table table({"ID", "NAME", "FOLDER", "MATCH"});
     for (const FoundClipping& hit : found) {
-      table.Add({hit.clipping->ID(), hit.clipping->Name(), hit.clipping->PathName(), hit.snippet});
+      table.Add({hit.clipping->ID(), hit.clipping->Name(), PathCell(hit.clipping->PathName()),
+                 hit.snippet});
     }
     table.Print(context);
   }

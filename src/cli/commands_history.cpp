@@ -5,6 +5,7 @@
 #include "cli/commands.h"
 #include "cli/printing.h"
 #include "library/catalog.h"
+#include "library/item_paths.h"
 #include "library/trash_and_versions.h"
 #include "util/date.h"
 
@@ -21,7 +22,15 @@ std::string Bytes(int64_t bytes) {
 
 void TrashCommand(const Context& context, const std::string& folder) {
   Catalog catalog = Catalog::Open(context.location);
-  const std::vector<TrashEntry> entries = ListTrash(catalog, folder);
+  std::vector<TrashEntry> entries = ListTrash(catalog, folder);
+  // Where each was, as a path the command line takes back; a folder that is gone (the store
+  // gave no path) is shown by its id in the table.
+  FolderPaths paths(catalog);
+  std::vector<bool> gone;
+  for (TrashEntry& entry : entries) {
+    gone.push_back(entry.path.empty());
+    if (!entry.path.empty()) entry.path = paths.Of(entry.folder_id);
+  }
   if (context.json) {
     nlohmann::json list = nlohmann::json::array();
     for (const TrashEntry& entry : entries) list.push_back(TrashEntryJson(entry));
@@ -33,9 +42,10 @@ void TrashCommand(const Context& context, const std::string& folder) {
     return;
   }
   Table table({"ID", "KIND", "NAME", "WAS IN", "DELETED", "BY", "WITH IT"});
-  for (const TrashEntry& entry : entries) {
+  for (size_t i = 0; i < entries.size(); ++i) {
+    const TrashEntry& entry = entries[i];
     table.Add({entry.id, entry.is_folder ? "folder" : "clipping", entry.name,
-               entry.path.empty() ? entry.folder_id : entry.path,
+               gone[i] ? entry.folder_id : PathCell(entry.path),
                !entry.deleted ? (context.tsv ? "" : "(before the trash was kept)")
                : context.tsv  ? TsvDate(*entry.deleted)
                               : FormatIsoDate(*entry.deleted),

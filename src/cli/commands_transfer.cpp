@@ -5,6 +5,7 @@
 #include <iostream>
 #include <sstream>
 
+#include "cli/call_command.h"
 #include "cli/commands.h"
 #include "cli/printing.h"
 #include "cli/progress.h"
@@ -13,6 +14,7 @@
 #include "library/catalog_import.h"
 #include "library/catalog_portable.h"
 #include "library/catalog_sources.h"
+#include "library/item_paths.h"
 #include "util/errors.h"
 
 namespace clipcat::cli {
@@ -88,10 +90,50 @@ std::string NoteLine(const ImportNote& note) {
   return item;
 }
 
+// The counts of a document or an import as JSON: every kind, zeros included.
+nlohmann::json CountsJson(const DocumentCounts& counts) {
+  return {{"folders", counts.folders},       {"clippings", counts.clippings},
+          {"categories", counts.categories}, {"memberships", counts.memberships},
+          {"links", counts.links},           {"versions", counts.versions},
+          {"in_trash", counts.deleted}};
+}
+
+const char* NoteKind(ImportNote::Kind kind) {
+  switch (kind) {
+    case ImportNote::Kind::kSkipped:
+      return "skipped";
+    case ImportNote::Kind::kMerged:
+      return "merged";
+    case ImportNote::Kind::kReplaced:
+      return "replaced";
+    case ImportNote::Kind::kRenamed:
+      return "renamed";
+    case ImportNote::Kind::kNameFixed:
+      return "name_fixed";
+  }
+  return "";
+}
+
+// {"kind", "what", "folder", "name", "new_name"}: "folder" is the document's folder path; the
+// old name of an item whose name was fixed is not repeated (it may hold control characters).
+nlohmann::json NoteJson(const ImportNote& note) {
+  const bool fixed = note.kind == ImportNote::Kind::kNameFixed;
+  return {{"kind", NoteKind(note.kind)},
+          {"what", note.what},
+          {"folder", note.folder},
+          {"name", fixed ? nlohmann::json(nullptr) : nlohmann::json(note.name)},
+          {"new_name",
+           note.new_name.empty() ? nlohmann::json(nullptr) : nlohmann::json(note.new_name)}};
+}
+
 }  // namespace
 
 void ExportCommand(const Context& context, const std::string& file, bool with_history,
                    bool portable) {
+  // The document is what standard output holds then: a summary beside it would break it.
+  if (context.json && IsStandardStream(file)) {
+    throw UsageError("export --json needs FILE: without one the document is the output");
+  }
   Catalog catalog = Catalog::Open(context.location);
   CatalogDocument document;
   {
@@ -104,6 +146,14 @@ void ExportCommand(const Context& context, const std::string& file, bool with_hi
     return;
   }
   document.WriteFile(file);
+  if (context.json) {
+    PrintJson(context, {{"file", file},
+                        {"portable", portable},
+                        {"with_history", with_history},
+                        {"counts", CountsJson(document.counts())}});
+    return;
+  }
+  if (context.quiet) return;
   context.out << "exported " << DescribeCounts(document.counts()) << " to " << file << "\n";
 }
 
@@ -119,6 +169,17 @@ void ImportCommand(const Context& context, const std::string& file, const std::s
     options.on_conflict = ConflictPolicy(on_conflict);
     result = ImportDocument(catalog, document, into, progress.Reporter(), options);
   }
+  if (context.json) {
+    nlohmann::json notes = nlohmann::json::array();
+    for (const ImportNote& note : result.notes) notes.push_back(NoteJson(note));
+    PrintJson(context, {{"file", IsStandardStream(file) ? "-" : file},
+                        {"into", result.folder_id},
+                        {"into_path", FolderPaths(catalog).Of(result.folder_id)},
+                        {"counts", CountsJson(result.counts)},
+                        {"notes", std::move(notes)}});
+    return;
+  }
+  if (context.quiet) return;
   context.out << "imported " << DescribeCounts(result.counts) << DescribeNotes(result.notes)
               << "\n";
   for (const ImportNote& note : result.notes) context.out << NoteLine(note) << "\n";

@@ -3,6 +3,7 @@
 #include <wchar.h>
 
 #include <algorithm>
+#include <iostream>
 #include <ostream>
 
 #include "util/values.h"
@@ -122,7 +123,7 @@ void PrintClipping(const Clipping& clipping, const Context& context) {
   context.out << (context.xml ? clipping.XML() : clipping.ID()) << "\n";
 }
 
-void PrintClippings(const Clippings& clippings, const Context& context, bool with_accessed,
+void PrintClippings(const Clippings& clippings, const Context& context, bool history,
                     const AccessTimes* last_access) {
   if (context.xml) {
     context.out << clippings.XML() << "\n";
@@ -140,15 +141,26 @@ void PrintClippings(const Clippings& clippings, const Context& context, bool wit
   const auto date = [&](const Date& value) {
     return context.tsv ? TsvDate(value) : FormatCatalogDate(value);
   };
-  std::vector<std::string> header = {"ID", "NAME", "UPDATED"};
-  if (with_accessed) header.push_back("ACCESSED");
-  Table table(header);
+  Table table(history ? std::vector<std::string>{"ID", "NAME", "FOLDER", "UPDATED", "ACCESSED"}
+                      : std::vector<std::string>{"ID", "NAME", "UPDATED"});
   for (const auto& clipping : *clippings.Items()) {
-    std::vector<std::string> row = {clipping->ID(), clipping->Name(), date(clipping->Updated())};
-    if (with_accessed) row.push_back(date(clipping->Accessed()));
-    table.Add(row);
+    if (history) {
+      table.Add({clipping->ID(), clipping->Name(), PathCell(clipping->PathName()),
+                 date(clipping->Updated()), date(clipping->Accessed())});
+    } else {
+      table.Add({clipping->ID(), clipping->Name(), date(clipping->Updated())});
+    }
   }
   table.Print(context);
+}
+
+std::string PathCell(const std::string& path) { return path.empty() ? "/" : path; }
+
+void NoteOffline(const Context& context, const std::vector<std::string>& offline) {
+  if (context.quiet) return;
+  for (const std::string& name : offline) {
+    std::cerr << "note: linked catalog \"" << name << "\" did not answer: left out\n";
+  }
 }
 
 std::string DescribeCounts(const DocumentCounts& counts) {

@@ -44,10 +44,18 @@ void PrintFolder(const Folder& folder, const Context& context);
 // The same for a clipping (see ClippingJson, without content).
 void PrintClipping(const Clipping& clipping, const Context& context);
 
-// A table of clippings (ID, NAME, UPDATED, and ACCESSED when asked), or their XML with --xml, or
-// a JSON array of them (see ClippingJson, with `last_access` when given) with --json.
-void PrintClippings(const Clippings& clippings, const Context& context, bool with_accessed,
+// A table of clippings (ID, NAME, UPDATED; for `history` ID, NAME, FOLDER (the PathName each
+// holds, see AddPaths), UPDATED, ACCESSED), or their XML with --xml, or a JSON array of them
+// (see ClippingJson, with `last_access` when given) with --json.
+void PrintClippings(const Clippings& clippings, const Context& context, bool history,
                     const AccessTimes* last_access = nullptr);
+
+// A folder path (item_paths.h) in a table cell: "/" for the top folder, whose path is empty.
+std::string PathCell(const std::string& path);
+
+// One line on standard error for each linked catalog that a listing left out because it did not
+// answer: `note: linked catalog "Team" did not answer: left out`. Nothing with -q.
+void NoteOffline(const Context& context, const std::vector<std::string>& offline);
 
 // "3 folders, 12 clippings, 2 categories, 5 memberships" (and ", 1 link" when there are any).
 std::string DescribeCounts(const DocumentCounts& counts);

@@ -48,7 +48,7 @@ TEST_F(Cli, FoldersAndClippingsAreMadeShownRenamedAndRemoved) {
   // --raw writes the content byte for byte, carriage return and tab included.
   EXPECT_EQ(Ok({"show", greeting, "--raw", "2"}), "Dear Sir,\r\n\tline two");
   EXPECT_EQ(Ok({"show", piped, "--raw", "1"}), "{\\rtf1 x}");
-  EXPECT_NE(Ok({"show", greeting}).find("Personal\\Letters"), npos);
+  EXPECT_NE(Ok({"show", greeting}).find("  " + letters + "  Letters\n"), npos);
 
   Ok({"rename", greeting, "Salutation"});
   Ok({"rename", inner, "Outer"});
@@ -144,7 +144,7 @@ TEST_F(Cli, CategoriesSearchAndHistory) {
   Ok({"show", greeting});
   Ok({"show", closing, "--raw", "2"});
   const std::string history = Ok({"history"});
-  EXPECT_EQ(history.rfind("ID  NAME      UPDATED  ", 0), 0u) << history;
+  EXPECT_EQ(history.rfind("ID  NAME      FOLDER   UPDATED  ", 0), 0u) << history;
   EXPECT_EQ(FirstColumn(history).size(), 2u);
   EXPECT_EQ(FirstColumn(Ok({"history", "--max", "1"})).size(), 1u);
   Fails({"history", "--max", "many"}, 64);

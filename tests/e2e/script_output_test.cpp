@@ -116,8 +116,10 @@ TEST_F(ScriptOutput, EveryEntityCommandWritesOneJsonDocumentWithItsKeys) {
 
   const json categories = Json({"categories"});
   ASSERT_EQ(categories.size(), 1u);
-  EXPECT_EQ(Keys(categories[0]), (std::set<std::string>{"id", "name", "description", "updated"}));
+  EXPECT_EQ(Keys(categories[0]),
+            (std::set<std::string>{"id", "name", "description", "updated", "catalog"}));
   EXPECT_EQ(categories[0]["name"], "Work");
+  EXPECT_EQ(categories[0]["catalog"], "") << "the selected catalog's";
 
   // mv keeps the id and prints the moved item.
   const json moved = Json({"mv", signature, mail});
