@@ -8,6 +8,7 @@
 #include "service/service_routing.h"
 #include "store/content_query.h"
 #include "util/errors.h"
+#include "util/item_id.h"
 
 namespace clipcat {
 
@@ -32,7 +33,12 @@ std::vector<FoundClipping> ClippingDataRead::FindContent(const std::string& sQue
     if (folder->ExternalCatalogID() != 0) {
       search(*ItemDataAccess(oDefaultConnection, LinkedItemID(*folder)), "");
     } else {
-      search(*catalog, options.folder_id);
+      // A catalog's top folder holds all of it: searched as the whole catalog, without the
+      // folder filter the others need (on SQLite that filter leaves the index's fast path).
+      const std::string& parent = folder->ParentID();
+      const bool top =
+          parent.empty() || GetLocalItemID(parent, catalog->ExternalCatalogID()) == "0";
+      search(*catalog, top ? "" : options.folder_id);
     }
   } else if (!options.category_id.empty()) {
     search(*ItemDataAccess(oDefaultConnection, options.category_id), "");

@@ -115,6 +115,14 @@ TEST_P(LinkedListings, ContentSearchMergesTheCatalogsUnlessLocal) {
   EXPECT_EQ(RaisedNumber([&] { SearchContent(*catalog_, options); }), 5)
       << "no catalog searched has the category";
 
+  // A catalog's top folder stands for that catalog alone, whichever it is.
+  options = {};
+  options.text = "thanks";
+  options.folder = "1";
+  EXPECT_EQ(IdsOf(SearchContent(*catalog_, options)), Ids{reply_});
+  options.folder = "P1C1";
+  EXPECT_EQ(IdsOf(SearchContent(*catalog_, options)), Ids{team_thanks_});
+
   // The limit holds across the catalogs.
   options = {};
   options.text = "thanks";
