@@ -117,7 +117,9 @@ TransferredItem MoveItem(Catalog& catalog, const std::string& id, const std::str
       catalog.write().MoveFolder(id, parent, details);
       return {ReadBack(catalog, id, "moved"), nullptr};
     }
-    // One count from the export through the deletion, which is its last step.
+    // One count from the export through the deletion, which is its last step. The copy is one
+    // transaction and the deletion another, in that order: a move cut short between them leaves
+    // both, never neither.
     ProgressCounter counter(progress, 1);
     const std::string copied = CopyFolderTree(catalog, id, parent, counter);
     catalog.write().DeleteFolder(id, details, true);

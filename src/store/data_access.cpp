@@ -8,6 +8,7 @@
 #include "store/catalog_upgrade.h"
 #include "store/content_index.h"
 #include "store/postgres_schema.h"
+#include "store/transaction_internal.h"
 #include "util/errors.h"
 #include "util/item_id.h"
 #include "util/paths.h"
@@ -65,6 +66,11 @@ void DataAccess::RollbackLeftoverTransaction() {
     // What cannot be rolled back must not stay: closing the engine connection ends it.
     IgnoreErrors([&] { CloseCatalog(); });
   }
+}
+
+void DataAccess::RunAsOneTransaction(const std::function<void()>& body) {
+  EnsureCatalogOpen();
+  InTransaction(Connection(), body);
 }
 
 void DataAccess::EnsureCatalogOpen() {

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -447,6 +448,13 @@ class DataAccess {
   // A connection whose rollback fails is closed; the next operation opens it anew. Never raises;
   // nothing happens when the catalog is closed or no transaction is open.
   void RollbackLeftoverTransaction();
+
+  // Runs `body` as one transaction of this catalog: the operations it calls here write into that
+  // transaction (their own transactions nest inside it), so that everything they wrote is
+  // committed together when `body` returns and nothing of it stays when `body` raises, when the
+  // commit fails or when the process dies before the commit. The error `body` raises passes
+  // unchanged.
+  void RunAsOneTransaction(const std::function<void()>& body);
 
  protected:
   DataAccess();
