@@ -5,6 +5,7 @@
 #include <set>
 #include <utility>
 
+#include "entities/plain_text.h"
 #include "store/catalog_upgrade.h"
 #include "store/content_index.h"
 #include "store/postgres_schema.h"
@@ -70,7 +71,34 @@ void DataAccess::RollbackLeftoverTransaction() {
 
 void DataAccess::RunAsOneTransaction(const std::function<void()>& body) {
   EnsureCatalogOpen();
-  InTransaction(Connection(), body);
+  // An inner call leaves the index rows to the outermost one.
+  if (content_text_deferred_ || !has_content_index_) {
+    InTransaction(Connection(), body);
+    return;
+  }
+  InTransaction(Connection(), [&] {
+    content_text_deferred_ = true;
+    try {
+      body();
+    } catch (...) {
+      content_text_deferred_ = false;
+      throw;
+    }
+    content_text_deferred_ = false;
+    IndexClippingsWithoutText(Connection());
+  });
+}
+
+void DataAccess::WriteClippingText(int32_t key, const std::string& name,
+                                   const std::string& description,
+                                   const ClippingDataCollection& items) {
+  if (!has_content_index_) return;
+  if (content_text_deferred_) {
+    RemoveContentText(Connection(), std::to_string(key));
+    return;
+  }
+  WriteContentText(Connection(), key, name, description,
+                   PlainTextOfItems(items, kContentTextLimit));
 }
 
 void DataAccess::EnsureCatalogOpen() {
