@@ -35,6 +35,7 @@ constexpr Scenario kScenarios[] = {
     {"content", clipcat_bench::RunContent},  // content search
     {"xml", clipcat_bench::RunXml},
     {"history", clipcat_bench::RunHistory},
+    {"import", clipcat_bench::RunImport},      // import and export of a 50,000-clipping document
     {"versions", clipcat_bench::RunVersions},  // trash and versions
     {"gateway", clipcat_bench::RunGateway},    // clipcat serve under wrk
     {"whatif", clipcat_bench::RunWritesRelaxedSync},

@@ -24,6 +24,9 @@ void RunXml(const Options& options, Report& report);
 void RunVersions(const Options& options, Report& report);
 // `clipcat serve` under load from wrk: reads by id and content searches on 10,000 clippings.
 void RunGateway(const Options& options, Report& report);
+// A catalog document of 50,000 clippings in 200 folders imported into a new catalog, and the
+// export that wrote it.
+void RunImport(const Options& options, Report& report);
 // 10,000 UpdateClippingHistory calls and GetClippingsHistroy of 100.
 void RunHistory(const Options& options, Report& report);
 

@@ -22,16 +22,25 @@ namespace {
 
 bool IsStandardStream(const std::string& file) { return file.empty() || file == "-"; }
 
-std::string ReadDocumentText(const std::string& file) {
-  std::ostringstream content;
-  if (IsStandardStream(file)) {
-    content << std::cin.rdbuf();
-    return content.str();
+// Everything `in` holds, read straight into the text: a large document is held once, never as a
+// stream's buffer and a copy of it.
+std::string ReadAll(std::istream& in, size_t expected) {
+  std::string text;
+  text.reserve(expected);
+  char buffer[1 << 16];
+  while (in.read(buffer, sizeof buffer) || in.gcount() > 0) {
+    text.append(buffer, static_cast<size_t>(in.gcount()));
   }
+  return text;
+}
+
+std::string ReadDocumentText(const std::string& file) {
+  if (IsStandardStream(file)) return ReadAll(std::cin, 0);
   std::ifstream in(file, std::ios::binary);
   if (!in) throw AutomationError(err::kFileNotFound, kComponentSource, "File not found: " + file);
-  content << in.rdbuf();
-  return content.str();
+  std::error_code error;
+  const auto size = std::filesystem::file_size(file, error);
+  return ReadAll(in, error ? 0 : static_cast<size_t>(size));
 }
 
 CatalogDocument ReadSource(const std::string& file) {

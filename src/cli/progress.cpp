@@ -37,7 +37,7 @@ ProgressBar::ProgressBar(std::string label)
 
 ProgressBar::~ProgressBar() {
   if (!drawn_) return;
-  std::fprintf(stderr, "\r%*s\r", static_cast<int>(label_.size()) + kBarWidth + 32, "");
+  std::fprintf(stderr, "\r%*s\r", static_cast<int>(label_.size()) + kBarWidth + 52, "");
   std::fflush(stderr);
 }
 
@@ -57,10 +57,12 @@ void ProgressBar::Draw() {
   const int filled =
       total_ == 0 ? kBarWidth : static_cast<int>(shown * kBarWidth / std::max<size_t>(total_, 1));
   const int percent = total_ == 0 ? 100 : static_cast<int>(shown * 100 / total_);
-  std::fprintf(stderr, "\r%s [%s%s] %3d%% %zu/%zu", label_.c_str(),
+  const double seconds = std::chrono::duration<double>(Clock::now() - start_).count();
+  const double rate = seconds > 0 ? static_cast<double>(shown) / seconds : 0;
+  std::fprintf(stderr, "\r%s [%s%s] %3d%% %zu/%zu %.0f items/s ", label_.c_str(),
                std::string(static_cast<size_t>(filled), '#').c_str(),
                std::string(static_cast<size_t>(kBarWidth - filled), ' ').c_str(), percent, shown,
-               total_);
+               total_, rate);
   std::fflush(stderr);
   drawn_ = true;
 }

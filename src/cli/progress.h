@@ -1,7 +1,9 @@
 // A progress bar on standard error for work that may take a while (export, import, moving a
-// folder tree), fed by a library operation's progress reports. It is drawn only when standard
-// error is a terminal, and only once the work has run longer than a moment, so that quick commands
-// and scripts never see it. Not thread-safe: one bar belongs to the thread doing the work.
+// folder tree), fed by a library operation's progress reports: a bar, the percentage, the steps
+// (folders, clippings, members: items) done out of all, and items per second since the start. It is
+// drawn only when standard error is a terminal, and only once the work has run longer than a
+// moment, so that quick commands and scripts never see it. Not thread-safe: one bar belongs to the
+// thread doing the work.
 #pragma once
 
 #include <chrono>

@@ -345,16 +345,20 @@ CatalogDocument MakeCatalogDocument(pugi::xml_document xml, DocumentCounts count
   return document;
 }
 
-CatalogDocument CatalogDocument::Parse(const std::string& text) {
+CatalogDocument CatalogDocument::Parse(std::string text) {
   if (!xml::IsXmlText(text)) InvalidDocument("the text is not UTF-8 that XML can carry");
+  // On the heap, so that moving the document never moves the characters the nodes point into.
+  auto owned = std::make_unique<std::string>(std::move(text));
   pugi::xml_document xml;
   const pugi::xml_parse_result parsed =
-      xml.load_buffer(text.data(), text.size(), kParseOptions, pugi::encoding_utf8);
+      xml.load_buffer_inplace(owned->data(), owned->size(), kParseOptions, pugi::encoding_utf8);
   if (!parsed) {
     InvalidDocument(std::string(parsed.description()) + " at offset " +
                     std::to_string(parsed.offset));
   }
-  return FromXml(std::move(xml));
+  CatalogDocument document = FromXml(std::move(xml));
+  document.text_ = std::move(owned);
+  return document;
 }
 
 CatalogDocument CatalogDocument::FromXml(pugi::xml_document xml) {

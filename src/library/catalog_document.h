@@ -39,6 +39,7 @@
 
 #include <cstddef>
 #include <iosfwd>
+#include <memory>
 #include <pugixml.hpp>
 #include <string>
 
@@ -101,8 +102,9 @@ class CatalogDocument {
   // up), data types, base64 data and texts, that every member names a clipping of the document
   // once (by id or by path), that each link holds connection details, and the versions and
   // deletion marks of a document with history. Raises 5 "Invalid procedure call or argument: not
-  // a clipcat catalog document: " and what is wrong.
-  static CatalogDocument Parse(const std::string& text);
+  // a clipcat catalog document: " and what is wrong. The document keeps `text` and is parsed in
+  // place in it, so that a large document is held once, not as its text and a copy.
+  static CatalogDocument Parse(std::string text);
 
   // Checks `xml` as Parse checks a text, for documents built from other formats.
   static CatalogDocument FromXml(pugi::xml_document xml);
@@ -126,6 +128,7 @@ class CatalogDocument {
  private:
   friend CatalogDocument MakeCatalogDocument(pugi::xml_document xml, DocumentCounts counts);
 
+  std::unique_ptr<std::string> text_;  // what Parse read, which xml_ points into; else null
   pugi::xml_document xml_;
   DocumentCounts counts_;
 };

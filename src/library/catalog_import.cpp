@@ -1,5 +1,6 @@
 // Writing a checked catalog document into a catalog: folders, clippings, categories, memberships
-// and links are added through the services, and taken out again when anything fails.
+// and links are added through the services, all in one transaction, so that a failure (or a
+// process that dies part-way) leaves the catalog as it was.
 #include "library/catalog_import.h"
 
 #include <map>
@@ -67,62 +68,6 @@ bool IsNameTaken(const AutomationError& error) {
          error.number() == err::kFolderNameNotUnique;
 }
 
-// Everything the import added, in the order it must be taken out again: linked folders, then
-// clippings and folders added to the target itself (a folder takes its subtree with it), then
-// new categories, then the target's old name.
-class Undo {
- public:
-  explicit Undo(Catalog& catalog) : catalog_(catalog) {}
-  Undo(const Undo&) = delete;
-  Undo& operator=(const Undo&) = delete;
-
-  void AddedLink(std::string id) { links_.push_back(std::move(id)); }
-  void AddedClipping(std::string id) { clippings_.push_back(std::move(id)); }
-  void AddedFolder(std::string id) { folders_.push_back(std::move(id)); }
-  void AddedCategory(std::string id) { categories_.push_back(std::move(id)); }
-  void Replaced(std::shared_ptr<Clipping> old_state) { replaced_.push_back(std::move(old_state)); }
-  void Renamed(std::shared_ptr<Folder> folder, std::string name, std::string description) {
-    renamed_ = std::move(folder);
-    old_name_ = std::move(name);
-    old_description_ = std::move(description);
-  }
-
-  // Each step on its own: one that fails must not keep the others from running.
-  void Run() {
-    ClippingDataWrite& write = catalog_.write();
-    const auto& details = catalog_.details();
-    for (const auto& id : links_) {
-      IgnoreErrors([&] { write.DeleteLinkedFolder(id, details); });
-    }
-    for (const auto& id : clippings_) {
-      IgnoreErrors([&] { write.DeleteClipping(id, details, true); });
-    }
-    for (const auto& id : folders_) {
-      IgnoreErrors([&] { write.DeleteFolder(id, details, true); });
-    }
-    for (const auto& id : categories_) {
-      IgnoreErrors([&] { write.DeleteCategory(id, details); });
-    }
-    for (auto it = replaced_.rbegin(); it != replaced_.rend(); ++it) {
-      IgnoreErrors([&] { write.UpdateClipping(*it, details, true); });
-    }
-    if (renamed_) {
-      IgnoreErrors([&] {
-        renamed_->SetName(old_name_);
-        renamed_->SetDescription(old_description_);
-        write.UpdateFolder(renamed_, details, false);
-      });
-    }
-  }
-
- private:
-  Catalog& catalog_;
-  std::vector<std::string> links_, clippings_, folders_, categories_;
-  std::vector<std::shared_ptr<Clipping>> replaced_;  // their states before the import
-  std::shared_ptr<Folder> renamed_;
-  std::string old_name_, old_description_;
-};
-
 class Importer {
  public:
   Importer(Catalog& catalog, const std::string& target, bool as_child, bool with_history,
@@ -132,20 +77,16 @@ class Importer {
         as_child_(as_child),
         with_history_(with_history),
         on_conflict_(on_conflict),
-        progress_(progress),
-        undo_(catalog) {}
+        progress_(progress) {}
 
   ImportResult Run(const CatalogDocument& document) {
     const pugi::xml_node root = document.xml().child(doc::kRoot);
     const internal::ClippingReferences references(root);
-    try {
+    write().WriteAsOneTransaction(target_, details(), [&] {
       AddTree(root.child(doc::kFolder));
       AddCategories(root, references);
       if (!as_child_ && is_top_) AddLinks(root);
-    } catch (...) {
-      undo_.Run();
-      throw;
-    }
+    });
     return result_;
   }
 
@@ -211,18 +152,16 @@ class Importer {
     if (name != raw_name) Note(ImportNote::Kind::kNameFixed, "folder", "", raw_name, name);
     const std::string description = TextAttribute(top, doc::kDescription);
     if (name == target->Name() && description == target->Description()) return;
-    undo_.Renamed(target, target->Name(), target->Description());
     target->SetName(name);
     target->SetDescription(description);
     write().UpdateFolder(target, details(), false);
   }
 
   // A folder of the document, added under `parent` (the document's folder `in`, "" for its top).
-  // Answers its id and whether it is a folder that was there already (merged into: what is added
-  // to it must be undone one by one). Names in the trash are not checked: a deleted item may share
-  // its name with a live one.
-  std::pair<std::string, bool> AddFolder(pugi::xml_node element, const std::string& parent,
-                                         const std::string& in, bool undo, bool in_trash) {
+  // Answers its id. Names in the trash are not checked: a deleted item may share its name with a
+  // live one.
+  std::string AddFolder(pugi::xml_node element, const std::string& parent, const std::string& in,
+                        bool in_trash) {
     const auto folder = internal::ReadFolder(element);
     std::string id;
     if (in_trash) {
@@ -238,13 +177,12 @@ class Importer {
         if (existing.empty()) internal::InvalidDocument("no folder named " + name + " to merge");
         Note(ImportNote::Kind::kMerged, "folder", in, name);
         progress_.Advance();
-        return {existing, true};
+        return existing;
       }
     }
-    if (undo) undo_.AddedFolder(id);
     ++result_.counts.folders;
     progress_.Advance();
-    return {id, false};
+    return id;
   }
 
   std::string ChildFolderNamed(const std::string& parent, const std::string& name) {
@@ -258,7 +196,7 @@ class Importer {
   // A clipping of the document, added to `folder` (the document's folder `in`); answers its id,
   // or "" when left out.
   std::string AddClipping(pugi::xml_node element, const std::string& folder, const std::string& in,
-                          bool undo, bool in_trash) {
+                          bool in_trash) {
     const auto clipping = internal::ReadClipping(element);
     std::string id;
     if (in_trash) {
@@ -281,7 +219,6 @@ class Importer {
         return replaced;
       }
     }
-    if (undo) undo_.AddedClipping(id);
     // Memberships are the live clippings'; the trash keeps none of its own.
     if (!in_trash) clippings_[element] = id;
     ++result_.counts.clippings;
@@ -297,11 +234,10 @@ class Importer {
   }
 
   // Gives the clipping named `name` in `folder` the description and data of `from`; the services
-  // keep its old state as a version, and the undo list keeps it too.
+  // keep its old state as a version.
   std::string Replace(const std::string& name, const std::string& folder, const Clipping& from) {
     const auto existing = read().GetClippingByName(name, folder, true, details());
     if (!existing) internal::InvalidDocument("no clipping named " + name + " to replace");
-    undo_.Replaced(read().GetClipping(existing->ID(), details(), true));
     existing->SetDescription(from.Description());
     existing->SetClippingData(from.ClippingData());
     write().UpdateClipping(existing, details(), true);
@@ -327,40 +263,37 @@ class Importer {
 
   // Depth first without recursion, in document order.
   void AddTree(pugi::xml_node top) {
-    bool existing = true;
     if (as_child_) {
-      top_id_ = AddFolder(top, target_, "", true, false).first;
-      existing = false;
+      top_id_ = AddFolder(top, target_, "", false);
     } else {
       PrepareMerge(top);
       top_id_ = target_;
       progress_.Advance();
     }
     result_.folder_id = top_id_;
-    AddBelow(top, top_id_, existing);
+    AddBelow(top, top_id_);
   }
 
   // What the document's folder `top` holds, into the catalog's folder `top_id`: depth first
   // without recursion. In each folder the items marked deleted come first, each added and moved
   // to the trash at once (a folder once what is below it is in), so that a live item of the same
   // name never meets them; without history they stay out.
-  void AddBelow(pugi::xml_node top, const std::string& top_id, bool top_existed) {
+  void AddBelow(pugi::xml_node top, const std::string& top_id) {
     enum class Kind { kMarkedChildren, kLiveChildren, kTrash };
     struct Step {
       Kind kind;
       pugi::xml_node element;
       std::string id;
       bool in_trash;
-      bool existed;      // a folder the catalog had before: what is added to it is undone
       std::string path;  // of the folder in the document: "" for the top folder, else "A/B"
     };
     const auto expand = [](std::vector<Step>& steps, pugi::xml_node folder, const std::string& id,
-                           bool in_trash, bool existed, const std::string& path) {
-      steps.push_back({Kind::kLiveChildren, folder, id, in_trash, existed, path});
-      steps.push_back({Kind::kMarkedChildren, folder, id, in_trash, existed, path});
+                           bool in_trash, const std::string& path) {
+      steps.push_back({Kind::kLiveChildren, folder, id, in_trash, path});
+      steps.push_back({Kind::kMarkedChildren, folder, id, in_trash, path});
     };
     std::vector<Step> steps;
-    expand(steps, top, top_id, false, top_existed, "");
+    expand(steps, top, top_id, false, "");
     while (!steps.empty()) {
       const Step step = steps.back();
       steps.pop_back();
@@ -376,16 +309,16 @@ class Importer {
         if (marked != (step.kind == Kind::kMarkedChildren) || (marked && !with_history_)) continue;
         const bool in_trash = step.in_trash || marked;
         if (name == doc::kClipping) {
-          const std::string id = AddClipping(child, step.id, step.path, step.existed, in_trash);
+          const std::string id = AddClipping(child, step.id, step.path, in_trash);
           if (marked) Trash(child, id, false);
           continue;
         }
-        const auto [id, existed] = AddFolder(child, step.id, step.path, step.existed, in_trash);
+        const std::string id = AddFolder(child, step.id, step.path, in_trash);
         const std::string path =
             (step.path.empty() ? "" : step.path + "/") + PathStep(RequiredName(child));
         std::vector<Step>& group = folders.emplace_back();
-        if (marked) group.push_back({Kind::kTrash, child, id, true, false, path});
-        expand(group, child, id, in_trash, existed, path);
+        if (marked) group.push_back({Kind::kTrash, child, id, true, path});
+        expand(group, child, id, in_trash, path);
       }
       // The first folder's steps go last, so that they are done first.
       for (auto it = folders.rbegin(); it != folders.rend(); ++it) {
@@ -418,7 +351,6 @@ class Importer {
         category->SetName(name);
         category->SetDescription(TextAttribute(element, doc::kDescription));
         id = write().AddCategory(category, target_, details(), true)->ID();
-        undo_.AddedCategory(id);
         known.push_back({name, id});
         ++result_.counts.categories;
       }
@@ -449,7 +381,6 @@ class Importer {
         Note(ImportNote::Kind::kSkipped, "link", "", name);
         continue;
       }
-      undo_.AddedLink(id);
       ++result_.counts.links;
     }
   }
@@ -460,7 +391,6 @@ class Importer {
   const bool with_history_;
   const OnConflict on_conflict_;
   ProgressCounter& progress_;
-  Undo undo_;
   bool is_top_ = false;
   ImportResult result_;
   std::map<pugi::xml_node, std::string> clippings_;       // document element -> id in the catalog

@@ -1,7 +1,7 @@
 // Adding a catalog document (catalog_document.h) to a catalog: its folders, clippings with their
 // data, categories with their members and linked catalogs, through the public services and their
-// checks. An import adds everything or nothing. Runs inside the caller's request (see catalog.h);
-// not thread-safe.
+// checks, in one transaction: an import adds everything or nothing. Runs inside the caller's
+// request (see catalog.h); not thread-safe.
 #pragma once
 
 #include <string>
@@ -16,7 +16,7 @@ namespace clipcat {
 // What an import does with a live folder, clipping or link whose name is already taken where it
 // goes (names are compared as the catalog compares them).
 enum class OnConflict {
-  kFail,     // the import fails, and everything it added is removed again
+  kFail,     // the import fails, and nothing it wrote stays
   kSkip,     // a clipping or link is left out; a folder is merged into the one of that name
   kReplace,  // a clipping's description and data replace the existing one's (UpdateClipping keeps
              // the old state as a version); a folder is merged; a link is left out
@@ -61,10 +61,10 @@ struct ImportResult {
 // each fix is noted. A live item whose name is taken is dealt with as `options.on_conflict` says,
 // and noted. Members of a skipped clipping are left out; those of a replaced one join it.
 //
-// On any failure everything the import added is removed again, replaced clippings get their old
-// description and data back, and the top folder its name, before the error is raised. Refuses a
-// target that names no folder; raises the services' errors, such as -2147220996 for a clipping
-// name already taken where it is added (with OnConflict::kFail).
+// The import is one transaction of the target's catalog: on any failure, and when the process dies
+// part-way, the catalog is left exactly as it was, and the same import can simply be run again.
+// Refuses a target that names no folder; raises the services' errors, such as -2147220996 for a
+// clipping name already taken where it is added (with OnConflict::kFail).
 //
 // With `options.with_history` the document's versions and trash come too: each version is added to
 // its clipping with its number, time and user (not to a replaced clipping, which keeps its own),

@@ -289,11 +289,11 @@ CatalogDocument DocumentFromJson(const std::string& text) {
   return CatalogDocument::FromXml(std::move(xml));
 }
 
-CatalogDocument ParseDocumentText(const std::string& text, const std::string& file_name) {
+CatalogDocument ParseDocumentText(std::string text, const std::string& file_name) {
   const size_t first = text.find_first_not_of(" \t\r\n");
   const bool json = Lower(fs::path(file_name).extension().string()) == ".json" ||
                     (first != std::string::npos && text[first] == '{');
-  return json ? DocumentFromJson(text) : CatalogDocument::Parse(text);
+  return json ? DocumentFromJson(text) : CatalogDocument::Parse(std::move(text));
 }
 
 }  // namespace clipcat

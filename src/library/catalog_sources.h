@@ -41,7 +41,7 @@ CatalogDocument DocumentFromDirectory(const std::string& directory);
 CatalogDocument DocumentFromJson(const std::string& text);
 
 // A document read from `text`: JSON when `file_name` ends in ".json" or the text starts (after
-// white space) with "{", the catalog document's XML otherwise.
-CatalogDocument ParseDocumentText(const std::string& text, const std::string& file_name = "");
+// white space) with "{", the catalog document's XML otherwise (parsed in place in `text`).
+CatalogDocument ParseDocumentText(std::string text, const std::string& file_name = "");
 
 }  // namespace clipcat

@@ -54,7 +54,7 @@ std::shared_ptr<Folder> ReadBack(Catalog& catalog, const std::string& id, const 
 
 // A new clipping in `parent` with the original's name, description, data items and categories.
 // Categories belong to a catalog: in another one the copy joins the category of the same name,
-// made there when it is missing.
+// made there when it is missing. One transaction: a failure leaves no part of the copy.
 std::shared_ptr<Clipping> CopyClipping(Catalog& catalog, const Clipping& original,
                                        const std::string& parent) {
   const auto& details = catalog.details();
@@ -63,8 +63,9 @@ std::shared_ptr<Clipping> CopyClipping(Catalog& catalog, const Clipping& origina
   copy->SetName(original.Name());
   copy->SetDescription(original.Description());
   copy->SetClippingData(original.ClippingData());
-  auto added = catalog.write().AddClipping(copy, parent, details, true);
-  try {
+  std::shared_ptr<Clipping> added;
+  catalog.write().WriteAsOneTransaction(parent, details, [&] {
+    added = catalog.write().AddClipping(copy, parent, details, true);
     const bool same_catalog = catalog.read().InSameCatalog(original.ID(), added->ID(), details);
     for (const auto& category : *categories->Items()) {
       std::string category_id = category->ID();
@@ -80,10 +81,7 @@ std::shared_ptr<Clipping> CopyClipping(Catalog& catalog, const Clipping& origina
       }
       catalog.write().AddClippingToCategory(added->ID(), category_id, details);
     }
-  } catch (...) {
-    IgnoreErrors([&] { catalog.write().DeleteClipping(added->ID(), details, true); });
-    throw;
-  }
+  });
   return added;
 }
 
@@ -117,7 +115,9 @@ TransferredItem MoveItem(Catalog& catalog, const std::string& id, const std::str
       catalog.write().MoveFolder(id, parent, details);
       return {ReadBack(catalog, id, "moved"), nullptr};
     }
-    // One count from the export through the deletion, which is its last step.
+    // One count from the export through the deletion, which is its last step. The copy is one
+    // transaction and the deletion another, in that order: a move cut short between them leaves
+    // both, never neither.
     ProgressCounter counter(progress, 1);
     const std::string copied = CopyFolderTree(catalog, id, parent, counter);
     catalog.write().DeleteFolder(id, details, true);

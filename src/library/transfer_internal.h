@@ -20,8 +20,9 @@ CatalogDocument ExportTree(Catalog& catalog, const std::string& folder_id, bool 
 
 // Writes `document` into the catalog. With `as_child` its top folder becomes a new child of
 // `target`; otherwise it is merged into `target` as ImportDocument describes. Advances a step per
-// element of the document (see ImportSteps). On any failure removes everything it added before the
-// error is raised.
+// element of the document (see ImportSteps). Writes in one transaction of the target's catalog
+// (WriteAsOneTransaction), so a failure leaves nothing; a caller's own transaction around it takes
+// the import in.
 // With `with_history` the document's versions and trash are written too; without, they are left
 // out. A name already taken is dealt with as `on_conflict` says (see ImportDocument).
 ImportResult ImportTree(Catalog& catalog, const CatalogDocument& document,

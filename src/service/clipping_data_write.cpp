@@ -121,6 +121,18 @@ std::pair<std::shared_ptr<DataAccess>, std::string> ClippingDataWrite::NewItemTa
   return {catalog, root->ID()};
 }
 
+void ClippingDataWrite::WriteAsOneTransaction(const std::string& sFolderID,
+                                              const Connection& oDefaultConnection,
+                                              const std::function<void()>& body) {
+  const auto target = NewItemTarget(sFolderID, oDefaultConnection).first;
+  const auto default_catalog = DefaultDataAccess(oDefaultConnection);
+  if (target == default_catalog) {
+    target->RunAsOneTransaction(body);
+    return;
+  }
+  default_catalog->RunAsOneTransaction([&] { target->RunAsOneTransaction(body); });
+}
+
 std::shared_ptr<Folder> ClippingDataWrite::AddFolder(const std::shared_ptr<Folder>& oFolder,
                                                      const std::string& sParentFolderID,
                                                      const Connection& oDefaultConnection,

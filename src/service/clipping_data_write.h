@@ -6,6 +6,7 @@
 // folder that links it. Use an object from one thread only.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -37,6 +38,16 @@ class ClippingDataWrite {
   // text) anew from its clippings, in one transaction; `progress` hears of the clippings done.
   void RebuildContentIndex(const std::string& sItemID, const Connection& oDefaultConnection,
                            const ProgressCallback& progress);
+
+  // Runs `body` as one transaction of the catalog that new items under the folder sFolderID go
+  // into (the catalog it links, for a folder that links one), and of the default catalog as well
+  // when that is another one, since linked folders are recorded there. What `body` writes to them
+  // through the services is committed when it returns; when it raises, or the process dies first,
+  // none of it stays, and its error passes unchanged. Calls nest: an inner one on a catalog that
+  // an outer one holds writes into the outer transaction. Two catalogs commit one after the
+  // other, the folder's first. For C++ callers only; it has no late-bound member.
+  void WriteAsOneTransaction(const std::string& sFolderID, const Connection& oDefaultConnection,
+                             const std::function<void()>& body);
 
   // ---- Trash and versions (trash_and_versions.cpp) ----
   // sCatalogFolderID selects a catalog: empty for the default catalog, a folder that links a

@@ -154,10 +154,8 @@ std::shared_ptr<Clipping> DataAccess::AddClipping(const std::shared_ptr<Clipping
                                                 oClipping->Name(), oClipping->Description(),
                                                 oClipping->ClippingStatus(), oClipping->Updated()));
       WriteClippingDataItems(oClipping->ClippingData(), key);
-      if (has_content_index_) {
-        WriteContentText(Connection(), key, oClipping->Name(), oClipping->Description(),
-                         PlainTextOfItems(*oClipping->ClippingData(), kContentTextLimit));
-      }
+      WriteClippingText(key, oClipping->Name(), oClipping->Description(),
+                        *oClipping->ClippingData());
       if (!ClippingNameIsUnique(oClipping->Name(), folder_key)) {
         RaiseClippingNameNotUnique(oClipping->Name());
       }
@@ -192,10 +190,8 @@ std::shared_ptr<Clipping> DataAccess::UpdateClipping(const std::shared_ptr<Clipp
       if (bWriteData) {
         const int32_t key_number = ClippingKeyNumber(key);
         WriteClippingDataItems(oClipping->ClippingData(), key_number);
-        if (has_content_index_) {
-          WriteContentText(Connection(), key_number, oClipping->Name(), oClipping->Description(),
-                           PlainTextOfItems(*oClipping->ClippingData(), kContentTextLimit));
-        }
+        WriteClippingText(key_number, oClipping->Name(), oClipping->Description(),
+                          *oClipping->ClippingData());
       } else if (has_content_index_) {
         WriteContentNames(Connection(), SqlNumber(Variant(key)), oClipping->Name(),
                           oClipping->Description());

@@ -5,6 +5,7 @@
 #include <map>
 #include <set>
 #include <utility>
+#include <vector>
 
 #include "engine/db_connection.h"
 #include "engine/sqlite_session.h"
@@ -163,11 +164,16 @@ std::vector<ContentMatch> RankedMatches(DBConnection& connection, const ContentQ
   }
 }
 
-// The name, description and text of every clipping keyed from `first` to `last`, content read
-// from its items; an item that cannot be read adds no text.
-void IndexBatch(DBConnection& connection, int32_t first, int32_t last, Compression& compression) {
-  const std::string range = " WHERE lClippingID >= " + std::to_string(first) +
-                            " AND lClippingID <= " + std::to_string(last) + " ORDER BY lClippingID";
+// The name, description and text of every clipping keyed from `first` to `last` (with
+// `missing_only`, of those that have no index row), content read from its items; an item that
+// cannot be read adds no text.
+void IndexBatch(DBConnection& connection, int32_t first, int32_t last, Compression& compression,
+                bool missing_only = false) {
+  const std::string range =
+      " WHERE lClippingID >= " + std::to_string(first) +
+      " AND lClippingID <= " + std::to_string(last) +
+      (missing_only ? " AND lClippingID NOT IN (SELECT lClippingID FROM ClippingText)" : "") +
+      " ORDER BY lClippingID";
   std::map<int32_t, ClippingDataCollection> items;
   Recordset data = connection.GetRecordsetRO(
       "SELECT lClippingID, lDataTypeId, bIsCompressed, ClippingData FROM ClippingDataType" + range);
@@ -239,6 +245,23 @@ void WriteContentNames(DBConnection& connection, const std::string& key_sql,
 
 void RemoveContentText(DBConnection& connection, const std::string& key_sql) {
   connection.ExecuteSQL("DELETE FROM ClippingText WHERE lClippingID = " + key_sql);
+}
+
+void IndexClippingsWithoutText(DBConnection& connection) {
+  std::vector<int32_t> keys;
+  Recordset missing = connection.GetRecordsetRO(
+      "SELECT c.lClippingID FROM Clipping AS c WHERE NOT EXISTS (SELECT 1 FROM ClippingText AS t "
+      "WHERE t.lClippingID = c.lClippingID) ORDER BY c.lClippingID");
+  for (; !missing.Eof(); missing.MoveNext()) {
+    keys.push_back(ToLongOr(missing.Value("lClippingID"), 0));
+  }
+  missing.Close();
+  Compression compression;
+  const auto batch = static_cast<size_t>(kBuildBatch);
+  for (size_t at = 0; at < keys.size(); at += batch) {
+    const size_t last = std::min(at + batch, keys.size()) - 1;
+    IndexBatch(connection, keys[at], keys[last], compression, true);
+  }
 }
 
 void BuildContentIndex(DBConnection& connection, const ProgressCallback& progress) {

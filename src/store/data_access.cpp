@@ -5,9 +5,11 @@
 #include <set>
 #include <utility>
 
+#include "entities/plain_text.h"
 #include "store/catalog_upgrade.h"
 #include "store/content_index.h"
 #include "store/postgres_schema.h"
+#include "store/transaction_internal.h"
 #include "util/errors.h"
 #include "util/item_id.h"
 #include "util/paths.h"
@@ -65,6 +67,38 @@ void DataAccess::RollbackLeftoverTransaction() {
     // What cannot be rolled back must not stay: closing the engine connection ends it.
     IgnoreErrors([&] { CloseCatalog(); });
   }
+}
+
+void DataAccess::RunAsOneTransaction(const std::function<void()>& body) {
+  EnsureCatalogOpen();
+  // An inner call leaves the index rows to the outermost one.
+  if (content_text_deferred_ || !has_content_index_) {
+    InTransaction(Connection(), body);
+    return;
+  }
+  InTransaction(Connection(), [&] {
+    content_text_deferred_ = true;
+    try {
+      body();
+    } catch (...) {
+      content_text_deferred_ = false;
+      throw;
+    }
+    content_text_deferred_ = false;
+    IndexClippingsWithoutText(Connection());
+  });
+}
+
+void DataAccess::WriteClippingText(int32_t key, const std::string& name,
+                                   const std::string& description,
+                                   const ClippingDataCollection& items) {
+  if (!has_content_index_) return;
+  if (content_text_deferred_) {
+    RemoveContentText(Connection(), std::to_string(key));
+    return;
+  }
+  WriteContentText(Connection(), key, name, description,
+                   PlainTextOfItems(items, kContentTextLimit));
 }
 
 void DataAccess::EnsureCatalogOpen() {

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -448,6 +449,15 @@ class DataAccess {
   // nothing happens when the catalog is closed or no transaction is open.
   void RollbackLeftoverTransaction();
 
+  // Runs `body` as one transaction of this catalog: the operations it calls here write into that
+  // transaction (their own transactions nest inside it), so that everything they wrote is
+  // committed together when `body` returns and nothing of it stays when `body` raises, when the
+  // commit fails or when the process dies before the commit. The error `body` raises passes
+  // unchanged. The content index rows of the clippings `body` writes are written once it is
+  // done, still inside the transaction: the full-text index then takes them in one go rather
+  // than as many small pieces as the operations have nested transactions.
+  void RunAsOneTransaction(const std::function<void()>& body);
+
  protected:
   DataAccess();
 
@@ -495,6 +505,11 @@ class DataAccess {
   bool CategoryNameIsUnique(const std::shared_ptr<Category>& oCategory);
   void WriteClippingDataItems(const std::shared_ptr<ClippingDataCollection>& colClippingData,
                               int32_t lClippingID);
+  // Writes the content index row of clipping `key` when the catalog has the index. Inside
+  // RunAsOneTransaction it only removes the old row: the new one is written from the clipping as
+  // it then is when the transaction's body is done.
+  void WriteClippingText(int32_t key, const std::string& name, const std::string& description,
+                         const ClippingDataCollection& items);
   // Appends one row of `table` per item of `items` that holds data, compressed, with the key
   // columns `keys` (ClippingDataType, ClippingVersionData).
   void InsertDataRows(const std::string& table,
@@ -517,6 +532,7 @@ class DataAccess {
   bool is_transactional_ = false;
   bool is_personal_catalog_ = false;
   bool has_content_index_ = false;           // of the open catalog
+  bool content_text_deferred_ = false;       // inside RunAsOneTransaction: see WriteClippingText
   bool has_history_tables_ = false;          // versions and trash rows: format 5 and later
   std::optional<int32_t> maximum_versions_;  // read once per open
   std::string acting_user_;                  // asked once per open

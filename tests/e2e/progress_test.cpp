@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <regex>
 #include <string>
 
 #include "cli_fixture.h"
@@ -64,6 +65,9 @@ TEST_F(Progress, AppearsOnlyOnATerminalOnceTheDelayHasPassed) {
   seen = OnTerminal({"--catalog", fresh_, "import", document_}, "0");
   EXPECT_NE(seen.find("\rimport ["), std::string::npos) << seen;
   EXPECT_NE(seen.find("100% 7/7"), std::string::npos) << seen;  // and per clipping
+  // The rate follows the count: a number of items per second, never a negative or empty one.
+  static const std::regex rate(R"(100% 7/7 [0-9]+ items/s)");
+  EXPECT_TRUE(std::regex_search(seen, rate)) << seen;
 
   // Standard error in a file: nothing there, whatever the delay.
   for (const std::string delay : {"0", "", "not a number"}) {

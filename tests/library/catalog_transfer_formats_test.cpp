@@ -2,6 +2,7 @@
 // imports that meet names already taken (fail, skip, replace, rename) and still add everything or
 // nothing; names old catalogs may hold (empty, blank, control characters) exported and fixed up on
 // import; and documents made from a directory of files or from JSON.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -170,6 +171,26 @@ TEST_F(TransferConflictTest, ReplaceUpdatesTheClippingAndKeepsItsOldStateAsAVers
   EXPECT_EQ(old->ClippingData()->Item(1)->RawData(), "old");
   EXPECT_EQ(Members("Work"), 2u) << "the replaced clipping joins the document's category";
   EXPECT_EQ(Members("Kept"), 1u);
+}
+
+TEST_F(TransferConflictTest, TheContentSearchFindsWhatTheImportWroteAndNotWhatItReplaced) {
+  Import(OnConflict::kReplace);
+  const auto found = [&](const std::string& word) {
+    std::vector<std::string> names;
+    for (const auto& hit : catalog_->read().FindContent(word, {}, catalog_->details())) {
+      names.push_back(hit.clipping->Name());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  };
+  EXPECT_EQ(found("loose"), (std::vector<std::string>{"Loose"}));
+  EXPECT_EQ(found("other"), (std::vector<std::string>{"Other"}));
+  EXPECT_EQ(found("new"), (std::vector<std::string>{"Greeting"}));
+  EXPECT_EQ(found("fresh"), (std::vector<std::string>{"Greeting"})) << "the new description";
+  EXPECT_EQ(found("old"), (std::vector<std::string>{})) << "the replaced text is gone";
+  // Another write after the import indexes as before.
+  AddClipping(letters_, "Later", "afterwards");
+  EXPECT_EQ(found("afterwards"), (std::vector<std::string>{"Later"}));
 }
 
 TEST_F(TransferConflictTest, RenameAddsUnderTheFirstFreeNumberedName) {
