@@ -336,6 +336,8 @@ class LinkUnit final : public Command {
     auto* connection = command.add_option("--connection", connection_,
                                           "The linked catalog's connection details (XML) instead");
     target->excludes(connection);
+    command.add_flag("--offline", offline_,
+                     "Store the link without first checking that the catalog can be reached");
   }
   void Run(const Context& context) override {
     if (target_.empty() == connection_.empty()) {
@@ -343,11 +345,12 @@ class LinkUnit final : public Command {
           "link takes NAME and the catalog: a file, a postgresql:// URI, or "
           "--connection XML");
     }
-    LinkCommand(context, name_, target_, connection_);
+    LinkCommand(context, name_, target_, connection_, offline_);
   }
 
  private:
   std::string name_, target_, connection_;
+  bool offline_ = false;
 };
 
 class TeamUnit final : public Command {

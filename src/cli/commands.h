@@ -88,9 +88,10 @@ void TagCommand(const Context& context, const std::vector<std::string>& clipping
 void CategoriesCommand(const Context& context, bool with_linked);
 void HistoryCommand(const Context& context, int maximum, bool with_linked);
 // Links the catalog that `target` (a file or a postgresql:// URI) or else `connection` (connection
-// details as XML) names as the top-level folder `name`.
+// details as XML) names as the top-level folder `name`; checks first that it can be reached,
+// unless `offline`.
 void LinkCommand(const Context& context, const std::string& name, const std::string& target,
-                 const std::string& connection);
+                 const std::string& connection, bool offline);
 // Makes a team catalog on the server `uri` names, with its roles (CreateTeamCatalog).
 void TeamInitCommand(const Context& context, const std::string& uri, const std::string& name);
 // Lets the server's role `user` into the selected team catalog (GrantTeamMember).

@@ -1,5 +1,8 @@
 // init, tree, categories, history, link and unlink.
+#include <map>
 #include <ostream>
+#include <string>
+#include <utility>
 
 #include "cli/commands.h"
 #include "cli/printing.h"
@@ -8,6 +11,7 @@
 #include "library/clipping_details.h"
 #include "library/item_edits.h"
 #include "library/item_lookup.h"
+#include "library/linked_catalog_status.h"
 #include "library/linked_listings.h"
 #include "library/team_catalog.h"
 
@@ -33,6 +37,11 @@ void InitCommand(const Context& context, const std::string& name) {
 void TreeCommand(const Context& context) {
   Catalog catalog = Catalog::Open(context.location);
   RequireReachable(catalog);
+  // All linked catalogs at once: a silent server is waited for once, and then remembered.
+  std::map<std::string, std::string> offline_reasons;
+  for (const auto& linked : ProbeLinkedCatalogs(catalog)) {
+    if (!linked.online) offline_reasons[linked.folder_id] = linked.reason;
+  }
   const auto folders = catalog.read().GetFolders(catalog.details(), true);
   if (context.xml) {
     context.out << folders->XML() << "\n";
@@ -40,7 +49,14 @@ void TreeCommand(const Context& context) {
   }
   if (context.json) {
     nlohmann::json tops = nlohmann::json::array();
-    for (const auto& folder : *folders->Items()) tops.push_back(FolderJson(*folder, true));
+    for (const auto& folder : *folders->Items()) {
+      nlohmann::json top = FolderJson(*folder, true);
+      const auto reason = offline_reasons.find(folder->ID());
+      if (top["offline"] == true && reason != offline_reasons.end()) {
+        top["offline_reason"] = reason->second;
+      }
+      tops.push_back(std::move(top));
+    }
     PrintJson(context, tops);
     return;
   }
@@ -48,7 +64,7 @@ void TreeCommand(const Context& context) {
     PrintFolderTable(*folders, context);
     return;
   }
-  PrintFolderTree(*folders, context.out);
+  PrintFolderTree(*folders, context.out, offline_reasons);
 }
 
 void CategoriesCommand(const Context& context, bool with_linked) {
@@ -96,7 +112,7 @@ void HistoryCommand(const Context& context, int maximum, bool with_linked) {
 }
 
 void LinkCommand(const Context& context, const std::string& name, const std::string& target,
-                 const std::string& connection) {
+                 const std::string& connection, bool offline) {
   Catalog catalog = Catalog::Open(context.location);
   std::shared_ptr<ConnectionDetails> linked;
   if (connection.empty()) {
@@ -105,7 +121,7 @@ void LinkCommand(const Context& context, const std::string& name, const std::str
     linked = ConnectionDetails::Create();
     linked->SetXML(connection);
   }
-  const auto folder = LinkCatalog(catalog, name, linked);
+  const auto folder = LinkCatalog(catalog, name, linked, !offline);
   PrintFolder(*folder, context);
 }
 

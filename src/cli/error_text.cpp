@@ -66,4 +66,20 @@ std::string ErrorLine(const AutomationError& error, bool as_raised) {
          ")";
 }
 
+std::string VerboseDetail(const AutomationError& error, bool as_raised) {
+  const std::string& description = error.description();
+  const std::string first = FirstLine(description);
+  std::string detail;
+  if (!as_raised && PlainSentence(error) != first && !first.empty()) detail += "  " + first + "\n";
+  size_t start = description.find('\n');
+  while (start != std::string::npos) {
+    const size_t end = description.find('\n', start + 1);
+    std::string line = description.substr(start + 1, end - start - 1);
+    while (!line.empty() && (line.back() == '\r' || line.back() == ' ')) line.pop_back();
+    if (!line.empty()) detail += "  " + line + "\n";
+    start = end;
+  }
+  return detail;
+}
+
 }  // namespace clipcat::cli

@@ -22,4 +22,9 @@ std::string ShownNumber(int32_t number);
 // line as raised.
 std::string ErrorLine(const AutomationError& error, bool as_raised = false);
 
+// What the error line left out of the description, for --verbose: every line of it after the
+// first, and the first too when the line put it into plain words; each indented by two spaces
+// and ended by a newline. Empty when the line said it all.
+std::string VerboseDetail(const AutomationError& error, bool as_raised = false);
+
 }  // namespace clipcat::cli

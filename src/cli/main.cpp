@@ -24,8 +24,11 @@ namespace {
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 64;
 
-int ReportError(const clipcat::AutomationError& e, bool as_raised) {
+// The error on one line; with --verbose, the rest of a description that an engine gave on
+// several lines follows, indented.
+int ReportError(const clipcat::AutomationError& e, bool as_raised, bool verbose) {
   std::cerr << clipcat::cli::ErrorLine(e, as_raised) << "\n";
+  if (verbose) std::cerr << clipcat::cli::VerboseDetail(e, as_raised);
   return kExitFailure;
 }
 
@@ -50,7 +53,7 @@ int main(int argc, char** argv) {
       "--help) tells more; docs/cli.md has an example of every command.");
 
   std::string catalog_option, connection_option;
-  bool xml = false, json = false, tsv = false, quiet = false;
+  bool xml = false, json = false, tsv = false, quiet = false, verbose = false;
   auto* catalog_flag = app.add_option("--catalog", catalog_option,
                                       "Catalog file (default: $CLIPCAT_CATALOG, then the personal "
                                       "catalog in the data directory)");
@@ -68,6 +71,8 @@ int main(int argc, char** argv) {
       ->excludes(json_flag);
   app.add_flag("-q,--quiet", quiet,
                "Print only what the command exists to produce (ids, content), no messages");
+  app.add_flag("-v,--verbose", verbose,
+               "After an error's line, also print the rest of what the engine said about it");
 
   const auto commands = AllCommands();
   for (const auto& command : commands) {
@@ -124,10 +129,10 @@ int main(int argc, char** argv) {
     return kExitUsage;
   } catch (const clipcat::AutomationError& e) {
     // A member called by name raises what its contract says; it is shown as raised.
-    return ReportError(e, app.get_subcommand("call")->parsed());
+    return ReportError(e, app.get_subcommand("call")->parsed(), verbose);
   } catch (const std::exception& e) {
     return ReportError(clipcat::AutomationError(clipcat::err::kInvalidProcedureCall,
                                                 clipcat::kComponentSource, e.what()),
-                       false);
+                       false, verbose);
   }
 }

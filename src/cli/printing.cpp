@@ -70,7 +70,8 @@ void Table::Print(const Context& context) const {
   }
 }
 
-void PrintFolderTree(const Folders& folders, std::ostream& out) {
+void PrintFolderTree(const Folders& folders, std::ostream& out,
+                     const std::map<std::string, std::string>& offline_reasons) {
   struct Pending {
     std::shared_ptr<Folder> folder;
     int depth;
@@ -83,7 +84,11 @@ void PrintFolderTree(const Folders& folders, std::ostream& out) {
     stack.pop_back();
     out << std::string(static_cast<size_t>(next.depth) * 2, ' ') << next.folder->Name() << "  ["
         << next.folder->ID() << "]";
-    if (next.folder->Status() == kStatusError) out << " (offline)";
+    if (next.folder->Status() == kStatusError) {
+      const auto reason = offline_reasons.find(next.folder->ID());
+      out << (reason == offline_reasons.end() ? " (offline)"
+                                              : " (offline: " + reason->second + ")");
+    }
     out << "\n";
     const auto children = next.folder->ChildFolders()->Snapshot();
     for (auto it = children.rbegin(); it != children.rend(); ++it) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -31,8 +32,10 @@ class Table {
 };
 
 // One line per folder, children indented under their parent: "Name  [ID]", with " (offline)"
-// for a linked catalog that does not answer.
-void PrintFolderTree(const Folders& folders, std::ostream& out);
+// for a linked catalog that does not answer, " (offline: REASON)" when `offline_reasons` has
+// one for the folder's id.
+void PrintFolderTree(const Folders& folders, std::ostream& out,
+                     const std::map<std::string, std::string>& offline_reasons = {});
 
 // With --tsv, the tree as a table: ID, PARENT, NAME, one row per folder in the tree's order.
 void PrintFolderTable(const Folders& folders, const Context& context);

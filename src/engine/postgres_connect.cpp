@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "engine/connection_string.h"
+#include "engine/server_failures.h"
 #include "util/errors.h"
 #include "util/odbc_ini.h"
 #include "util/probes.h"
@@ -22,21 +23,42 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A server that answered gets this long to finish the handshake, as long as any statement may run.
-constexpr std::chrono::milliseconds kHandshakeTimeout{10'000};
+// A server that answered gets this long to finish the handshake unless the connection details
+// say otherwise ("connect_timeout", in seconds, as libpq reads it).
+constexpr std::chrono::seconds kDefaultConnectTimeout{2};
+
+// Defaults the connection details may override: a server that vanishes mid-statement is noticed
+// within about five seconds (unacknowledged data, or an idle connection's keepalives).
+const std::vector<std::pair<std::string, std::string>>& OverridableDefaults() {
+  static const auto* defaults = new std::vector<std::pair<std::string, std::string>>{
+      {"keepalives", "1"},       {"keepalives_idle", "2"},     {"keepalives_interval", "1"},
+      {"keepalives_count", "3"}, {"tcp_user_timeout", "5000"},
+  };
+  return *defaults;
+}
 
 // Connection string keys (lower-cased) and the libpq keywords they set. Frozen: stored
 // connection strings use them.
 const std::map<std::string, std::string, std::less<>>& ProviderKeys() {
   static const auto* keys = new std::map<std::string, std::string, std::less<>>{
-      {"host", "host"},        {"server", "host"},
-      {"data source", "host"}, {"port", "port"},
-      {"database", "dbname"},  {"initial catalog", "dbname"},
-      {"user id", "user"},     {"uid", "user"},
-      {"user", "user"},        {"username", "user"},
-      {"user name", "user"},   {"password", "password"},
-      {"pwd", "password"},     {"ssl mode", "sslmode"},
-      {"sslmode", "sslmode"},  {"application name", "application_name"},
+      {"host", "host"},
+      {"server", "host"},
+      {"data source", "host"},
+      {"port", "port"},
+      {"database", "dbname"},
+      {"initial catalog", "dbname"},
+      {"user id", "user"},
+      {"uid", "user"},
+      {"user", "user"},
+      {"username", "user"},
+      {"user name", "user"},
+      {"password", "password"},
+      {"pwd", "password"},
+      {"ssl mode", "sslmode"},
+      {"sslmode", "sslmode"},
+      {"application name", "application_name"},
+      {"connect timeout", "connect_timeout"},
+      {"timeout", "connect_timeout"},
   };
   return *keys;
 }
@@ -101,6 +123,7 @@ struct ServerTargets {
   std::string host;
   std::string hostaddr;
   std::string port;
+  std::string connect_timeout;
 };
 
 ServerTargets TargetsOf(const PostgresParameters& parameters) {
@@ -110,6 +133,7 @@ ServerTargets TargetsOf(const PostgresParameters& parameters) {
     if (keyword == "host") targets.host = value;
     if (keyword == "hostaddr") targets.hostaddr = value;
     if (keyword == "port") targets.port = value;
+    if (keyword == "connect_timeout") targets.connect_timeout = value;
   };
   bool first_dbname = true;
   for (const auto& [keyword, value] : parameters.keywords) {
@@ -140,6 +164,29 @@ std::vector<std::string> SplitList(const std::string& text) {
     start = comma + 1;
   }
   return parts;
+}
+
+// How long a server that answered gets to finish the handshake.
+std::chrono::milliseconds HandshakeTimeout(const ServerTargets& targets) {
+  int seconds = 0;
+  const std::string& text = targets.connect_timeout;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+  if (text.empty() || error != std::errc() || end != text.data() + text.size() || seconds <= 0) {
+    return kDefaultConnectTimeout;
+  }
+  return std::chrono::seconds(seconds);
+}
+
+// What names one server (or set of servers) for the failures remembered: every parameter.
+std::string ServerKey(const PostgresParameters& parameters) {
+  std::string key;
+  for (const auto& [keyword, value] : parameters.keywords) {
+    key += keyword;
+    key += '=';
+    key += value;
+    key += '\0';
+  }
+  return key;
 }
 
 // True when every server the parameters name is a network host that the probe cannot reach.
@@ -188,9 +235,9 @@ std::string ConnectionMessage(const PGconn* conn) {
   return message;
 }
 
-[[noreturn]] void RaiseUnreachable(const std::string& why) {
-  throw AutomationError(err::kCatalogCannotBeOpened, kComponentSource,
-                        "The catalog server cannot be reached. " + why);
+AutomationError Unreachable(const std::string& why) {
+  return AutomationError(err::kCatalogCannotBeOpened, kComponentSource,
+                         "The catalog server cannot be reached. " + why);
 }
 
 void IgnoreNotice(void* /*arg*/, const char* /*message*/) {}
@@ -232,6 +279,7 @@ std::optional<PostgresParameters> PostgresParametersFor(const std::string& conne
                                                         const std::string& user_name,
                                                         const std::string& password) {
   PostgresParameters parameters;
+  parameters.keywords = OverridableDefaults();
   if (IsUri(connection_string)) {
     parameters.keywords.emplace_back("dbname", TrimSpaces(connection_string));
     parameters.expand_dbname = true;
@@ -253,13 +301,9 @@ std::optional<PostgresParameters> PostgresParametersFor(const std::string& conne
       return std::nullopt;
     }
   }
-  // The store reads and writes UTF-8 text; keepalives notice a server that vanished mid-query.
+  // The store reads and writes UTF-8 text.
   parameters.keywords.emplace_back("client_encoding", "UTF8");
   parameters.keywords.emplace_back("fallback_application_name", "clipcat");
-  parameters.keywords.emplace_back("keepalives", "1");
-  parameters.keywords.emplace_back("keepalives_idle", "5");
-  parameters.keywords.emplace_back("keepalives_interval", "2");
-  parameters.keywords.emplace_back("keepalives_count", "3");
   if (!user_name.empty()) parameters.keywords.emplace_back("user", user_name);
   if (!password.empty()) parameters.keywords.emplace_back("password", password);
   return parameters;
@@ -267,9 +311,13 @@ std::optional<PostgresParameters> PostgresParametersFor(const std::string& conne
 
 PGconn* ConnectPostgres(const PostgresParameters& parameters) {
   RequireReadableParameters(parameters);
+  const std::string key = ServerKey(parameters);
+  if (auto remembered = RememberedServerFailure(key)) throw *remembered;
   const ServerTargets targets = TargetsOf(parameters);
   if (NoServerAnswers(targets)) {
-    RaiseUnreachable("The host " + targets.host + " does not answer.");
+    const AutomationError error = Unreachable("The host " + targets.host + " does not answer.");
+    RememberServerFailure(key, error);
+    throw error;
   }
   std::vector<const char*> keywords;
   std::vector<const char*> values;
@@ -287,12 +335,13 @@ PGconn* ConnectPostgres(const PostgresParameters& parameters) {
   PQsetNoticeProcessor(conn, &IgnoreNotice, nullptr);
   const Clock::time_point start = Clock::now();
   const std::chrono::milliseconds answer_timeout = ProbeOptions{}.time_out;
+  const std::chrono::milliseconds handshake_timeout = HandshakeTimeout(targets);
   bool answered = ServerAnswered(PQstatus(conn));
   bool timed_out = false;
   PostgresPollingStatusType state =
       PQstatus(conn) == CONNECTION_BAD ? PGRES_POLLING_FAILED : PGRES_POLLING_WRITING;
   while (state != PGRES_POLLING_OK && state != PGRES_POLLING_FAILED) {
-    const Clock::time_point deadline = start + (answered ? kHandshakeTimeout : answer_timeout);
+    const Clock::time_point deadline = start + (answered ? handshake_timeout : answer_timeout);
     const auto remaining =
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
     const int socket = PQsocket(conn);
@@ -307,11 +356,24 @@ PGconn* ConnectPostgres(const PostgresParameters& parameters) {
     state = PQconnectPoll(conn);
     answered = answered || ServerAnswered(PQstatus(conn));
   }
-  if (state == PGRES_POLLING_OK) return conn;
+  if (state == PGRES_POLLING_OK) {
+    ForgetServerFailure(key);
+    return conn;
+  }
   std::string message = ConnectionMessage(conn);
-  if (timed_out) message = answered ? "timeout expired" : "No server answered in time.";
+  if (timed_out) {
+    message = answered ? "The server did not complete the connection in time."
+                       : "No server answered in time.";
+  }
   PQfinish(conn);
-  if (!answered) RaiseUnreachable(message);
+  if (!answered || timed_out) {
+    const AutomationError error =
+        answered ? AutomationError(err::kCatalogCannotBeOpened, kComponentSource,
+                                   "The catalog server does not answer. " + message)
+                 : Unreachable(message);
+    RememberServerFailure(key, error);
+    throw error;
+  }
   throw AutomationError(err::kDatabaseError, kPostgresSource, message);
 }
 

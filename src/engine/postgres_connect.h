@@ -33,8 +33,8 @@ struct PostgresParameters {
 
 // The parameters for `connection_string` when it names a PostgreSQL database:
 //   "Provider=PostgreSQL;Host=...;Port=...;Database=...;User ID=...;Password=..." (also Server,
-//   Data Source, Initial Catalog, UID, User, Username, PWD, SSL Mode, Application Name and
-//   Search Path; other items are ignored);
+//   Data Source, Initial Catalog, UID, User, Username, PWD, SSL Mode, Application Name, Connect
+//   Timeout, Timeout and Search Path; other items are ignored);
 //   a "postgresql://" or "postgres://" URI;
 //   "DSN=NAME" (with no provider or the ODBC provider MSDASQL), the data source read from the
 //   odbc.ini files the probes read (Servername or Server, Port, Database, Username or UID,
@@ -48,10 +48,12 @@ std::optional<PostgresParameters> PostgresParametersFor(const std::string& conne
 
 // Opens a connection with `parameters` and answers it (the caller owns it: PQfinish). Raises
 // err::kCatalogCannotBeOpened, source "clipcat", when no server answers: a host that the network
-// probe cannot reach, a refused connection or a missing socket, or no answer within the probe's
-// time-out. Raises err::kDatabaseError, source "PostgreSQL", with libpq's message when a server
-// answered but the connection failed (authentication, unknown database) or did not complete
-// within 10 seconds.
+// probe cannot reach, a refused connection or a missing socket, no answer within the probe's
+// time-out, or a handshake not finished within the connect time-out ("connect_timeout" seconds,
+// 2 by default). Such a failure is remembered for a short while (server_failures.h): another
+// connection with the same parameters in that time fails at once with the same error. Raises
+// err::kDatabaseError, source "PostgreSQL", with libpq's message on one line when a server
+// answered but refused the connection (authentication, unknown database).
 PGconn* ConnectPostgres(const PostgresParameters& parameters);
 
 }  // namespace clipcat

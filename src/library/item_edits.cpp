@@ -2,6 +2,7 @@
 
 #include "library/item_lookup.h"
 #include "library/item_names.h"
+#include "library/linked_catalog_status.h"
 #include "util/errors.h"
 #include "util/item_id.h"
 
@@ -118,8 +119,10 @@ void RemoveItem(Catalog& catalog, const std::string& id, bool permanently) {
 }
 
 std::shared_ptr<Folder> LinkCatalog(Catalog& catalog, const std::string& name,
-                                    const std::shared_ptr<ConnectionDetails>& linked) {
+                                    const std::shared_ptr<ConnectionDetails>& linked,
+                                    bool check_reachable) {
   RequireUsableName(name, "folder");
+  if (check_reachable) RequireCatalogReachable(linked);
   return catalog.write().AddLinkedFolder(linked, name, catalog.details());
 }
 

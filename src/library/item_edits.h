@@ -52,9 +52,13 @@ RemovalScope DescribeRemoval(Catalog& catalog, const std::string& id);
 void RemoveItem(Catalog& catalog, const std::string& id, bool permanently);
 
 // Links the catalog `linked` selects into the personal catalog as a top-level folder named
-// `name`. Refuses a name that RequireUsableName refuses. Answers the linking folder.
+// `name`. Refuses a name that RequireUsableName refuses. With `check_reachable`, first opens the
+// linked catalog (RequireCatalogReachable) and raises what that raises, storing nothing: wrong
+// connection details are found now rather than shown later as an offline folder. Answers the
+// linking folder.
 std::shared_ptr<Folder> LinkCatalog(Catalog& catalog, const std::string& name,
-                                    const std::shared_ptr<ConnectionDetails>& linked);
+                                    const std::shared_ptr<ConnectionDetails>& linked,
+                                    bool check_reachable = true);
 
 // Removes the link that folder `id` (the linking folder's own id, the one AddLinkedFolder
 // answered) makes to another catalog, leaving that catalog untouched. Raises 512

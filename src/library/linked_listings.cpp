@@ -4,25 +4,20 @@
 
 #include "library/item_lookup.h"
 #include "library/item_paths.h"
+#include "library/linked_catalog_status.h"
 #include "util/errors.h"
 #include "util/item_id.h"
 
 namespace clipcat {
-namespace {
-
-constexpr int32_t kStatusOffline = 4;  // GetLinkedFolders: a catalog that did not answer
-
-}  // namespace
-
 LinkedCatalogs ListLinkedCatalogs(Catalog& catalog) {
   LinkedCatalogs linked;
-  for (const auto& folder :
-       catalog.read().GetLinkedFolders(catalog.details())->Items()->Snapshot()) {
-    // The list starts with the selected catalog's own top folder, which links nothing.
-    if (folder->Status() == kStatusOffline) {
-      linked.offline.push_back(folder->Name());
-    } else if (IsExternalItemID(folder->ID())) {
-      linked.online.push_back({folder->ID(), folder->Name()});
+  std::vector<LinkedCatalogStatus> statuses;
+  IgnoreErrors([&] { statuses = ProbeLinkedCatalogs(catalog); });
+  for (const LinkedCatalogStatus& status : statuses) {
+    if (status.online) {
+      linked.online.push_back({status.item_id, status.name});
+    } else {
+      linked.offline.push_back(status.name);
     }
   }
   return linked;

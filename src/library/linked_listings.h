@@ -26,7 +26,7 @@ struct LinkedCatalogs {
       offline;  // the names of the linked folders whose catalogs did not answer
 };
 
-// Asks each linked catalog whether it answers (GetLinkedFolders). Never raises.
+// Asks each linked catalog whether it answers, all at once (ProbeLinkedCatalogs). Never raises.
 LinkedCatalogs ListLinkedCatalogs(Catalog& catalog);
 
 // A category and the catalog it belongs to.

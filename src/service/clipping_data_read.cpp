@@ -311,6 +311,15 @@ std::shared_ptr<Folders> ClippingDataRead::GetLinkedFolders(const Connection& oD
   return result;
 }
 
+std::shared_ptr<Folders> ClippingDataRead::GetLinkingFolders(const Connection& oDefaultConnection) {
+  const auto result = Folders::Create();
+  for (const auto& folder :
+       DefaultDataAccess(oDefaultConnection)->GetLinkedFolders()->Items()->Snapshot()) {
+    if (folder->ExternalCatalogID() != 0) result->AddFolder(folder);
+  }
+  return result;
+}
+
 std::shared_ptr<ConnectionDetails> ClippingDataRead::GetConnectionDetails(
     const std::string& sFolderId, const Connection& oDefaultConnection) {
   const auto catalog = DefaultDataAccess(oDefaultConnection);

@@ -158,6 +158,10 @@ class ClippingDataRead {
   // linked folder itself with status 4 when its catalog does not answer. Never raises.
   std::shared_ptr<Folders> GetLinkedFolders(const Connection& oDefaultConnection);
 
+  // The folders of the default catalog that link other catalogs, as stored, in the order of
+  // their names; no linked catalog is opened. C++ only. Raises the default catalog's errors.
+  std::shared_ptr<Folders> GetLinkingFolders(const Connection& oDefaultConnection);
+
   // The connection details of the catalog that holds sFolderId (for a linked folder of the
   // default catalog, the catalog it links), or nullptr.
   std::shared_ptr<ConnectionDetails> GetConnectionDetails(const std::string& sFolderId,

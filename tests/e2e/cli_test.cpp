@@ -163,7 +163,22 @@ TEST_F(Cli, OtherCatalogsAreReachedThroughConnectionDetails) {
   const std::string offer = Trim(Ok({"add", "P1C2", "Offer", "--text", "10% off"}));
   EXPECT_EQ(OkOn(shared, {"show", offer.substr(3), "--raw", "2"}), "10% off");
   fs::rename(shared, shared + ".away");
-  EXPECT_NE(Ok({"tree"}).find("Team  [" + linked + "] (offline)"), npos);
+  const std::string away = "The catalog \"" + shared + "\" cannot be reached.";
+  EXPECT_NE(Ok({"tree"}).find("Team  [" + linked + "] (offline: " + away + ")\n"), npos);
+  // A link is checked before it is stored, unless it is said to be offline.
+  EXPECT_NE(Fails({"link", "Again", shared}).find(away), npos);
+  EXPECT_EQ(Ok({"tree"}).find("Again"), npos);
+  const std::string again = Trim(Ok({"link", "Again", shared, "--offline"}));
+  EXPECT_NE(Ok({"tree"}).find("Again  [" + again + "] (offline: "), npos);
+  Ok({"unlink", again});
+  // A file that is no catalog: the plain line, and with --verbose what the engine said.
+  WriteFile(dir_ / "junk.db", "not a catalog at all, but long enough to be read as one\n");
+  const Result junk =
+      Run({"--catalog", catalog_, "--verbose", "link", "Junk", (dir_ / "junk.db").string()});
+  EXPECT_EQ(junk.status, 1);
+  EXPECT_EQ(junk.err.rfind("error: ", 0), 0u) << junk.err;
+  EXPECT_NE(junk.err.find("\n  file is not a database\n"), npos) << junk.err;
+  EXPECT_EQ(Fails({"link", "Junk", (dir_ / "junk.db").string()}).find("\n  "), npos);
   fs::rename(shared + ".away", shared);
   Ok({"unlink", linked});
   EXPECT_EQ(Ok({"tree"}).find("Team"), npos);

@@ -27,8 +27,9 @@ std::string Describe(const std::string& connection_string, const std::string& us
     if (!value.empty()) values[key] = value;
   }
   EXPECT_EQ(values["client_encoding"], "UTF8");
-  for (const char* fixed : {"client_encoding", "fallback_application_name", "keepalives",
-                            "keepalives_count", "keepalives_idle", "keepalives_interval"}) {
+  for (const char* fixed :
+       {"client_encoding", "fallback_application_name", "keepalives", "keepalives_count",
+        "keepalives_idle", "keepalives_interval", "tcp_user_timeout"}) {
     values.erase(fixed);  // the same for every connection
   }
   std::string text = parameters->expand_dbname ? "URI" : "";
@@ -49,6 +50,25 @@ class ScopedOdbcIni {
   ScopedEnv env_;
 };
 
+TEST(PostgresConnect, TheConnectionsOwnParametersOverrideTheTimeOutDefaults) {
+  // libpq takes the last value of a keyword, and a URI's parameters where the URI stands: the
+  // defaults come first so that the URI's and the string's own win.
+  for (const std::string text :
+       {"postgresql://db1/team?tcp_user_timeout=9000", "Provider=PostgreSQL;Host=db1"}) {
+    const auto parameters = PostgresParametersFor(text, "", "");
+    ASSERT_TRUE(parameters.has_value());
+    const auto& keywords = parameters->keywords;
+    const auto position = [&](const std::string& keyword) {
+      for (size_t i = 0; i < keywords.size(); ++i) {
+        if (keywords[i].first == keyword) return i;
+      }
+      return keywords.size();
+    };
+    EXPECT_LT(position("tcp_user_timeout"), position(text[0] == 'p' ? "dbname" : "host")) << text;
+    EXPECT_LT(position("keepalives_idle"), position(text[0] == 'p' ? "dbname" : "host")) << text;
+  }
+}
+
 TEST(PostgresConnect, ConnectionStringsBecomeLibpqKeywordsValueByValue) {
   ScopedOdbcIni ini(
       "[ODBC Data Sources]\nteam = PostgreSQL Unicode\n\n[team]\nDriver = PostgreSQL Unicode\n"
@@ -64,6 +84,7 @@ TEST(PostgresConnect, ConnectionStringsBecomeLibpqKeywordsValueByValue) {
       // Quoted values keep what would otherwise end or start an item: no value becomes a key.
       {"Provider=PostgreSQL;Host=db1;Password='a;b=c host=evil ''x''';Database=\"t;u\"",
        "dbname=t;u host=db1 password=a;b=c host=evil 'x'"},
+      {"Provider=PostgreSQL;Host=db1;Connect Timeout=7", "connect_timeout=7 host=db1"},
       // A later item wins; unknown items are ignored.
       {"Provider=PostgreSQL;Host=a;Persist Security Info=False;Host=b;options=-c x=y", "host=b"},
       // Data sources come from odbc.ini; items of the string override the data source's.

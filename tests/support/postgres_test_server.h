@@ -64,6 +64,15 @@ class PostgresTestServer {
   PostgresTestServer& operator=(const PostgresTestServer&) = delete;
 
   const std::string& socket_dir() const { return dir_; }
+
+  // Stops the server with the shutdown `mode` ("fast" or "immediate"), as an administrator would;
+  // answers "" or why it did not stop.
+  std::string Stop(const std::string& mode) const {
+    return Run(bin_ + "/pg_ctl -D " + dir_ + "/data -m " + mode + " -w stop", dir_ + "/stop.log");
+  }
+
+  // Starts the server again after Stop, on the same port; answers "" or why it did not start.
+  std::string Restart() const { return Run(start_command_, dir_ + "/pg_ctl.log"); }
   int port() const { return port_; }
 
   // A new, empty database of its own; answers its name.
@@ -199,10 +208,11 @@ class PostgresTestServer {
           << "local all all trust\n";
       if (!hba) return "pg_hba.conf cannot be written.";
     }
-    failure = Run(bin + "/pg_ctl -D " + data + " -l " + dir_ + "/server.log -w -t 60 -o \"" +
-                      "-c listen_addresses='' -k " + dir_ + " -p " + std::to_string(port_) +
-                      " -c fsync=off -c full_page_writes=off -c synchronous_commit=off\" start",
-                  dir_ + "/pg_ctl.log");
+    bin_ = bin;
+    start_command_ = bin + "/pg_ctl -D " + data + " -l " + dir_ + "/server.log -w -t 60 -o \"" +
+                     "-c listen_addresses='' -k " + dir_ + " -p " + std::to_string(port_) +
+                     " -c fsync=off -c full_page_writes=off -c synchronous_commit=off\" start";
+    failure = Run(start_command_, dir_ + "/pg_ctl.log");
     if (!failure.empty()) return failure + Tail(dir_ + "/server.log");
     return "";
   }
@@ -237,6 +247,8 @@ class PostgresTestServer {
   }
 
   std::string dir_;
+  std::string bin_;
+  std::string start_command_;
   std::string as_user_;  // the command prefix that runs a program as the server's user
   int port_ = 0;
   int databases_ = 0;
