@@ -73,6 +73,29 @@ class PostgresTestServer {
 
   // Starts the server again after Stop, on the same port; answers "" or why it did not start.
   std::string Restart() const { return Run(start_command_, dir_ + "/pg_ctl.log"); }
+
+  // A streaming standby of this server: a base backup started on a port of its own, its socket
+  // in the same directory. Answers "" or why it did not start. One standby per server.
+  std::string StartStandby() {
+    standby_port_ = FreePort();
+    if (standby_port_ == 0) return "No free port number.";
+    const std::string data = dir_ + "/standby";
+    std::string failure = Run(bin_ + "/pg_basebackup -h " + dir_ + " -p " + std::to_string(port_) +
+                                  " -U postgres -D " + data + " -R -X stream -c fast",
+                              dir_ + "/basebackup.log");
+    if (!failure.empty()) return failure;
+    return Run(bin_ + "/pg_ctl -D " + data + " -l " + dir_ + "/standby.log -w -t 60 -o \"" +
+                   "-c listen_addresses='' -k " + dir_ + " -p " + std::to_string(standby_port_) +
+                   "\" start",
+               dir_ + "/pg_ctl.log");
+  }
+
+  // Makes the standby a primary; answers "" or why not.
+  std::string PromoteStandby() const {
+    return Run(bin_ + "/pg_ctl -D " + dir_ + "/standby -w -t 60 promote", dir_ + "/promote.log");
+  }
+
+  int standby_port() const { return standby_port_; }
   int port() const { return port_; }
 
   // A new, empty database of its own; answers its name.
@@ -83,9 +106,15 @@ class PostgresTestServer {
     return name;
   }
 
-  // Runs `sql` as the superuser in `database`. Answers the server's error, "" on success.
-  std::string Admin(const std::string& sql, const std::string& database = "postgres") const {
-    PGconn* conn = PQconnectdb(Conninfo(database).c_str());
+  // Runs `sql` as the superuser in `database` (of the standby when `standby`). Answers the
+  // server's error, "" on success; the first value of a result goes to `value` when given.
+  std::string Admin(const std::string& sql, const std::string& database = "postgres",
+                    bool standby = false, std::string* value = nullptr) const {
+    const std::string conninfo = standby
+                                     ? "host=" + dir_ + " port=" + std::to_string(standby_port_) +
+                                           " dbname=" + database + " user=postgres"
+                                     : Conninfo(database);
+    PGconn* conn = PQconnectdb(conninfo.c_str());
     std::string error;
     if (PQstatus(conn) != CONNECTION_OK) {
       error = PQerrorMessage(conn);
@@ -93,6 +122,9 @@ class PostgresTestServer {
       PGresult* result = PQexec(conn, sql.c_str());
       const ExecStatusType status = PQresultStatus(result);
       if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK) error = PQerrorMessage(conn);
+      if (value != nullptr && status == PGRES_TUPLES_OK && PQntuples(result) > 0) {
+        *value = PQgetvalue(result, 0, 0);
+      }
       PQclear(result);
     }
     PQfinish(conn);
@@ -205,7 +237,8 @@ class PostgresTestServer {
     {
       std::ofstream hba(data + "/pg_hba.conf", std::ios::trunc);
       hba << "local all " << kPasswordRole << " scram-sha-256\n"
-          << "local all all trust\n";
+          << "local all all trust\n"
+          << "local replication all trust\n";
       if (!hba) return "pg_hba.conf cannot be written.";
     }
     bin_ = bin;
@@ -221,7 +254,9 @@ class PostgresTestServer {
   // then closes), and stops the server and removes the directory.
   void StartWatchdog(const std::string& bin) {
     const std::string command = as_user_ + bin + "/pg_ctl -D " + dir_ +
-                                "/data -m immediate -w stop > /dev/null 2>&1; rm -rf " + dir_;
+                                "/data -m immediate -w stop > /dev/null 2>&1; " + as_user_ + bin +
+                                "/pg_ctl -D " + dir_ +
+                                "/standby -m immediate -w stop > /dev/null 2>&1; rm -rf " + dir_;
     int fds[2];
     if (pipe2(fds, O_CLOEXEC) != 0) return;
     const char* argv[] = {"/bin/sh", "-c", command.c_str(), nullptr};
@@ -249,6 +284,7 @@ class PostgresTestServer {
   std::string dir_;
   std::string bin_;
   std::string start_command_;
+  int standby_port_ = 0;
   std::string as_user_;  // the command prefix that runs a program as the server's user
   int port_ = 0;
   int databases_ = 0;
