@@ -136,6 +136,46 @@ TEST_F(ServerOutage, AnAddInFlightWhenTheServerStopsIsThereWholeOrNotAtAll) {
   EXPECT_EQ(Lines(listed), present + 1) << listed;  // the header line and one per clipping
 }
 
+TEST_F(ServerOutage, AnImportCutShortByAStoppedServerLeavesNothing) {
+  // A directory of clippings, one file each, imported into the team catalog.
+  const fs::path source = dir_ / "many";
+  fs::create_directories(source);
+  for (int i = 0; i < 1000; ++i) {
+    WriteFile(source / ("c" + std::to_string(i) + ".txt"), std::string(2000, 'x'));
+  }
+  const pid_t child = fork();
+  if (child == 0) {
+    const std::string command =
+        CommandLine({"--catalog", catalog_, "-q", "import", source.string(), "--into", "Team"},
+                    {}) +
+        " >/dev/null 2>&1";
+    execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
+    _exit(127);
+  }
+  ASSERT_GT(child, 0);
+  // Stopped while the import's transaction is open and has written for a while.
+  for (int tries = 0;; ++tries) {
+    std::string writing;
+    ASSERT_EQ(server_->Admin("SELECT count(*) FROM pg_stat_activity WHERE xact_start IS NOT NULL "
+                             "AND application_name = 'clipcat' AND now() - xact_start > "
+                             "interval '300 milliseconds'",
+                             "postgres", false, &writing),
+              "");
+    if (writing != "0") break;
+    ASSERT_LT(tries, 6000) << "the import never held a transaction open";
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  StopServer("immediate");
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << "the import failed";
+  RestartServer();
+  EXPECT_EQ(Ok({"--tsv", "ls", "Team"}), "ID\tNAME\tUPDATED\n") << "nothing of the import is left";
+  // The same import then runs whole.
+  Ok({"-q", "import", source.string(), "--into", "Team"});
+  EXPECT_EQ(Lines(Ok({"--tsv", "ls", "Team"})), 1001u);
+}
+
 TEST_F(ServerOutage, ASilentServerCostsATreeOneWaitAndLinkChecksWhatItStores) {
   ::clipcat::testing::SilentServer silent;
   ASSERT_NE(silent.port(), 0);
