@@ -17,6 +17,7 @@ namespace clipcat {
 namespace {
 
 std::atomic<PostgresColumnSpelling> g_column_spelling{nullptr};
+std::atomic<uint64_t> g_round_trips{0};
 
 std::string ColumnSpelling(std::string_view table, std::string_view column) {
   const PostgresColumnSpelling spelling = g_column_spelling.load();
@@ -26,6 +27,8 @@ std::string ColumnSpelling(std::string_view table, std::string_view column) {
 }  // namespace
 
 void SetPostgresColumnSpelling(PostgresColumnSpelling spelling) { g_column_spelling = spelling; }
+
+uint64_t PostgresRoundTripsSoFar() { return g_round_trips.load(); }
 
 namespace {
 
@@ -263,6 +266,7 @@ PostgresResult PostgresSession::Run(const std::string& sql,
   const ParamArrays arrays(&params);
   // A call with parameters, even none, never runs more than one statement.
   ++round_trips_;
+  ++g_round_trips;
   PostgresResult result(PQexecParams(conn, sql.c_str(), arrays.count(), arrays.types.data(),
                                      arrays.values.data(), arrays.lengths.data(),
                                      arrays.formats.data(), 0));
@@ -290,6 +294,7 @@ void PostgresSession::Require(const PostgresResult& result) {
 std::vector<PostgresResult> PostgresSession::Exchange(const std::vector<Request>& requests) {
   PGconn* conn = Conn();
   ++round_trips_;
+  ++g_round_trips;
   if (PQenterPipelineMode(conn) != 1) RaiseError(nullptr);
   bool sent = true;
   for (const Request& request : requests) {

@@ -193,6 +193,10 @@ class PostgresSession {
   uint64_t round_trips_ = 0;
 };
 
+// The round trips to PostgreSQL servers every session of the process has made so far: for
+// measuring what an operation costs. Safe from any thread.
+uint64_t PostgresRoundTripsSoFar();
+
 // `name` as a quoted PostgreSQL identifier.
 std::string QuotePostgresIdentifier(std::string_view name);
 
