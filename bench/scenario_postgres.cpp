@@ -13,12 +13,15 @@
 #include "engine/postgres_session.h"
 #include "entities/clipping.h"
 #include "entities/folder.h"
+#include "entities/plain_text.h"
 #include "library/catalog_location.h"
 #include "scenario_common.h"
 #include "scenarios.h"
 #include "service/clipping_data_read.h"
 #include "service/clipping_data_write.h"
+#include "store/content_index.h"
 #include "support/postgres_test_server.h"
+#include "util/search_words.h"
 #include "workload.h"
 
 namespace clipcat_bench {
@@ -116,9 +119,11 @@ std::pair<std::shared_ptr<clipcat::ConnectionDetails>, std::vector<std::string>>
 }
 
 // The add's statements on libpq: the parent read, then in one transaction with the writer lock
-// the key drawn, the clipping row, its old items removed, both items inserted and the name check.
+// the key drawn, the clipping row, its old items removed, both items inserted, the content
+// index's row replaced and the name check.
 void FloorAdd(FloorPg& db, FrameCodec& codec, GuidMaker& guids, const std::string& folder,
               const std::string& name, const Content& content) {
+  const std::string description = "Benchmark " + name;
   PGresult* parent = db.Run("SELECT * From Folder WHERE lFolderId=$1", {folder});
   if (PQntuples(parent) != 1) throw std::runtime_error("bad parent");
   PQclear(parent);
@@ -137,7 +142,7 @@ void FloorAdd(FloorPg& db, FrameCodec& codec, GuidMaker& guids, const std::strin
   PQclear(
       db.Run("Insert Into Clipping (lClippingID, lFolderID, sGUID, sName, sDescription, "
              "iClippingStatus, tUpdated) Values ($1, $2, $3, $4, $5, 0, $6)",
-             {key, folder, guid, name, "Benchmark " + name, IsoNow()}));
+             {key, folder, guid, name, description, IsoNow()}));
   PQclear(db.Run("Delete From ClippingDataType Where lClippingId=$1", {key}));
   const std::pair<const char*, const std::string*> items[] = {{"1", &content.rtf},
                                                               {"2", &content.text}};
@@ -147,6 +152,17 @@ void FloorAdd(FloorPg& db, FrameCodec& codec, GuidMaker& guids, const std::strin
                "ClippingData) VALUES ($1, $2, true, $3)",
                {key, type, codec.Compress(*raw)}, 3));
   }
+  // The content index's row, its document made on the server as the catalog makes it.
+  const std::string text = clipcat::PlainTextOfItems(
+      *MakeClipping(name, description, content)->ClippingData(), clipcat::kContentTextLimit);
+  PQclear(db.Run("DELETE FROM ClippingText WHERE lClippingID = $1", {key}));
+  PQclear(db.Run(
+      "INSERT INTO ClippingText (lClippingID, sName, sDescription, sText, vDocument) VALUES ($1, "
+      "$2, $3, $4, ts_delete(setweight(to_tsvector('simple', coalesce($5, '')), 'A') || "
+      "to_tsvector('simple', '1.5') || setweight(to_tsvector('simple', coalesce($6, '')), 'B') "
+      "|| to_tsvector('simple', '1.5') || to_tsvector('simple', coalesce($7, '')), '1.5'))",
+      {key, name, description, text, clipcat::FoldedWordsText(name),
+       clipcat::FoldedWordsText(description), clipcat::FoldedWordsText(text)}));
   PGresult* check =
       db.Run("Select * From Clipping Where sName=$1 AND lFolderId=$2 AND iClippingStatus <>4",
              {name, folder});
