@@ -398,6 +398,10 @@ PostgresResult PostgresSession::RunCached(const std::string& sql,
 PostgresResult PostgresSession::RunStoreStatement(std::string_view sql) {
   Conn();
   RequireOneStatement(sql);
+  // The copy protocol would leave the connection waiting for data; statements are sent in a
+  // pipeline, where libpq does not take part in it.
+  const SqlStatementView view(sql);
+  if (view.Count() > 0 && IsWord(view.Sig(0), "copy")) RaiseEngineText("COPY is not supported.");
   const std::string translated = TranslateSqlForPostgres(sql, column_types_);
   // Statements that differ only in their values share one prepared statement. Should the server
   // refuse to prepare the statement with parameters, it runs as written.

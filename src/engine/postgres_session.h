@@ -99,8 +99,9 @@ class PostgresSession {
 
   // Runs one statement of the store's SQL. Raises err::kDatabaseError, source "PostgreSQL", and
   // runs nothing when the text is empty or holds anything but blanks, comments and semicolons
-  // after its first statement. Otherwise rewrites it for the server (TranslateSqlForPostgres)
-  // and runs it as RunGuarded does. A statement that changes the schema re-reads the column types.
+  // after its first statement, and refuses COPY ("COPY is not supported."). Otherwise rewrites it
+  // for the server (TranslateSqlForPostgres) and runs it as RunGuarded does. A statement that
+  // changes the schema re-reads the column types.
   PostgresResult RunStoreStatement(std::string_view sql);
 
   // Runs `sql` as written with `params` ($1, $2 ...), prepared once per connection and reused

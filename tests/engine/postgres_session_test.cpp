@@ -108,5 +108,24 @@ TEST_F(PostgresSessionTest, AStatementTheServerCannotPrepareWithParametersRunsAs
   session_->Run("COMMIT");
 }
 
+TEST_F(PostgresSessionTest, CopyIsRefusedAndTheConnectionStaysUsable) {
+  for (const bool in_transaction : {false, true}) {
+    if (in_transaction) session_->Run("BEGIN");
+    for (const char* copy : {"COPY Item TO STDOUT", "COPY Item FROM STDIN"}) {
+      try {
+        session_->RunStoreStatement(copy);
+        ADD_FAILURE() << copy << " ran";
+      } catch (const AutomationError& e) {
+        EXPECT_EQ(e.number(), err::kDatabaseError) << copy;
+      }
+    }
+    EXPECT_EQ(Value("SELECT sName FROM Item WHERE lId = 2"), "two");
+    if (in_transaction) {
+      EXPECT_EQ(session_->TransactionStatus(), PQTRANS_INTRANS);
+      session_->Run("COMMIT");
+    }
+  }
+}
+
 }  // namespace
 }  // namespace clipcat::testing
