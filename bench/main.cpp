@@ -38,6 +38,7 @@ constexpr Scenario kScenarios[] = {
     {"import", clipcat_bench::RunImport},      // import and export of a 50,000-clipping document
     {"versions", clipcat_bench::RunVersions},  // trash and versions
     {"gateway", clipcat_bench::RunGateway},    // clipcat serve under wrk
+    {"postgres", clipcat_bench::RunPostgres},  // add and read on a PostgreSQL server
     {"whatif", clipcat_bench::RunWritesRelaxedSync},
 };
 

@@ -92,26 +92,20 @@ PostgresCursor::PostgresCursor(std::shared_ptr<PostgresSession> session, std::st
     }
   }
   rows_ = session_->ReadRows(result.get());
-  const PostgresResult columns = session_->RunGuarded(
-      "SELECT c.oid::pg_catalog.regclass::text, a.attnum, a.attname,"
-      " CASE WHEN t.typbasetype <> 0 THEN t.typbasetype ELSE t.oid END"
-      " FROM pg_catalog.pg_attribute AS a"
-      " JOIN pg_catalog.pg_class AS c ON c.oid = a.attrelid"
-      " JOIN pg_catalog.pg_type AS t ON t.oid = a.atttypid"
-      " WHERE a.attrelid = $1::pg_catalog.oid AND a.attnum > 0 AND NOT a.attisdropped",
-      {{std::to_string(table)}});
-  std::map<int, std::pair<std::string, Oid>> by_number;
-  for (int row = 0; row < PQntuples(columns.get()); ++row) {
-    table_ = PQgetvalue(columns.get(), row, 0);
-    by_number[std::stoi(PQgetvalue(columns.get(), row, 1))] = {
-        PQgetvalue(columns.get(), row, 2),
-        static_cast<Oid>(std::stoul(PQgetvalue(columns.get(), row, 3)))};
-  }
+  // Columns read before may be out of date: one not known is looked up again.
+  const PostgresTableColumns* columns = &session_->TableColumns(table);
   for (int i = 0; i < count; ++i) {
-    const auto found = by_number.find(PQftablecol(result.get(), i));
-    if (found == by_number.end()) RaiseNotUpdatable();  // dropped meanwhile
-    origins_.push_back(found->second.first);
-    types_.push_back(found->second.second);
+    if (columns->by_number.count(PQftablecol(result.get(), i)) == 0) {
+      columns = &session_->TableColumns(table, true);
+      break;
+    }
+  }
+  table_ = columns->table;
+  for (int i = 0; i < count; ++i) {
+    const auto found = columns->by_number.find(PQftablecol(result.get(), i));
+    if (found == columns->by_number.end()) RaiseNotUpdatable();  // dropped meanwhile
+    origins_.push_back(found->second.name);
+    types_.push_back(found->second.type);
   }
   values_.resize(static_cast<size_t>(count));
 }

@@ -1,5 +1,6 @@
 #include "engine/postgres_session.h"
 
+#include <algorithm>
 #include <atomic>
 #include <charconv>
 #include <cstdint>
@@ -7,6 +8,7 @@
 
 #include "engine/database_backend.h"
 #include "engine/sql_statement_view.h"
+#include "engine/sqlite_parameters.h"
 #include "util/date.h"
 #include "util/errors.h"
 #include "util/text.h"
@@ -15,6 +17,7 @@ namespace clipcat {
 namespace {
 
 std::atomic<PostgresColumnSpelling> g_column_spelling{nullptr};
+std::atomic<uint64_t> g_round_trips{0};
 
 std::string ColumnSpelling(std::string_view table, std::string_view column) {
   const PostgresColumnSpelling spelling = g_column_spelling.load();
@@ -25,9 +28,70 @@ std::string ColumnSpelling(std::string_view table, std::string_view column) {
 
 void SetPostgresColumnSpelling(PostgresColumnSpelling spelling) { g_column_spelling = spelling; }
 
+uint64_t PostgresRoundTripsSoFar() { return g_round_trips.load(); }
+
 namespace {
 
 constexpr const char* kStatementSavepoint = "clipcat_statement";
+
+// Statements kept prepared per connection: more than the store's distinct statement shapes.
+constexpr size_t kPreparedStatements = 256;
+
+// The parameter arrays libpq takes, for `params`.
+struct ParamArrays {
+  explicit ParamArrays(const std::vector<PostgresParam>* params) {
+    if (params == nullptr) return;
+    for (const PostgresParam& param : *params) {
+      values.push_back(param.value ? param.value->data() : nullptr);
+      lengths.push_back(param.value ? static_cast<int>(param.value->size()) : 0);
+      formats.push_back(param.binary ? 1 : 0);
+      types.push_back(param.type);
+    }
+  }
+  int count() const { return static_cast<int>(values.size()); }
+  std::vector<const char*> values;
+  std::vector<int> lengths;
+  std::vector<int> formats;
+  std::vector<Oid> types;
+};
+
+// What the statement cache knows a statement by: its text and its parameters' types.
+std::string CacheKey(const std::string& sql, const std::vector<PostgresParam>& params) {
+  std::string key = sql;
+  key += '\0';
+  for (const PostgresParam& param : params) key += std::to_string(param.type) + ",";
+  return key;
+}
+
+// `parameterised` (a statement with "?" for its values) with "$1", "$2" ... instead, and its
+// values as parameters of the types the literals had: a string literal's type is left to the
+// statement, an integer is int4 when it fits and int8 otherwise, as the server types them.
+std::optional<std::pair<std::string, std::vector<PostgresParam>>> NumberedParameters(
+    const ParameterisedSql& parameterised) {
+  std::string text;
+  text.reserve(parameterised.text.size() + parameterised.values.size());
+  size_t next = 0;
+  for (const SqlToken& token : TokenizeSql(parameterised.text)) {
+    if (token.kind != SqlTokenKind::kParameter) {
+      text += token.text;
+      continue;
+    }
+    if (token.text != "?" || next == parameterised.values.size()) return std::nullopt;
+    text += "$" + std::to_string(++next);
+  }
+  if (next != parameterised.values.size()) return std::nullopt;
+  std::vector<PostgresParam> params;
+  params.reserve(next);
+  for (const SqlLiteralValue& value : parameterised.values) {
+    if (value.is_text) {
+      params.push_back({value.text});
+    } else {
+      const bool small = value.integer >= INT32_MIN && value.integer <= INT32_MAX;
+      params.push_back({std::to_string(value.integer), false, small ? kInt4Oid : kInt8Oid});
+    }
+  }
+  return std::make_pair(std::move(text), std::move(params));
+}
 
 [[noreturn]] void RaiseEngineText(const std::string& text) {
   throw AutomationError(err::kDatabaseError, kPostgresSource, text);
@@ -133,7 +197,7 @@ PostgresResult& PostgresResult::operator=(PostgresResult&& other) noexcept {
 }
 
 PostgresSession::PostgresSession(const PostgresParameters& parameters)
-    : conn_(ConnectPostgres(parameters)) {
+    : conn_(ConnectPostgres(parameters)), statements_(kPreparedStatements) {
   try {
     std::string sql =
         "SELECT pg_catalog.set_config('statement_timeout', '" +
@@ -199,22 +263,22 @@ void PostgresSession::AbandonCopy() {
 PostgresResult PostgresSession::Run(const std::string& sql,
                                     const std::vector<PostgresParam>& params) {
   PGconn* conn = Conn();
-  std::vector<const char*> values;
-  std::vector<int> lengths;
-  std::vector<int> formats;
-  for (const PostgresParam& param : params) {
-    values.push_back(param.value ? param.value->data() : nullptr);
-    lengths.push_back(param.value ? static_cast<int>(param.value->size()) : 0);
-    formats.push_back(param.binary ? 1 : 0);
-  }
-  // Parameters are typed by the statement; a call with parameters, even none, never runs more
-  // than one statement.
-  PostgresResult result(PQexecParams(conn, sql.c_str(), static_cast<int>(params.size()), nullptr,
-                                     values.data(), lengths.data(), formats.data(), 0));
+  const ParamArrays arrays(&params);
+  // A call with parameters, even none, never runs more than one statement.
+  ++round_trips_;
+  ++g_round_trips;
+  PostgresResult result(PQexecParams(conn, sql.c_str(), arrays.count(), arrays.types.data(),
+                                     arrays.values.data(), arrays.lengths.data(),
+                                     arrays.formats.data(), 0));
+  Require(result);
+  return result;
+}
+
+void PostgresSession::Require(const PostgresResult& result) {
   switch (PQresultStatus(result.get())) {
     case PGRES_COMMAND_OK:
     case PGRES_TUPLES_OK:
-      return result;
+      return;
     case PGRES_EMPTY_QUERY:
       RaiseEngineText("The statement text is empty.");
     case PGRES_COPY_IN:
@@ -227,27 +291,134 @@ PostgresResult PostgresSession::Run(const std::string& sql,
   }
 }
 
+std::vector<PostgresResult> PostgresSession::Exchange(const std::vector<Request>& requests) {
+  PGconn* conn = Conn();
+  ++round_trips_;
+  ++g_round_trips;
+  if (PQenterPipelineMode(conn) != 1) RaiseError(nullptr);
+  bool sent = true;
+  for (const Request& request : requests) {
+    const ParamArrays arrays(request.params);
+    switch (request.kind) {
+      case Request::Kind::kRun:
+        sent = PQsendQueryParams(conn, request.text.c_str(), arrays.count(), arrays.types.data(),
+                                 arrays.values.data(), arrays.lengths.data(), arrays.formats.data(),
+                                 0) == 1;
+        break;
+      case Request::Kind::kPrepare:
+        sent = PQsendPrepare(conn, request.text.c_str(), request.sql.c_str(), arrays.count(),
+                             arrays.types.data()) == 1;
+        break;
+      case Request::Kind::kRunPrepared:
+        sent = PQsendQueryPrepared(conn, request.text.c_str(), arrays.count(), arrays.values.data(),
+                                   arrays.lengths.data(), arrays.formats.data(), 0) == 1;
+        break;
+    }
+    if (!sent) break;
+  }
+  if (sent) sent = PQpipelineSync(conn) == 1;
+  std::vector<PostgresResult> results;
+  if (sent) {
+    for (size_t i = 0; i < requests.size(); ++i) {
+      PGresult* result = PQgetResult(conn);
+      results.emplace_back(result);
+      if (result == nullptr) break;  // the connection broke
+      while (PGresult* rest = PQgetResult(conn)) PQclear(rest);
+    }
+    while (PGresult* rest = PQgetResult(conn)) {
+      const ExecStatusType status = PQresultStatus(rest);
+      PQclear(rest);
+      if (status == PGRES_PIPELINE_SYNC) break;
+    }
+  }
+  if (PQexitPipelineMode(conn) != 1 || !sent) {
+    // A connection in the middle of an exchange serves nothing more.
+    const std::string message = PQerrorMessage(conn);
+    Close();
+    RaiseEngineText(message.empty() ? "The server did not answer." : message);
+  }
+  results.resize(requests.size());
+  return results;
+}
+
 PostgresResult PostgresSession::RunGuarded(const std::string& sql,
                                            const std::vector<PostgresParam>& params) {
-  if (TransactionStatus() != PQTRANS_INTRANS) return Run(sql, params);
-  Run(std::string("SAVEPOINT ") + kStatementSavepoint);
-  try {
-    PostgresResult result = Run(sql, params);
-    Run(std::string("RELEASE SAVEPOINT ") + kStatementSavepoint);
-    return result;
-  } catch (const AutomationError&) {
-    IgnoreErrors([&] {
-      Run(std::string("ROLLBACK TO SAVEPOINT ") + kStatementSavepoint);
-      Run(std::string("RELEASE SAVEPOINT ") + kStatementSavepoint);
-    });
-    throw;
+  bool prepare_failed = false;
+  return RunCached(sql, params, &prepare_failed);
+}
+
+PostgresResult PostgresSession::RunCached(const std::string& sql,
+                                          const std::vector<PostgresParam>& params,
+                                          bool* prepare_failed) {
+  const bool guarded = TransactionStatus() == PQTRANS_INTRANS;
+  std::vector<Request> requests;
+  for (const std::string& name : statements_.TakeEvicted()) {
+    requests.push_back({Request::Kind::kRun, "DEALLOCATE " + QuotePostgresIdentifier(name)});
   }
+  if (guarded) {
+    requests.push_back({Request::Kind::kRun, std::string("SAVEPOINT ") + kStatementSavepoint});
+  }
+  const std::string key = CacheKey(sql, params);
+  std::optional<std::string> name = statements_.Find(key);
+  const bool fresh = !name.has_value();
+  size_t prepare_at = 0;
+  if (fresh) {
+    name = statements_.NewName();
+    prepare_at = requests.size();
+    requests.push_back({Request::Kind::kPrepare, *name, &params, sql});
+  }
+  const size_t run_at = requests.size();
+  requests.push_back({Request::Kind::kRunPrepared, *name, &params});
+  if (guarded) {
+    requests.push_back(
+        {Request::Kind::kRun, std::string("RELEASE SAVEPOINT ") + kStatementSavepoint});
+  }
+  std::vector<PostgresResult> results = Exchange(requests);
+  if (fresh && PQresultStatus(results[prepare_at].get()) == PGRES_COMMAND_OK) {
+    statements_.Keep(key, *name);
+  }
+  *prepare_failed = fresh && PQresultStatus(results[prepare_at].get()) != PGRES_COMMAND_OK;
+  const auto failed = std::find_if(results.begin(), results.end(), [](const PostgresResult& r) {
+    const ExecStatusType status = PQresultStatus(r.get());
+    return status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK;
+  });
+  if (failed == results.end()) return std::move(results[run_at]);
+  if (guarded && conn_ != nullptr) {
+    IgnoreErrors([&] {
+      const std::vector<PostgresResult> undone = Exchange(
+          {{Request::Kind::kRun, std::string("ROLLBACK TO SAVEPOINT ") + kStatementSavepoint},
+           {Request::Kind::kRun, std::string("RELEASE SAVEPOINT ") + kStatementSavepoint}});
+      for (const PostgresResult& result : undone) Require(result);
+    });
+  }
+  Require(*failed);
+  RaiseEngineText("The server did not answer.");  // not reached: Require raised
 }
 
 PostgresResult PostgresSession::RunStoreStatement(std::string_view sql) {
   Conn();
   RequireOneStatement(sql);
-  PostgresResult result = RunGuarded(TranslateSqlForPostgres(sql, column_types_));
+  // The copy protocol would leave the connection waiting for data; statements are sent in a
+  // pipeline, where libpq does not take part in it.
+  const SqlStatementView view(sql);
+  if (view.Count() > 0 && IsWord(view.Sig(0), "copy")) RaiseEngineText("COPY is not supported.");
+  const std::string translated = TranslateSqlForPostgres(sql, column_types_);
+  // Statements that differ only in their values share one prepared statement. Should the server
+  // refuse to prepare the statement with parameters, it runs as written.
+  std::optional<std::pair<std::string, std::vector<PostgresParam>>> numbered;
+  if (const auto parameterised = ParameteriseSql(translated)) {
+    if (!parameterised->values.empty()) numbered = NumberedParameters(*parameterised);
+  }
+  PostgresResult result;
+  bool prepare_failed = false;
+  if (numbered) {
+    try {
+      result = RunCached(numbered->first, numbered->second, &prepare_failed);
+    } catch (const AutomationError&) {
+      if (!prepare_failed || conn_ == nullptr) throw;
+    }
+  }
+  if (!numbered || prepare_failed) result = RunGuarded(translated);
   if (MayChangeSchema(sql)) {
     LoadColumnTypes();
     if (TransactionStatus() != PQTRANS_IDLE) schema_changed_in_transaction_ = true;
@@ -295,6 +466,34 @@ void PostgresSession::LoadColumnTypes() {
   }
   if (!folds) types.texts.clear();
   column_types_ = std::move(types);
+  table_columns_.clear();
+  table_names_.clear();
+  // A prepared statement's result columns are fixed when it is prepared.
+  if (statements_.size() > 0 || !statements_.TakeEvicted().empty()) {
+    statements_.Clear();
+    Run("DEALLOCATE ALL");
+  }
+}
+
+const PostgresTableColumns& PostgresSession::TableColumns(Oid table, bool reload) {
+  const auto found = table_columns_.find(table);
+  if (found != table_columns_.end() && !reload) return found->second;
+  const PostgresResult result = RunGuarded(
+      "SELECT c.oid::pg_catalog.regclass::text, a.attnum, a.attname,"
+      " CASE WHEN t.typbasetype <> 0 THEN t.typbasetype ELSE t.oid END"
+      " FROM pg_catalog.pg_attribute AS a"
+      " JOIN pg_catalog.pg_class AS c ON c.oid = a.attrelid"
+      " JOIN pg_catalog.pg_type AS t ON t.oid = a.atttypid"
+      " WHERE a.attrelid = $1::pg_catalog.oid AND a.attnum > 0 AND NOT a.attisdropped",
+      {{std::to_string(table)}});
+  PostgresTableColumns columns;
+  for (int row = 0; row < PQntuples(result.get()); ++row) {
+    columns.table = PQgetvalue(result.get(), row, 0);
+    columns.by_number[std::stoi(PQgetvalue(result.get(), row, 1))] = {
+        PQgetvalue(result.get(), row, 2),
+        static_cast<Oid>(std::stoul(PQgetvalue(result.get(), row, 3)))};
+  }
+  return table_columns_[table] = std::move(columns);
 }
 
 void PostgresSession::AfterRollback() {

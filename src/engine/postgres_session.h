@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -16,6 +17,7 @@
 
 #include "engine/postgres_connect.h"
 #include "engine/postgres_dialect.h"
+#include "engine/postgres_statement_cache.h"
 #include "engine/row_set.h"
 
 namespace clipcat {
@@ -43,6 +45,20 @@ struct PostgresParam {
   // True: the bytes as they are, for a bytea column. False: text the server reads as a value of
   // the type the statement gives the parameter.
   bool binary = false;
+  // The parameter's type; 0 lets the statement decide, as it does for a quoted literal.
+  Oid type = 0;
+};
+
+// One column of a table, as the updatable cursor needs it.
+struct PostgresTableColumn {
+  std::string name;
+  Oid type = 0;  // the base type of a domain
+};
+
+// The columns of one table, by column number.
+struct PostgresTableColumns {
+  std::string table;  // the table's name as SQL reads it (schema-qualified when not visible)
+  std::map<int, PostgresTableColumn> by_number;
 };
 
 // Owns one PGresult.
@@ -83,14 +99,17 @@ class PostgresSession {
 
   // Runs one statement of the store's SQL. Raises err::kDatabaseError, source "PostgreSQL", and
   // runs nothing when the text is empty or holds anything but blanks, comments and semicolons
-  // after its first statement. Otherwise rewrites it for the server (TranslateSqlForPostgres)
-  // and runs it as RunGuarded does. A statement that changes the schema re-reads the column types.
+  // after its first statement, and refuses COPY ("COPY is not supported."). Otherwise rewrites it
+  // for the server (TranslateSqlForPostgres) and runs it as RunGuarded does. A statement that
+  // changes the schema re-reads the column types.
   PostgresResult RunStoreStatement(std::string_view sql);
 
-  // Runs `sql` as written with `params` ($1, $2 ...). Inside a transaction the statement runs
-  // behind a savepoint, so that when it fails the transaction stays usable and only the
-  // statement is undone. Raises the server's error as err::kDatabaseError, source "PostgreSQL",
-  // with the server's message.
+  // Runs `sql` as written with `params` ($1, $2 ...), prepared once per connection and reused
+  // (the statement cache). Inside a transaction the statement runs behind a savepoint, so that
+  // when it fails the transaction stays usable and only the statement is undone; the savepoint,
+  // its release and a statement's first preparation travel with the statement in one round trip.
+  // Raises the server's error as err::kDatabaseError, source "PostgreSQL", with the server's
+  // message.
   PostgresResult RunGuarded(const std::string& sql, const std::vector<PostgresParam>& params = {});
 
   // Runs `sql` as written with `params`, unguarded: for transaction control. Raises as RunGuarded.
@@ -110,8 +129,19 @@ class PostgresSession {
 
   const PostgresColumnTypes& column_types() const { return column_types_; }
 
+  // The columns of table `table`, read once per connection and again after the schema changed
+  // (see LoadColumnTypes) or when `reload` is true.
+  const PostgresTableColumns& TableColumns(Oid table, bool reload = false);
+
+  // The number of round trips to the server so far: every exchange of requests and answers.
+  uint64_t round_trips() const { return round_trips_; }
+
+  // The number of statements prepared and kept on the connection.
+  size_t prepared_statements() const { return statements_.size(); }
+
   // Re-reads which visible columns hold dates, booleans and text, and whether the catalog has
-  // its folding function.
+  // its folding function. Forgets the columns read by TableColumns and the prepared statements,
+  // which a changed schema may have made wrong.
   void LoadColumnTypes();
 
   // To be called after a rollback (of a transaction or to a savepoint): re-reads the column types
@@ -133,6 +163,23 @@ class PostgresSession {
   // The lower-case name of table `table`, read once per session.
   const std::string& TableName(Oid table);
 
+  // One request of an exchange.
+  struct Request {
+    enum class Kind { kRun, kPrepare, kRunPrepared } kind;
+    std::string text;  // the statement, or the prepared statement's name
+    const std::vector<PostgresParam>* params = nullptr;
+    std::string sql = {};  // kPrepare: the statement to prepare
+  };
+  // Sends `requests` together and answers their results, one per request, in one round trip.
+  // After a request fails the server skips the rest (PGRES_PIPELINE_ABORTED). A result is null
+  // when the connection broke.
+  std::vector<PostgresResult> Exchange(const std::vector<Request>& requests);
+  // Raises unless `result` is a success.
+  void Require(const PostgresResult& result);
+  // RunGuarded; `prepare_failed` tells whether the server refused to prepare the statement.
+  PostgresResult RunCached(const std::string& sql, const std::vector<PostgresParam>& params,
+                           bool* prepare_failed);
+
   PGconn* Conn() const;
   [[noreturn]] void RaiseError(const PGresult* result) const;
   void AbandonCopy();
@@ -142,7 +189,14 @@ class PostgresSession {
   bool schema_changed_in_transaction_ = false;
   const void* long_value_holder_ = nullptr;
   std::map<Oid, std::string> table_names_;
+  std::map<Oid, PostgresTableColumns> table_columns_;
+  PostgresStatementCache statements_;
+  uint64_t round_trips_ = 0;
 };
+
+// The round trips to PostgreSQL servers every session of the process has made so far: for
+// measuring what an operation costs. Safe from any thread.
+uint64_t PostgresRoundTripsSoFar();
 
 // `name` as a quoted PostgreSQL identifier.
 std::string QuotePostgresIdentifier(std::string_view name);
