@@ -91,20 +91,30 @@ std::string NoteLine(const ImportNote& note) {
 }  // namespace
 
 void ExportCommand(const Context& context, const std::string& file, bool with_history,
-                   bool portable) {
+                   bool portable, bool skip_damaged) {
   Catalog catalog = Catalog::Open(context.location);
   CatalogDocument document;
+  std::vector<std::string> unreadable;
   {
     ProgressBar progress("export");
-    document = ExportCatalog(catalog, progress.Reporter(), with_history);
+    document = ExportCatalog(catalog, progress.Reporter(), with_history,
+                             skip_damaged ? &unreadable : nullptr);
   }
   if (portable) document = PortableDocument(document);
   if (IsStandardStream(file)) {
     document.Write(context.out);
-    return;
+  } else {
+    document.WriteFile(file);
+    context.out << "exported " << DescribeCounts(document.counts()) << " to " << file << "\n";
   }
-  document.WriteFile(file);
-  context.out << "exported " << DescribeCounts(document.counts()) << " to " << file << "\n";
+  if (unreadable.empty()) return;
+  std::ostream& list = IsStandardStream(file) ? std::cerr : context.out;
+  for (const std::string& item : unreadable) list << "left out, unreadable: " << item << "\n";
+  throw AutomationError(err::kCatalogDamaged, kComponentSource,
+                        CatalogDamagedDescription(
+                            context.location.path.empty() ? "the catalog" : context.location.path,
+                            std::to_string(unreadable.size()) +
+                                " clippings or folders could not be read and were left out"));
 }
 
 void ImportCommand(const Context& context, const std::string& file, const std::string& into,
