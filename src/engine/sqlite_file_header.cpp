@@ -1,5 +1,8 @@
 #include "engine/sqlite_file_header.h"
 
+#include <sqlite3.h>
+
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -21,17 +24,11 @@ bool IsPowerOfTwo(uint32_t value) { return value != 0 && (value & (value - 1)) =
 
 }  // namespace
 
-std::optional<SqliteFileHeader> ReadSqliteFileHeader(const std::string& path) {
-  std::error_code error;
-  const auto size = std::filesystem::file_size(path, error);
-  if (error) return std::nullopt;
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return std::nullopt;
+SqliteFileHeader ParseSqliteFileHeader(const unsigned char* bytes, size_t size,
+                                       uint64_t file_size) {
   SqliteFileHeader header;
-  header.file_size = size;
-  unsigned char bytes[kHeaderSize] = {};
-  file.read(reinterpret_cast<char*>(bytes), kHeaderSize);
-  const auto read = static_cast<size_t>(file.gcount());
+  header.file_size = file_size;
+  const size_t read = std::min(size, kHeaderSize);
   header.magic_differences = 0;
   for (size_t i = 0; i < sizeof kMagic && i < read; ++i) {
     header.magic_differences += bytes[i] != static_cast<unsigned char>(kMagic[i]);
@@ -56,6 +53,33 @@ std::optional<SqliteFileHeader> ReadSqliteFileHeader(const std::string& path) {
   for (size_t i = 72; i < 92; ++i) header.expansion_is_zero &= bytes[i] == 0;
   header.version_valid_for = BigEndian(bytes + 92, 4);
   return header;
+}
+
+std::optional<SqliteFileHeader> ReadSqliteFileHeader(const std::string& path) {
+  std::error_code error;
+  const auto size = std::filesystem::file_size(path, error);
+  if (error) return std::nullopt;
+  std::ifstream file(path, std::ios::binary);
+  if (!file) return std::nullopt;
+  unsigned char bytes[kHeaderSize] = {};
+  file.read(reinterpret_cast<char*>(bytes), kHeaderSize);
+  return ParseSqliteFileHeader(bytes, static_cast<size_t>(file.gcount()), size);
+}
+
+std::optional<SqliteFileHeader> ReadSqliteFileHeaderOf(sqlite3* db) {
+  sqlite3_file* file = nullptr;
+  if (sqlite3_file_control(db, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK ||
+      file == nullptr || file->pMethods == nullptr) {
+    return std::nullopt;
+  }
+  sqlite3_int64 size = 0;
+  if (file->pMethods->xFileSize(file, &size) != SQLITE_OK || size < 0) return std::nullopt;
+  unsigned char bytes[kHeaderSize] = {};
+  const auto wanted = static_cast<size_t>(std::min<sqlite3_int64>(size, kHeaderSize));
+  if (wanted > 0 && file->pMethods->xRead(file, bytes, static_cast<int>(wanted), 0) != SQLITE_OK) {
+    return std::nullopt;
+  }
+  return ParseSqliteFileHeader(bytes, wanted, static_cast<uint64_t>(size));
 }
 
 bool IsForeignFile(const SqliteFileHeader& header) {
@@ -96,6 +120,11 @@ std::vector<std::string> SqliteHeaderProblems(const SqliteFileHeader& header,
   if (header.text_encoding < 1 || header.text_encoding > 3) {
     problems.push_back("the header's text encoding " + std::to_string(header.text_encoding) +
                        " is impossible");
+  }
+  // The engine's catalogs never reserve bytes at the end of their pages.
+  if (header.reserved_bytes != 0) {
+    problems.push_back("the header reserves " + std::to_string(header.reserved_bytes) +
+                       " bytes at the end of each page");
   }
   if (!header.expansion_is_zero) {
     problems.push_back("the header's bytes reserved for expansion are not zero");

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+struct sqlite3;
+
 namespace clipcat {
 
 // The fields of a SQLite file header (https://sqlite.org/fileformat.html, "The Database Header").
@@ -33,8 +35,20 @@ struct SqliteFileHeader {
   bool expansion_is_zero = false;  // the 20 bytes reserved for expansion
 };
 
+// The fields of `bytes` (the first bytes of a file, at most 100 of them taken) of a file of
+// `file_size` bytes.
+SqliteFileHeader ParseSqliteFileHeader(const unsigned char* bytes, size_t size, uint64_t file_size);
+
 // The header of the file at `path`; nothing when the file cannot be opened or read.
+// Opens and closes the file: never call it for a file this process has open through the engine,
+// because closing any descriptor of a file drops every POSIX lock the process holds on it (the
+// engine's included), and another process may then take the database for unused and remove
+// its log. Use ReadSqliteFileHeaderOf for such a file.
 std::optional<SqliteFileHeader> ReadSqliteFileHeader(const std::string& path);
+
+// The header of the main database of the open connection `db`, read through the engine's own
+// file handle (no descriptor opened or closed, no lock taken); nothing when it cannot be read.
+std::optional<SqliteFileHeader> ReadSqliteFileHeaderOf(sqlite3* db);
 
 // True for a file that is no SQLite database at all, rather than a damaged one: it is not empty
 // and more than two bytes of its first 16 differ from the SQLite header's.

@@ -61,13 +61,6 @@ bool TailIsEmpty(std::string_view tail) {
 
 SqliteSession::SqliteSession(const std::string& path, const SqliteOpenOptions& options)
     : path_(path) {
-  if (const auto header = ReadSqliteFileHeader(path)) {
-    foreign_file_ = IsForeignFile(*header);
-    if (options.check_header) {
-      const auto problems = SqliteHeaderProblems(*header, SqliteLogHoldsFrames(path));
-      if (!problems.empty()) RaiseDamaged(path, problems.front());
-    }
-  }
   // Writers need the file and, for the log and the shared index beside it, its folder.
   const std::filesystem::path file(path);
   read_only_ = options.read_only || (std::filesystem::exists(file) && !Writable(file));
@@ -92,6 +85,18 @@ SqliteSession::SqliteSession(const std::string& path, const SqliteOpenOptions& o
     sqlite3_close_v2(db_);
     if (IsDamage(code) && !foreign_file_) RaiseDamaged(path, message);
     RaiseEngineText(message);
+  }
+  // The header is read through the engine's own handle: opening the file again and closing it
+  // would drop the locks of this process's other connections to it.
+  if (const auto header = ReadSqliteFileHeaderOf(db_)) {
+    foreign_file_ = IsForeignFile(*header);
+    const auto problems = options.check_header
+                              ? SqliteHeaderProblems(*header, SqliteLogHoldsFrames(path))
+                              : std::vector<std::string>{};
+    if (!problems.empty()) {
+      sqlite3_close_v2(db_);
+      RaiseDamaged(path, problems.front());
+    }
   }
   sqlite3_extended_result_codes(db_, 1);
   sqlite3_busy_handler(db_, &SqliteSession::OnBusy, this);

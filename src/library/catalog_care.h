@@ -13,6 +13,7 @@ namespace clipcat {
 // (files), rows that belong to nothing, the checksums of stored content, the schema against its
 // description. Reads only; a file catalog is opened read-only. Raises the errors of
 // ConnectionDetailsFor; what is wrong with the catalog is reported, not raised.
+// REQUIRES: the process has no Catalog open on it (as CheckCatalog).
 CatalogCheckReport CheckCatalogAt(const CatalogLocation& location);
 
 // Copies the file catalog `location` names into the file `target` as one consistent state,
@@ -22,6 +23,7 @@ CatalogCheckReport CheckCatalogAt(const CatalogLocation& location);
 // a `target` that exists and is not a catalog, and a `target` catalog in use (SqliteFileInUse: a
 // program has it open, or left work in its log that is not in the file yet).
 // Raises the engine's errors, err::kCatalogDamaged for a damaged catalog.
+// REQUIRES: the process has no connection open to `target` (its header is read by name).
 void BackupCatalog(const CatalogLocation& location, const std::string& target);
 
 }  // namespace clipcat

@@ -1,6 +1,7 @@
 #include "store/catalog_check.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <set>
@@ -24,15 +25,11 @@ namespace {
 
 using Problems = std::vector<std::string>;
 
-// A catalog's text is UTF-8 and its pages reserve nothing: CreateCatalog never asks otherwise.
+// A catalog's text is UTF-8: CreateCatalog never asks otherwise.
 constexpr uint32_t kUtf8Encoding = 1;
 
 Problems CatalogHeaderProblems(const SqliteFileHeader& header) {
   Problems problems;
-  if (header.reserved_bytes != 0) {
-    problems.push_back("the header reserves " + std::to_string(header.reserved_bytes) +
-                       " bytes per page, which no catalog does");
-  }
   if (header.text_encoding != kUtf8Encoding) {
     problems.push_back("the header's text encoding " + std::to_string(header.text_encoding) +
                        " is not a catalog's (UTF-8)");
@@ -105,6 +102,15 @@ Problems EngineCheckProblems(DBConnection& connection, const std::string& pragma
 
 Problems QuickCheckProblems(DBConnection& connection) {
   return EngineCheckProblems(connection, "quick_check", 1);
+}
+
+// The text encoding of the open file, as the engine reads it from the header.
+Problems EncodingProblems(DBConnection& connection) {
+  Recordset rs = connection.GetRecordsetRO("SELECT encoding AS e FROM pragma_encoding");
+  const std::string encoding = rs.Eof() ? "" : ToTextOr(rs.Value("e"), "");
+  rs.Close();
+  if (encoding == "UTF-8") return {};
+  return {"the header's text encoding " + encoding + " is not a catalog's (UTF-8)"};
 }
 
 [[noreturn]] void RaiseDamaged(const std::string& path, const std::string& reason) {
@@ -302,14 +308,15 @@ void CheckIntegrity(DBConnection& connection, CatalogCheckReport& report) {
 }  // namespace
 
 void RequireSoundCatalogFile(DBConnection& connection, const std::string& path) {
-  const auto header = ReadSqliteFileHeader(path);
-  if (!header) return;  // the engine opened it; what it reads decides
-  if (header->file_size == 0) RaiseDamaged(path, "the file is empty");
-  Problems problems = CatalogHeaderProblems(*header);
+  // The file's size by its name, and the rest through the engine: reading the header by opening
+  // the file would drop the engine's locks on it (sqlite_file_header.h).
+  std::error_code error;
+  const auto size = std::filesystem::file_size(path, error);
+  if (error) return;  // the engine opened it; what it reads decides
+  if (size == 0) RaiseDamaged(path, "the file is empty");
+  Problems problems = EncodingProblems(connection);
   if (problems.empty()) problems = IdentityProblems(connection);
-  if (problems.empty() && header->file_size <= kWholeCheckBytes) {
-    problems = QuickCheckProblems(connection);
-  }
+  if (problems.empty() && size <= kWholeCheckBytes) problems = QuickCheckProblems(connection);
   if (!problems.empty()) RaiseDamaged(path, problems.front());
 }
 

@@ -30,6 +30,8 @@ struct CatalogCheckReport {
 // only: a file catalog is opened read-only, whatever its header says. Problems found and checks
 // that could not finish are reported, never raised; raises only the errors of a connection
 // string that names no catalog (3706, or an unreadable data link file).
+// REQUIRES: this process has no other connection open to a file catalog it checks (its header is
+// read by name, which would drop that connection's locks; see sqlite_file_header.h).
 CatalogCheckReport CheckCatalog(const std::string& connection_string, const std::string& user_name,
                                 const std::string& password);
 
