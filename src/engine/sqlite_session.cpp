@@ -26,10 +26,14 @@ namespace {
                         CatalogDamagedDescription(path, reason));
 }
 
-bool IsDamage(int extended_code) {
+// Damage as the engine reports it: corruption, a file that is no database, a short read, and
+// the full-text index's own words for a damaged record of its configuration (it reports that
+// as a plain error).
+bool IsDamage(int extended_code, std::string_view message) {
   const int primary = extended_code & 0xff;
   return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB ||
-         extended_code == SQLITE_IOERR_SHORT_READ;
+         extended_code == SQLITE_IOERR_SHORT_READ ||
+         message.rfind("invalid fts5 file format", 0) == 0;
 }
 
 bool Writable(const std::filesystem::path& path) { return access(path.c_str(), W_OK) == 0; }
@@ -83,7 +87,7 @@ SqliteSession::SqliteSession(const std::string& path, const SqliteOpenOptions& o
     const std::string message = db_ != nullptr ? sqlite3_errmsg(db_) : sqlite3_errstr(rc);
     const int code = db_ != nullptr ? sqlite3_extended_errcode(db_) : rc;
     sqlite3_close_v2(db_);
-    if (IsDamage(code) && !foreign_file_) RaiseDamaged(path, message);
+    if (IsDamage(code, message) && !foreign_file_) RaiseDamaged(path, message);
     RaiseEngineText(message);
   }
   // The header is read through the engine's own handle: opening the file again and closing it
@@ -141,8 +145,9 @@ void SqliteSession::RaiseError() const {
   if (timed_out_ && (sqlite3_errcode(db_) & 0xff) == SQLITE_INTERRUPT) {
     RaiseEngineText("Query timeout expired");
   }
-  if (IsDamage(sqlite3_extended_errcode(db_)) && !foreign_file_)
+  if (IsDamage(sqlite3_extended_errcode(db_), sqlite3_errmsg(db_)) && !foreign_file_) {
     RaiseDamaged(path_, sqlite3_errmsg(db_));
+  }
   RaiseEngineText(sqlite3_errmsg(db_));
 }
 
