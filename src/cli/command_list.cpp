@@ -528,15 +528,48 @@ class ExportUnit final : public Command {
     command.add_flag("--portable", portable_,
                      "Leave out ids and order everything by path and name, so that exports of "
                      "equal catalogs are equal byte for byte");
+    command.add_flag("--skip-damaged", skip_damaged_,
+                     "Write every clipping a damaged catalog can still give, list the others "
+                     "and fail");
   }
   void Run(const Context& context) override {
-    ExportCommand(context, file_, with_history_, portable_);
+    ExportCommand(context, file_, with_history_, portable_, skip_damaged_);
   }
 
  private:
   std::string file_;
   bool with_history_ = false;
   bool portable_ = false;
+  bool skip_damaged_ = false;
+};
+
+class CheckUnit final : public Command {
+ public:
+  CheckUnit()
+      : Command("check",
+                "Check the catalog: integrity, rows that belong to nothing, stored content, "
+                "schema; never writes") {}
+  void Declare(CLI::App&) override {}
+  bool UsesDefaultCatalog() const override { return false; }
+  void Run(const Context& context) override { CheckCommand(context); }
+};
+
+class BackupUnit final : public Command {
+ public:
+  BackupUnit()
+      : Command("backup", "Copy the file catalog, consistent while others write, into FILE") {}
+  void Declare(CLI::App& command) override {
+    command
+        .add_option("FILE", file_,
+                    "The copy to write (an existing catalog not in use is "
+                    "replaced)")
+        ->required();
+  }
+  bool UsesDefaultCatalog() const override { return false; }
+  void Run(const Context& context) override { BackupCommand(context, file_); }
+
+ private:
+  std::string file_;
 };
 
 class ImportUnit final : public Command {
@@ -623,6 +656,8 @@ std::vector<std::unique_ptr<Command>> AllCommands() {
   commands.push_back(std::make_unique<TeamUnit>());
   commands.push_back(std::make_unique<ExportUnit>());
   commands.push_back(std::make_unique<ImportUnit>());
+  commands.push_back(std::make_unique<CheckUnit>());
+  commands.push_back(std::make_unique<BackupUnit>());
   commands.push_back(std::make_unique<ServeUnit>());
   return commands;
 }

@@ -116,9 +116,16 @@ void InfoCommand(const Context& context);
 
 // Writes the whole catalog as one catalog document to `file` (standard output for "" or "-"),
 // with the trash and the versions when `with_history`, in portable form (catalog_portable.h) when
-// `portable`.
+// `portable`. With `skip_damaged` the clippings a damaged catalog cannot give are left out and
+// listed (on standard error when the document goes to standard output); the document is written
+// and the command then fails with the catalog-damaged error.
 void ExportCommand(const Context& context, const std::string& file, bool with_history,
-                   bool portable);
+                   bool portable, bool skip_damaged = false);
+// Checks the catalog (CheckCatalogAt) and prints what was checked and each problem found; fails
+// with the catalog-damaged error when there is one. Never writes to the catalog.
+void CheckCommand(const Context& context);
+// Copies the file catalog into `file` as one consistent state (BackupCatalog).
+void BackupCommand(const Context& context, const std::string& file);
 // Adds what `file` holds to folder `into` (the catalog's top folder when empty): a directory of
 // files, a JSON document or a catalog document ("-" for standard input, JSON or XML by its
 // content), with its trash and versions when `with_history`, names already taken dealt with as

@@ -13,6 +13,7 @@
 #include "cli/progress.h"
 #include "cli/prompt.h"
 #include "entities/plain_text.h"
+#include "library/access_times.h"
 #include "library/catalog.h"
 #include "library/clipping_details.h"
 #include "library/clipping_search.h"
@@ -89,7 +90,7 @@ void ShowCommand(const Context& context, const std::string& id, int raw_type, bo
   const auto clipping =
       version ? ClippingAtVersion(catalog, id, *version) : RequireClipping(catalog, id, true);
   if (record_access && !version) {
-    catalog.write().UpdateClippingHistory(clipping, catalog.details());
+    CountUse(catalog, clipping);
   }
   if (raw_type > 0) {
     for (const auto& item : *clipping->ClippingData()) {

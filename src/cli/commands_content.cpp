@@ -3,6 +3,7 @@
 
 #include "cli/clipboard.h"
 #include "cli/commands.h"
+#include "library/access_times.h"
 #include "library/catalog.h"
 #include "library/clipping_content.h"
 #include "library/item_lookup.h"
@@ -15,7 +16,7 @@ ClippingContent ContentOf(Catalog& catalog, const std::string& id, const std::st
   const int32_t wanted = type.empty() ? 0 : RequireDataType(type);
   const auto clipping = RequireClipping(catalog, id, true);
   ClippingContent content = BestContent(*clipping, wanted);
-  if (record_use) catalog.write().UpdateClippingHistory(clipping, catalog.details());
+  if (record_use) CountUse(catalog, clipping);
   return content;
 }
 

@@ -138,32 +138,42 @@ nlohmann::json NoteJson(const ImportNote& note) {
 }  // namespace
 
 void ExportCommand(const Context& context, const std::string& file, bool with_history,
-                   bool portable) {
+                   bool portable, bool skip_damaged) {
   // The document is what standard output holds then: a summary beside it would break it.
   if (context.json && IsStandardStream(file)) {
     throw UsageError("export --json needs FILE: without one the document is the output");
   }
   Catalog catalog = Catalog::Open(context.location);
   CatalogDocument document;
+  std::vector<std::string> unreadable;
   {
     ProgressBar progress("export");
-    document = ExportCatalog(catalog, progress.Reporter(), with_history);
+    document = ExportCatalog(catalog, progress.Reporter(), with_history,
+                             skip_damaged ? &unreadable : nullptr);
   }
   if (portable) document = PortableDocument(document);
   if (IsStandardStream(file)) {
     document.Write(context.out);
-    return;
+  } else {
+    document.WriteFile(file);
+    if (context.json) {
+      PrintJson(context, {{"file", file},
+                          {"portable", portable},
+                          {"with_history", with_history},
+                          {"counts", CountsJson(document.counts())}});
+    } else if (!context.quiet) {
+      context.out << "exported " << DescribeCounts(document.counts()) << " to " << file << "\n";
+    }
   }
-  document.WriteFile(file);
-  if (context.json) {
-    PrintJson(context, {{"file", file},
-                        {"portable", portable},
-                        {"with_history", with_history},
-                        {"counts", CountsJson(document.counts())}});
-    return;
-  }
-  if (context.quiet) return;
-  context.out << "exported " << DescribeCounts(document.counts()) << " to " << file << "\n";
+  if (unreadable.empty()) return;
+  // The list goes beside the document or the JSON summary, never into it.
+  std::ostream& list = IsStandardStream(file) || context.json ? std::cerr : context.out;
+  for (const std::string& item : unreadable) list << "left out, unreadable: " << item << "\n";
+  throw AutomationError(err::kCatalogDamaged, kComponentSource,
+                        CatalogDamagedDescription(
+                            context.location.path.empty() ? "the catalog" : context.location.path,
+                            std::to_string(unreadable.size()) +
+                                " clippings or folders could not be read and were left out"));
 }
 
 void ImportCommand(const Context& context, const std::string& file, const std::string& into,

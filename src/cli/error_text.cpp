@@ -18,7 +18,8 @@ constexpr std::array<std::pair<const char*, const char*>, 9> kEngineMessages = {
     {"database is locked", "the catalog is busy: another program is writing to it; try again"},
     {"attempt to write a readonly database",
      "the catalog cannot be written: its file or folder is read-only"},
-    {"database or disk is full", "the disk is full: the catalog could not be written"},
+    {"database or disk is full",
+     "disk full: the catalog could not be written; free some space and try again"},
     {"database disk image is malformed", "the catalog file is damaged"},
     {"file is not a database", "the file is not a clipcat catalog"},
     {"unable to open database file", "the catalog file cannot be opened"},
@@ -44,6 +45,8 @@ std::string PlainSentence(const AutomationError& error) {
       return "a value that is needed is missing";
     case err::kOverflow:
       return "a number given is too large";
+    case err::kCatalogDamaged:
+      return FirstLine(error.description());
     default:
       break;
   }

@@ -31,6 +31,18 @@ std::unique_ptr<DatabaseBackend> OpenProvider(const std::string& connection_stri
 
 }  // namespace
 
+std::optional<std::string> FileCatalogPath(const std::string& connection_string) {
+  std::string text = connection_string;
+  if (const auto data_link = ConnectionStringValue(connection_string, "File Name")) {
+    text = ReadDataLinkFile(*data_link);
+  }
+  const auto provider = ConnectionStringValue(text, "Provider");
+  if (!provider || !EqualsIgnoreCase(*provider, kFileCatalogProvider)) return std::nullopt;
+  const std::string path = ConnectionStringValue(text, "Data Source").value_or("");
+  if (path.empty() || path == ":memory:") return std::nullopt;
+  return path;
+}
+
 std::unique_ptr<DatabaseBackend> OpenBackend(const std::string& connection_string,
                                              const std::string& user_name,
                                              const std::string& password) {

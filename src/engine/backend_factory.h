@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "engine/database_backend.h"
@@ -21,5 +22,9 @@ namespace clipcat {
 std::unique_ptr<DatabaseBackend> OpenBackend(const std::string& connection_string,
                                              const std::string& user_name,
                                              const std::string& password);
+
+// The path of the SQLite file that `connection_string` names (directly or through a data link
+// file); nothing for any other catalog. Raises as ReadDataLinkFile for an unreadable data link.
+std::optional<std::string> FileCatalogPath(const std::string& connection_string);
 
 }  // namespace clipcat

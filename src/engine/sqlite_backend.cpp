@@ -13,8 +13,8 @@ std::string SavepointName(int level) { return "clipcat_transaction_" + std::to_s
 
 }  // namespace
 
-SqliteBackend::SqliteBackend(const std::string& path)
-    : session_(std::make_shared<SqliteSession>(path)) {}
+SqliteBackend::SqliteBackend(const std::string& path, const SqliteOpenOptions& options)
+    : session_(std::make_shared<SqliteSession>(path, options)) {}
 
 SqliteBackend::~SqliteBackend() = default;
 

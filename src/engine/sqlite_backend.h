@@ -8,17 +8,16 @@
 #include <string>
 
 #include "engine/database_backend.h"
+#include "engine/sqlite_session.h"
 
 namespace clipcat {
-
-class SqliteSession;
 
 class SqliteBackend : public DatabaseBackend {
  public:
   // Opens the existing catalog file `path` for reading and writing; a missing file is an error,
   // never created. Raises err::kDatabaseError with source "SQLite" and the engine's message when
-  // the file cannot be opened or is not a database.
-  explicit SqliteBackend(const std::string& path);
+  // the file cannot be opened, err::kCatalogDamaged when it is damaged (SqliteSession).
+  explicit SqliteBackend(const std::string& path, const SqliteOpenOptions& options = {});
   ~SqliteBackend() override;
 
   SqliteBackend(const SqliteBackend&) = delete;

@@ -1,9 +1,13 @@
 #include "engine/sqlite_session.h"
 
+#include <unistd.h>
+
+#include <filesystem>
 #include <thread>
 
 #include "engine/database_backend.h"
 #include "engine/sql_tokenizer.h"
+#include "engine/sqlite_file_header.h"
 #include "engine/sqlite_functions.h"
 #include "util/date.h"
 #include "util/date_text.h"
@@ -17,6 +21,39 @@ namespace {
   throw AutomationError(err::kDatabaseError, kSqliteSource, text);
 }
 
+[[noreturn]] void RaiseDamaged(const std::string& path, const std::string& reason) {
+  throw AutomationError(err::kCatalogDamaged, kSqliteSource,
+                        CatalogDamagedDescription(path, reason));
+}
+
+// Damage as the engine reports it: corruption, a file that is no database, a short read, and
+// the full-text index's own words for a damaged record of its configuration (it reports that
+// as a plain error).
+bool IsDamage(int extended_code, std::string_view message) {
+  const int primary = extended_code & 0xff;
+  return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB ||
+         extended_code == SQLITE_IOERR_SHORT_READ ||
+         message.rfind("invalid fts5 file format", 0) == 0;
+}
+
+bool Writable(const std::filesystem::path& path) { return access(path.c_str(), W_OK) == 0; }
+
+// `path` as a URI file name: the characters that end a URI's path part escaped.
+std::string FileUri(const std::string& path) {
+  std::string uri = "file:";
+  for (const char c : path) {
+    if (c == '%' || c == '?' || c == '#') {
+      static constexpr char kHex[] = "0123456789ABCDEF";
+      uri += '%';
+      uri += kHex[static_cast<unsigned char>(c) >> 4];
+      uri += kHex[static_cast<unsigned char>(c) & 15];
+    } else {
+      uri += c;
+    }
+  }
+  return uri;
+}
+
 bool TailIsEmpty(std::string_view tail) {
   for (const SqlToken& token : TokenizeSql(tail)) {
     if (!IsInsignificant(token) && token.text != ";") return false;
@@ -26,18 +63,53 @@ bool TailIsEmpty(std::string_view tail) {
 
 }  // namespace
 
-SqliteSession::SqliteSession(const std::string& path) {
-  const int rc =
-      sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+SqliteSession::SqliteSession(const std::string& path, const SqliteOpenOptions& options)
+    : path_(path) {
+  // Writers need the file and, for the log and the shared index beside it, its folder.
+  const std::filesystem::path file(path);
+  read_only_ = options.read_only || (std::filesystem::exists(file) && !Writable(file));
+  std::string name = path;
+  int flags = SQLITE_OPEN_NOMUTEX | (read_only_ ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE);
+  if (read_only_) {
+    const std::filesystem::path folder =
+        file.has_parent_path() ? file.parent_path() : std::filesystem::path(".");
+    std::error_code error;
+    const bool has_log = std::filesystem::exists(path + "-wal", error) ||
+                         std::filesystem::exists(path + "-shm", error);
+    // Nobody can write a file whose folder takes no log: nothing changes under the reader.
+    if (!Writable(folder) && !has_log) {
+      name = FileUri(path) + "?immutable=1";
+      flags |= SQLITE_OPEN_URI;
+    }
+  }
+  const int rc = sqlite3_open_v2(name.c_str(), &db_, flags, nullptr);
   if (rc != SQLITE_OK) {
     const std::string message = db_ != nullptr ? sqlite3_errmsg(db_) : sqlite3_errstr(rc);
+    const int code = db_ != nullptr ? sqlite3_extended_errcode(db_) : rc;
     sqlite3_close_v2(db_);
+    if (IsDamage(code, message) && !foreign_file_) RaiseDamaged(path, message);
     RaiseEngineText(message);
+  }
+  // The header is read through the engine's own handle: opening the file again and closing it
+  // would drop the locks of this process's other connections to it.
+  if (const auto header = ReadSqliteFileHeaderOf(db_)) {
+    foreign_file_ = IsForeignFile(*header);
+    const auto problems = options.check_header
+                              ? SqliteHeaderProblems(*header, SqliteLogHoldsFrames(path))
+                              : std::vector<std::string>{};
+    if (!problems.empty()) {
+      sqlite3_close_v2(db_);
+      RaiseDamaged(path, problems.front());
+    }
   }
   sqlite3_extended_result_codes(db_, 1);
   sqlite3_busy_handler(db_, &SqliteSession::OnBusy, this);
   sqlite3_progress_handler(db_, 1000, &SqliteSession::OnProgress, this);
   try {
+    // Pages are checked as they are read, so that damage is reported instead of read as rows.
+    if (sqlite3_exec(db_, "PRAGMA cell_size_check = ON", nullptr, nullptr, nullptr) != SQLITE_OK) {
+      RaiseError();
+    }
     RegisterSqlFunctions(db_);
     LoadDateColumns();  // also proves that the file is a database
   } catch (...) {
@@ -72,6 +144,9 @@ void SqliteSession::LoadDateColumns() {
 void SqliteSession::RaiseError() const {
   if (timed_out_ && (sqlite3_errcode(db_) & 0xff) == SQLITE_INTERRUPT) {
     RaiseEngineText("Query timeout expired");
+  }
+  if (IsDamage(sqlite3_extended_errcode(db_), sqlite3_errmsg(db_)) && !foreign_file_) {
+    RaiseDamaged(path_, sqlite3_errmsg(db_));
   }
   RaiseEngineText(sqlite3_errmsg(db_));
 }

@@ -27,18 +27,33 @@ inline constexpr std::chrono::milliseconds kStatementTimeout{10'000};
 // How many idle prepared statements a connection keeps for reuse.
 inline constexpr size_t kStatementCacheCapacity = 64;
 
+// How a connection opens its file.
+struct SqliteOpenOptions {
+  // Never write, whatever the file and its folder allow.
+  bool read_only = false;
+  // Refuse, with err::kCatalogDamaged, a file whose header disagrees with the file
+  // (SqliteHeaderProblems); off only for a caller that reports what is wrong itself.
+  bool check_header = true;
+};
+
 // One open SQLite connection, shared by the backend and the cursors it opened, so that a cursor
 // left open after the backend is closed still holds a valid handle.
 class SqliteSession {
  public:
   // Opens the existing database file `path` for reading and writing; never creates it. Installs
   // the statement time-out and the store's SQL functions and reads the schema's date columns.
-  explicit SqliteSession(const std::string& path);
+  // A file that cannot be written (a read-only file or file system) is opened read-only; one
+  // whose folder cannot be written either, with no log beside it, is opened immutable (no lock
+  // and no log file needed). Raises err::kCatalogDamaged naming the file for a damaged one.
+  explicit SqliteSession(const std::string& path, const SqliteOpenOptions& options = {});
   ~SqliteSession();
   SqliteSession(const SqliteSession&) = delete;
   SqliteSession& operator=(const SqliteSession&) = delete;
 
   sqlite3* db() const { return db_; }
+  const std::string& path() const { return path_; }
+  // True when the connection was opened read-only (asked for, or the storage allows no more).
+  bool read_only() const { return read_only_; }
   const DateColumnSet& date_columns() const { return date_columns_; }
   SqliteStatementCache& statement_cache() { return statement_cache_; }
 
@@ -47,7 +62,8 @@ class SqliteSession {
   void LoadDateColumns();
 
   // Raises the engine's current error as err::kDatabaseError with source "SQLite". A statement
-  // stopped by the time-out is reported as "Query timeout expired".
+  // stopped by the time-out is reported as "Query timeout expired"; corruption, a file that is
+  // not a database and a short read of the file raise err::kCatalogDamaged naming the file.
   [[noreturn]] void RaiseError() const;
 
   // The cursor whose row holds the connection with a long value (database_backend.h); null when
@@ -75,6 +91,9 @@ class SqliteSession {
   static int OnProgress(void* session);
   static int OnBusy(void* session, int attempts);
 
+  std::string path_;
+  bool read_only_ = false;
+  bool foreign_file_ = false;  // no SQLite file at all: the engine's "not a database" stands
   sqlite3* db_ = nullptr;
   SqliteStatementCache statement_cache_{kStatementCacheCapacity};
   DateColumnSet date_columns_;

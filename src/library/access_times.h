@@ -17,4 +17,9 @@ namespace clipcat {
 using AccessTimes = std::map<std::string, Date>;
 AccessTimes LastAccessTimes(Catalog& catalog);
 
+// Counts a use of `clipping` in its catalog's history (UpdateClippingHistory). A catalog on
+// storage that cannot be written (a read-only file, folder or file system) keeps its history as
+// it is: there the use goes uncounted and nothing is raised. Raises the services' other errors.
+void CountUse(Catalog& catalog, const std::shared_ptr<Clipping>& clipping);
+
 }  // namespace clipcat

@@ -71,8 +71,12 @@ size_t CountFolders(const std::shared_ptr<Folder>& top) {
 
 class Exporter {
  public:
-  Exporter(Catalog& catalog, bool with_history, ProgressCounter& progress)
-      : catalog_(catalog), with_history_(with_history), progress_(progress) {
+  Exporter(Catalog& catalog, bool with_history, ProgressCounter& progress,
+           std::vector<std::string>* unreadable = nullptr)
+      : catalog_(catalog),
+        with_history_(with_history),
+        progress_(progress),
+        unreadable_(unreadable) {
     root_ = xml_.append_child(doc::kRoot);
     root_.append_attribute(doc::kVersionAttribute).set_value(doc::kVersion);
   }
@@ -106,11 +110,7 @@ class Exporter {
       SetTextAttribute(element, doc::kDescription, folder->Description());
       ++counts_.folders;
       MarkIfDeleted(element, folder->ID());
-      const auto clippings = with_history_ ? catalog_.read().GetClippingsFromFolderWithTrash(
-                                                 folder->ID(), catalog_.details(), true)
-                                           : catalog_.read().GetClippingsFromFolder(
-                                                 folder->ID(), catalog_.details(), true);
-      for (const auto& clipping : *clippings->Items()) {
+      for (const auto& clipping : ReadableClippings(*folder)) {
         const pugi::xml_node written = AppendClipping(element, *clipping);
         written_.insert(clipping->ID());
         ++counts_.clippings;
@@ -122,6 +122,54 @@ class Exporter {
         pending.push_back({*it, element});
       }
       progress_.Advance();
+    }
+  }
+
+  std::vector<std::shared_ptr<Clipping>> ClippingsOf(const Folder& folder, bool with_data) {
+    const auto clippings = with_history_ ? catalog_.read().GetClippingsFromFolderWithTrash(
+                                               folder.ID(), catalog_.details(), with_data)
+                                         : catalog_.read().GetClippingsFromFolder(
+                                               folder.ID(), catalog_.details(), with_data);
+    return clippings->Items()->Snapshot();
+  }
+
+  // The folder's clippings with their data. When some cannot be read and the caller asked to go
+  // on, they are read one by one and those that fail are noted instead.
+  std::vector<std::shared_ptr<Clipping>> ReadableClippings(const Folder& folder) {
+    if (unreadable_ == nullptr) return ClippingsOf(folder, true);
+    try {
+      return ClippingsOf(folder, true);
+    } catch (const AutomationError& e) {
+      if (e.number() != err::kCatalogDamaged) throw;
+    }
+    std::vector<std::shared_ptr<Clipping>> listed;
+    try {
+      listed = ClippingsOf(folder, false);
+    } catch (const AutomationError& e) {
+      if (e.number() != err::kCatalogDamaged) throw;
+      unreadable_->push_back(PathOf(folder.ID(), true) + "/*");
+      return {};
+    }
+    std::vector<std::shared_ptr<Clipping>> readable;
+    for (const auto& clipping : listed) {
+      try {
+        readable.push_back(catalog_.read().GetClipping(clipping->ID(), catalog_.details(), true));
+      } catch (const AutomationError& e) {
+        if (e.number() != err::kCatalogDamaged) throw;
+        unreadable_->push_back(clipping->ID() + " " + clipping->Name() + " (in " +
+                               PathOf(clipping->ID(), false) + ")");
+      }
+    }
+    return readable;
+  }
+
+  // The item's path for the list of unreadable ones; its id when even that cannot be read.
+  std::string PathOf(const std::string& id, bool folder) {
+    try {
+      return folder ? catalog_.read().GetFolderPathName(id, catalog_.details())
+                    : catalog_.read().GetClippingPathName(id, catalog_.details());
+    } catch (const AutomationError&) {
+      return "(path unreadable)";
     }
   }
 
@@ -197,7 +245,8 @@ class Exporter {
   pugi::xml_document xml_;
   pugi::xml_node root_;
   DocumentCounts counts_;
-  std::set<std::string> written_;  // ids of the clippings written
+  std::set<std::string> written_;         // ids of the clippings written
+  std::vector<std::string>* unreadable_;  // where skipped clippings go; null: raise
 };
 
 }  // namespace
@@ -205,17 +254,18 @@ class Exporter {
 namespace internal {
 
 CatalogDocument ExportTree(Catalog& catalog, const std::string& folder_id, bool whole_catalog,
-                           bool with_history, ProgressCounter& progress) {
-  return Exporter(catalog, with_history, progress).Run(folder_id, whole_catalog);
+                           bool with_history, ProgressCounter& progress,
+                           std::vector<std::string>* unreadable) {
+  return Exporter(catalog, with_history, progress, unreadable).Run(folder_id, whole_catalog);
 }
 
 }  // namespace internal
 
-CatalogDocument ExportCatalog(Catalog& catalog, const ProgressCallback& progress,
-                              bool with_history) {
+CatalogDocument ExportCatalog(Catalog& catalog, const ProgressCallback& progress, bool with_history,
+                              std::vector<std::string>* unreadable) {
   const std::string top = RequireTopFolder(catalog)->ID();
   ProgressCounter counter(progress, 0);
-  return internal::ExportTree(catalog, top, true, with_history, counter);
+  return internal::ExportTree(catalog, top, true, with_history, counter, unreadable);
 }
 
 CatalogDocument ExportFolder(Catalog& catalog, const std::string& folder_id,

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "library/catalog.h"
 #include "library/catalog_document.h"
@@ -18,8 +19,13 @@ namespace clipcat {
 // every linked catalog. Reports a step per folder and per category. Raises the services' errors;
 // names, descriptions and data that XML text cannot carry are written in base64, so whatever the
 // catalog holds can be exported.
+// With `unreadable` not null, a clipping that cannot be read from a damaged catalog
+// (err::kCatalogDamaged) is left out instead: "ID NAME (in FOLDER PATH)" (or, for a folder whose
+// clippings cannot be listed, the folder's path followed by "/*") is added to *unreadable and the
+// export goes on with the rest.
 CatalogDocument ExportCatalog(Catalog& catalog, const ProgressCallback& progress = {},
-                              bool with_history = false);
+                              bool with_history = false,
+                              std::vector<std::string>* unreadable = nullptr);
 
 // The folder `folder_id` with the folders below it: only the categories that hold one of the
 // written clippings, and no links. Errors as ExportCatalog's.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "library/catalog.h"
 #include "library/catalog_document.h"
@@ -14,9 +15,12 @@ namespace clipcat::internal {
 // The subtree of `folder_id` as ExportFolder writes it, or with `whole_catalog` as ExportCatalog
 // writes it (given the top folder's id). Raises the total by the folders and categories it finds
 // and advances a step for each.
-// With `with_history` the document also holds versions and the trash below the folder.
+// With `with_history` the document also holds versions and the trash below the folder. With
+// `unreadable` not null, clippings that a damaged catalog cannot give are noted there and left out
+// (ExportCatalog).
 CatalogDocument ExportTree(Catalog& catalog, const std::string& folder_id, bool whole_catalog,
-                           bool with_history, ProgressCounter& progress);
+                           bool with_history, ProgressCounter& progress,
+                           std::vector<std::string>* unreadable = nullptr);
 
 // Writes `document` into the catalog. With `as_child` its top folder becomes a new child of
 // `target`; otherwise it is merged into `target` as ImportDocument describes. Advances a step per

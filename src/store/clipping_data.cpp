@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "engine/backend_factory.h"
 #include "engine/blob_field.h"
 #include "entities/clipping.h"
 #include "store/clipping_data_row.h"
@@ -79,10 +80,13 @@ std::shared_ptr<ClippingDataCollection> DataAccess::ReadClippingDataItems(int32_
       stored = ReadClippingDataRow(rs, compression);
     } catch (const AutomationError& e) {
       // Without the clipping's id the damage could not be traced to a row.
-      throw AutomationError(e.number(), e.source(),
-                            "The content of clipping " +
-                                ComposeItemID(std::to_string(lClippingID), ExternalCatalogID()) +
-                                " cannot be read. " + e.description());
+      const auto file = FileCatalogPath(connection_string_);
+      throw AutomationError(err::kCatalogDamaged, e.source(),
+                            CatalogDamagedDescription(file.value_or("the server catalog"),
+                                                      "the content of clipping " +
+                                                          ComposeItemID(std::to_string(lClippingID),
+                                                                        ExternalCatalogID()) +
+                                                          " cannot be read: " + e.description()));
     }
     auto item = ClippingData::Create();
     item->SetClippingDataType(stored.type);

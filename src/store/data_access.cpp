@@ -5,7 +5,9 @@
 #include <set>
 #include <utility>
 
+#include "engine/backend_factory.h"
 #include "entities/plain_text.h"
+#include "store/catalog_check.h"
 #include "store/catalog_upgrade.h"
 #include "store/content_index.h"
 #include "store/postgres_schema.h"
@@ -44,6 +46,10 @@ void DataAccess::OpenCatalog(const std::string& sConnectionString, const std::st
   UseCatalogColumnSpellings();
   auto connection = std::make_unique<DBConnection>();
   connection->OpenConnection(connection_string_, user_name_, password_);
+  // A damaged file is refused before anything, an upgrade included, writes to it.
+  if (const auto path = FileCatalogPath(connection_string_)) {
+    RequireSoundCatalogFile(*connection, *path);
+  }
   UpgradeCatalog(*connection);
   has_content_index_ = ::clipcat::HasContentIndex(*connection);
   has_history_tables_ = CatalogFormatVersion(*connection) >= 5;

@@ -53,6 +53,11 @@ void RaiseError(int32_t number, const std::string& source, const std::string& de
   throw AutomationError(n, source.empty() ? std::string(kComponentSource) : source, d);
 }
 
+std::string CatalogDamagedDescription(const std::string& file, const std::string& reason) {
+  return "catalog damaged: " + file + " (" + reason +
+         "); run \"clipcat check\" on it to see what is wrong";
+}
+
 void RaiseNotImplemented(const std::string& member_name) {
   throw AutomationError(err::kNotYetImplemented, member_name, "Not yet implemented!!");
 }

@@ -51,6 +51,9 @@ inline constexpr int32_t kCatalogCannotBeOpened = -2147220994;  // 0x800401FE
 // of a catalog (511) and unlinking a folder that links no catalog (512).
 inline constexpr int32_t kTopFolderNotDeletable = -2147220993;  // 0x800401FF
 inline constexpr int32_t kNotALinkedFolder = -2147220992;       // 0x80040200
+// A catalog file found damaged: its header does not agree with the file, the engine reports
+// corruption, or stored content fails its checksum (513). The description names the file.
+inline constexpr int32_t kCatalogDamaged = -2147220991;  // 0x80040201
 inline constexpr int32_t kNotYetImplemented = -999999;
 // Stored content that cannot be read back (0x8007000D, "The data is invalid").
 inline constexpr int32_t kDataCorrupt = -2147024883;
@@ -84,6 +87,10 @@ std::string RuntimeErrorDescription(int32_t number);
                              const std::string& description,
                              const AutomationError* current = nullptr,
                              const std::string& ignored = {});
+
+// The description of err::kCatalogDamaged: "catalog damaged: FILE (REASON); run ..." with the
+// command that tells what is wrong (clipcat check).
+std::string CatalogDamagedDescription(const std::string& file, const std::string& reason);
 
 // Raises -999999 "Not yet implemented!!" with the member's name as the source.
 [[noreturn]] void RaiseNotImplemented(const std::string& member_name);

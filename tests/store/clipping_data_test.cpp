@@ -120,7 +120,8 @@ TEST_F(ClippingDataTest, DamagedFramesRaiseNamingTheClipping) {
     const std::string id = Add({{2, "fine"}})->ID();
     WriteRawItem(id, true, damaged);
     const AutomationError e = ErrorOf([&] { access_->GetClipping(id, true); });
-    EXPECT_EQ(e.number(), err::kDataCorrupt) << id;
+    EXPECT_EQ(e.number(), err::kCatalogDamaged) << id;
+    EXPECT_EQ(e.description().rfind("catalog damaged: ", 0), 0u) << e.description();
     EXPECT_NE(e.description().find("clipping " + id + " "), std::string::npos) << e.description();
     EXPECT_NE(access_->GetClipping(id, false), nullptr);  // readable without its data
   }
