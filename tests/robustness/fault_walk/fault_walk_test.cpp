@@ -46,9 +46,9 @@ namespace {
 constexpr int64_t kMostCallsOfOneKind = 200'000;
 
 // The items of the walk's catalog: folders Letters and Old under the top folder; clippings Dear
-// (in Letters, two items, one spanning pages, tagged Red, with a history entry and a version) and
-// Note (at the top); Gone (from Old) in the trash; categories Red and Blue; and an export of
-// Letters to import.
+// (in Letters, two items, one spanning pages, tagged Red, with a history entry and a version),
+// Reply (in Letters, tagged Red) and Note (at the top); Gone (from Old) in the trash; categories
+// Red and Blue; and an export of Letters to import.
 struct Items {
   std::string letters, old, dear, note, gone, red, blue;
   std::shared_ptr<CatalogDocument> letters_document;
@@ -115,6 +115,12 @@ std::vector<Write> AllWrites() {
        }},
       {"CopyFolder (library)",
        [](Catalog& c, const Items& i) -> F { return [&c, &i] { CopyItem(c, i.letters, i.old); }; }},
+      {"MoveFolder (library)",
+       [](Catalog& c, const Items& i) -> F { return [&c, &i] { MoveItem(c, i.old, i.letters); }; }},
+      {"MoveClipping (library)",
+       [](Catalog& c, const Items& i) -> F {
+         return [&c, &i] { MoveItem(c, i.note, i.letters); };
+       }},
       {"DeleteClipping (marked)",
        [](Catalog& c, const Items& i) -> F {
          return [&c, &i] { c.write().DeleteClipping(i.note, c.details(), false); };
@@ -235,12 +241,15 @@ class FaultWalk : public ::testing::Test {
           w.AddClipping(NewClipping("Dear", "a letter", {{1, "Dear John"}, {2, Letters(1, 9'000)}}),
                         items_.letters, d)
               ->ID();
+      const std::string reply =
+          w.AddClipping(NewClipping("Reply", "", {{1, "Dear Jane"}}), items_.letters, d)->ID();
       items_.note = w.AddClipping(NewClipping("Note", "", {{1, "note"}}), "1", d)->ID();
       items_.gone = w.AddClipping(NewClipping("Gone", "", {{1, "gone"}}), items_.old, d)->ID();
       w.DeleteClipping(items_.gone, d, false);
       items_.red = w.AddCategory(NewCategory("Red"), "1", d)->ID();
       items_.blue = w.AddCategory(NewCategory("Blue"), "1", d)->ID();
       w.AddClippingToCategory(items_.dear, items_.red, d);
+      w.AddClippingToCategory(reply, items_.red, d);
       auto dear = c.read().GetClipping(items_.dear, d, true);
       w.UpdateClippingHistory(dear, d);
       dear->SetDescription("a longer letter");
@@ -396,8 +405,8 @@ class FaultWalk : public ::testing::Test {
 };
 
 TEST_F(FaultWalk, RepresentativeWritesFailCleanlyAtEveryInjectedFault) {
-  WalkAll({"AddClipping (opening the catalog)", "UpdateClippingWithData", "DeleteFolder (for good)", "RestoreItem",
-           "AddClippingToCategories", "UpdateClippingHistory", "MoveFolder"});
+  WalkAll({"AddClipping (opening the catalog)", "UpdateClippingWithData", "DeleteFolder (for good)",
+           "RestoreItem", "AddClippingToCategories", "UpdateClippingHistory", "MoveFolder"});
 }
 
 TEST_F(FaultWalk, EveryWriteFailsCleanlyAtEveryInjectedFault) { WalkAll({}); }
