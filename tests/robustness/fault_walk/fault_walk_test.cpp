@@ -404,9 +404,13 @@ class FaultWalk : public ::testing::Test {
   CatalogDump before_;
 };
 
+// One write of each kind of work (add, update, move, delete, restore, category work, tagging,
+// history), the opening of the catalog included; the copy and the import, the longest walks, are
+// left to the complete walk.
 TEST_F(FaultWalk, RepresentativeWritesFailCleanlyAtEveryInjectedFault) {
-  WalkAll({"AddClipping (opening the catalog)", "UpdateClippingWithData", "DeleteFolder (for good)",
-           "RestoreItem", "AddClippingToCategories", "UpdateClippingHistory", "MoveFolder"});
+  WalkAll({"AddClipping (opening the catalog)", "UpdateClippingWithData", "MoveFolder (library)",
+           "DeleteFolder (for good)", "RestoreItem", "DeleteCategory", "AddClippingToCategories",
+           "AddFolderToCategory", "UpdateClippingHistory"});
 }
 
 TEST_F(FaultWalk, EveryWriteFailsCleanlyAtEveryInjectedFault) { WalkAll({}); }
