@@ -23,18 +23,18 @@ build: configure
 run: build
 	@$(BUILD_DIR)/clipcat tour
 
+# Everything but the tests labelled `long`, which `make test-long` runs.
 test: build
-	@cd $(BUILD_DIR) && ctest --output-on-failure -LE long -j $(JOBS)
+	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS) -LE long
 
-# The long variants (ctest label "long"), which `make test` and CI leave out.
 test-long: build
-	@cd $(BUILD_DIR) && ctest --output-on-failure -L long
+	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS) -L long
 
 # The whole suite once more under AddressSanitizer and UndefinedBehaviorSanitizer.
 test-sanitize: deps
 	@cmake -S . -B $(SANITIZE_DIR) -DCMAKE_BUILD_TYPE=Debug -DCLIPCAT_WERROR=ON -DCLIPCAT_SANITIZE=ON > /dev/null
 	@cmake --build $(SANITIZE_DIR) -j $(JOBS)
-	@cd $(SANITIZE_DIR) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest --output-on-failure -LE long -j $(JOBS)
+	@cd $(SANITIZE_DIR) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest --output-on-failure -j $(JOBS) -LE long
 
 # Every libFuzzer target (clang, ASan+UBSan) for FUZZ_SECONDS each from its seed corpus.
 fuzz: deps

@@ -54,6 +54,22 @@ std::string FileUri(const std::string& path) {
   return uri;
 }
 
+// sqlite3_column_text and sqlite3_column_blob answer null both for an empty value and for one
+// they could not copy for want of memory; the second must raise, not read as an empty value.
+void RaiseIfOutOfMemory(sqlite3_stmt* stmt) {
+  sqlite3* db = sqlite3_db_handle(stmt);
+  if (sqlite3_errcode(db) == SQLITE_NOMEM) RaiseEngineText(sqlite3_errmsg(db));
+}
+
+// A text column of the current row, raising when the engine could not give it.
+std::string ColumnText(sqlite3_stmt* stmt, int column) {
+  const auto* data = reinterpret_cast<const char*>(sqlite3_column_text(stmt, column));
+  if (data == nullptr) RaiseIfOutOfMemory(stmt);
+  return data == nullptr
+             ? std::string()
+             : std::string(data, static_cast<size_t>(sqlite3_column_bytes(stmt, column)));
+}
+
 bool TailIsEmpty(std::string_view tail) {
   for (const SqlToken& token : TokenizeSql(tail)) {
     if (!IsInsignificant(token) && token.text != ";") return false;
@@ -133,9 +149,8 @@ void SqliteSession::LoadDateColumns() {
       "WHERE m.type = 'table'");
   DateColumnSet columns;
   while (statement.Step()) {
-    const auto* type = reinterpret_cast<const char*>(sqlite3_column_text(statement.get(), 1));
-    if (IsDateType(type)) {
-      columns.insert(reinterpret_cast<const char*>(sqlite3_column_text(statement.get(), 0)));
+    if (IsDateType(ColumnText(statement.get(), 1).c_str())) {
+      columns.insert(ColumnText(statement.get(), 0));
     }
   }
   date_columns_ = std::move(columns);
@@ -283,7 +298,9 @@ RowSet SqliteStatement::Collect(size_t max_rows) {
   const int count = sqlite3_column_count(stmt_);
   std::vector<SqliteColumnKind> kinds;
   for (int i = 0; i < count; ++i) {
-    rows.columns.emplace_back(sqlite3_column_name(stmt_, i));
+    const char* name = sqlite3_column_name(stmt_, i);
+    if (name == nullptr) RaiseEngineText("out of memory");  // a result column always has a name
+    rows.columns.emplace_back(name);
     kinds.push_back(KindOfDeclaredType(sqlite3_column_decltype(stmt_, i)));
   }
   while (more) {
@@ -356,6 +373,7 @@ StoredValue ReadColumn(sqlite3_stmt* stmt, int column, SqliteColumnKind kind) {
       break;
     case SQLITE_BLOB: {
       const auto* data = static_cast<const char*>(sqlite3_column_blob(stmt, column));
+      if (data == nullptr) RaiseIfOutOfMemory(stmt);
       const int size = sqlite3_column_bytes(stmt, column);
       out.is_binary = true;
       if (data != nullptr) out.bytes.assign(data, static_cast<size_t>(size));
@@ -381,8 +399,7 @@ StoredValue ReadColumn(sqlite3_stmt* stmt, int column, SqliteColumnKind kind) {
       break;
     }
     default: {
-      const auto* data = reinterpret_cast<const char*>(sqlite3_column_text(stmt, column));
-      std::string text(data, static_cast<size_t>(sqlite3_column_bytes(stmt, column)));
+      std::string text = ColumnText(stmt, column);
       if (kind == SqliteColumnKind::kDate) {
         if (const auto date = ParseIsoDate(text)) {
           out.value = Variant(*date);

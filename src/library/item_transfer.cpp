@@ -94,7 +94,12 @@ TransferredItem CopyItem(Catalog& catalog, const std::string& id, const std::str
     RefuseLinkedFolder(*folder);
     RefuseIntoItself(catalog, id, parent, "be copied");
     ProgressCounter counter(progress, 0);
-    return {ReadBack(catalog, CopyFolderTree(catalog, id, parent, counter), "copied"), nullptr};
+    // Read back inside the copy's transaction: a call that fails leaves no copy behind.
+    std::shared_ptr<Folder> copied;
+    catalog.write().WriteAsOneTransaction(parent, catalog.details(), [&] {
+      copied = ReadBack(catalog, CopyFolderTree(catalog, id, parent, counter), "copied");
+    });
+    return {copied, nullptr};
   }
   return {nullptr, CopyClipping(catalog, *RequireClipping(catalog, id, true), parent)};
 }
@@ -112,8 +117,13 @@ TransferredItem MoveItem(Catalog& catalog, const std::string& id, const std::str
     if (folder->ParentID() == parent) return {folder, nullptr};
     RefuseIntoItself(catalog, id, parent, "move");
     if (same_catalog) {
-      catalog.write().MoveFolder(id, parent, details);
-      return {ReadBack(catalog, id, "moved"), nullptr};
+      // Read back inside the move's transaction: a call that fails leaves the folder where it was.
+      std::shared_ptr<Folder> moved;
+      catalog.write().WriteAsOneTransaction(parent, details, [&] {
+        catalog.write().MoveFolder(id, parent, details);
+        moved = ReadBack(catalog, id, "moved");
+      });
+      return {moved, nullptr};
     }
     // One count from the export through the deletion, which is its last step. The copy is one
     // transaction and the deletion another, in that order: a move cut short between them leaves
@@ -127,8 +137,12 @@ TransferredItem MoveItem(Catalog& catalog, const std::string& id, const std::str
   const auto original = RequireClipping(catalog, id, true);
   if (original->FolderID() == parent) return {nullptr, original};
   if (same_catalog) {
-    catalog.write().MoveClipping(id, parent, details);
-    return {nullptr, RequireClipping(catalog, id, false)};
+    std::shared_ptr<Clipping> moved;
+    catalog.write().WriteAsOneTransaction(parent, details, [&] {
+      catalog.write().MoveClipping(id, parent, details);
+      moved = RequireClipping(catalog, id, false);
+    });
+    return {nullptr, moved};
   }
   auto added = CopyClipping(catalog, *original, parent);
   catalog.write().DeleteClipping(id, details, true);

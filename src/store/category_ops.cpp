@@ -134,9 +134,11 @@ void DataAccess::DeleteAllCategoriesFromFolder(const std::string& sFolderID) {
   if (folder == nullptr) return;
   folder = GetChildFolders(folder, true, false);
   const auto clippings = GetClippingsForFolderAndChildFolders(folder, false);
-  for (const auto& clipping : clippings->Items()->Snapshot()) {
-    DeleteAllCategoriesFromClipping(clipping->ID());
-  }
+  InTransaction(Connection(), [&] {
+    for (const auto& clipping : clippings->Items()->Snapshot()) {
+      DeleteAllCategoriesFromClipping(clipping->ID());
+    }
+  });
 }
 
 void DataAccess::AddClippingToCategory(const std::string& sClippingID,
@@ -156,15 +158,26 @@ void DataAccess::AddClippingsToCategory(const std::shared_ptr<Clippings>& colCli
   if (colClippings == nullptr) RaiseRuntimeError(err::kObjectVariableNotSet);
   // A category id that is not a key would fail for every clipping alike; say so once instead
   // of adding nothing in silence.
-  SqlNumber(Variant(GetLocalItemID(sCategoryID, external_catalog_id_)));
-  for (const auto& clipping : colClippings->Items()->Snapshot()) {
-    // One clipping that cannot join (already a member, an id that is not a key) does not keep
-    // the others out.
-    IgnoreErrors([&] {
-      if (clipping == nullptr) RaiseRuntimeError(err::kObjectVariableNotSet);
+  const std::string category =
+      SqlNumber(Variant(GetLocalItemID(sCategoryID, external_catalog_id_)));
+  EnsureCatalogOpen();
+  // One clipping that cannot join (already a member, an id that is not a key) does not keep the
+  // others out; a failure of the engine adds none of them.
+  InTransaction(Connection(), [&] {
+    for (const auto& clipping : colClippings->Items()->Snapshot()) {
+      std::string key;
+      if (clipping == nullptr || !IgnoreErrors([&] {
+            key = SqlNumber(Variant(GetLocalItemID(clipping->ID(), external_catalog_id_)));
+          })) {
+        continue;
+      }
+      const Recordset member = Connection().GetRecordsetRO(
+          "Select lClippingId From ClippingGroupClipping Where lClippingId=" + key +
+          " And lGroupClippingId=" + category);
+      if (!member.Eof()) continue;
       AddClippingToCategory(clipping->ID(), sCategoryID);
-    });
-  }
+    }
+  });
 }
 
 void DataAccess::AddClippingToCategories(const std::string& sClippingID,
@@ -205,9 +218,12 @@ void DataAccess::DeleteAllCategoriesFromClipping(const std::string& sClippingID)
 void DataAccess::DeleteCategory(const std::string& sCategoryID) {
   EnsureCatalogOpen();
   const std::string key = SqlNumber(Variant(GetLocalItemID(sCategoryID, external_catalog_id_)));
-  // Categories have no deleted status: the memberships go first, then the row itself.
-  Connection().ExecuteSQL("Delete From ClippingGroupClipping Where lGroupClippingID=" + key);
-  Connection().ExecuteSQL("Delete From GroupClipping Where lGroupClippingID=" + key);
+  // Categories have no deleted status: the memberships go first, then the row itself, as one
+  // unit, so that a failure never leaves the category without its members.
+  InTransaction(Connection(), [&] {
+    Connection().ExecuteSQL("Delete From ClippingGroupClipping Where lGroupClippingID=" + key);
+    Connection().ExecuteSQL("Delete From GroupClipping Where lGroupClippingID=" + key);
+  });
 }
 
 std::shared_ptr<Category> DataAccess::GetCategory(const std::string& sCategoryID) {

@@ -1,0 +1,32 @@
+// Injected SQLite failures for the fault walk: a VFS registered over the default one that passes
+// every call through to it, and an allocator installed in front of SQLite's own, each of which can
+// be told to make the Nth call of one kind fail. A failed I/O call answers the SQLITE_IOERR_* code
+// of its kind (the real call is not made); a failed allocation answers no memory. The failure is
+// transient: calls after the Nth pass through again. Process-wide, single-threaded.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+namespace clipcat::robustness {
+
+enum class FaultKind { kRead, kWrite, kSync, kTruncate, kLock, kAlloc };
+inline constexpr std::array<FaultKind, 6> kAllFaultKinds = {FaultKind::kRead, FaultKind::kWrite,
+                                                            FaultKind::kSync, FaultKind::kTruncate,
+                                                            FaultKind::kLock, FaultKind::kAlloc};
+
+// "read", "write", "sync", "truncate", "lock", "alloc".
+std::string FaultKindName(FaultKind kind);
+
+// Shuts SQLite down, installs the allocator and registers the VFS as the default, then initialises
+// SQLite again. Call once, with no SQLite connection open. Raises std::runtime_error on failure.
+void InstallFaultInjection();
+
+// From now on the `nth` call (counting from 1) of `kind` fails; any earlier arming is dropped.
+void ArmFault(FaultKind kind, int64_t nth);
+
+// No call fails any more. Answers whether the armed failure was injected since ArmFault.
+bool DisarmFault();
+
+}  // namespace clipcat::robustness
