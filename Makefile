@@ -6,8 +6,9 @@ JOBS ?= $(shell nproc)
 SANITIZE_DIR ?= build-sanitize
 FUZZ_DIR ?= build-fuzz
 FUZZ_SECONDS ?= 60
+COVERAGE_DIR ?= build-coverage
 
-.PHONY: all deps configure build run test test-long test-sanitize fuzz bench format clean
+.PHONY: all deps configure build run test test-long test-sanitize fuzz coverage bench format clean
 
 all: build
 
@@ -23,7 +24,7 @@ build: configure
 run: build
 	@$(BUILD_DIR)/clipcat tour
 
-# Everything but the tests labelled `long`, which `make test-long` runs.
+# Everything but the long runs (label "long"), which `make test-long` runs.
 test: build
 	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS) -LE long
 
@@ -42,6 +43,10 @@ fuzz: deps
 	@cmake --build $(FUZZ_DIR) --target clipcat_fuzzers -j $(JOBS)
 	@scripts/run-fuzzers $(FUZZ_DIR) $(FUZZ_SECONDS)
 
+# Branch coverage of the store, the services and the library layer (clang, in COVERAGE_DIR).
+coverage: deps
+	@scripts/coverage $(COVERAGE_DIR) $(JOBS)
+
 bench: build
 	@cmake --build $(BUILD_DIR) --target clipcat_bench -j $(JOBS)
 	@$(BUILD_DIR)/bench/clipcat_bench
@@ -50,4 +55,4 @@ format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i
 
 clean:
-	@rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(FUZZ_DIR)
+	@rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(FUZZ_DIR) $(COVERAGE_DIR)

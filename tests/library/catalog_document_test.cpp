@@ -80,7 +80,7 @@ TEST(CatalogDocument, EveryFaultIsRefusedWithWhatIsWrong) {
       {Document("\xff"), "the text is not UTF-8 that XML can carry"},
   };
   for (const auto& [text, what] : cases) {
-    const AutomationError error = ErrorOf([&] { CatalogDocument::Parse(text); });
+    const AutomationError error = ErrorOf([&, text = text] { CatalogDocument::Parse(text); });
     EXPECT_EQ(error.number(), err::kInvalidProcedureCall) << text;
     EXPECT_EQ(error.source(), kComponentSource);
     EXPECT_EQ(error.description(),

@@ -325,7 +325,7 @@ TEST_F(TransferFormatsTest, AJsonDocumentGivesItsTreeItemsAndCategories) {
        "not a clipcat catalog document: a member names no clipping of the document: Nowhere"},
   };
   for (const auto& [text, what] : faults) {
-    const AutomationError error = ErrorOf([&] { DocumentFromJson(text); });
+    const AutomationError error = ErrorOf([&, text = text] { DocumentFromJson(text); });
     EXPECT_EQ(error.number(), err::kInvalidProcedureCall) << text;
     EXPECT_NE(error.description().find(what), std::string::npos) << error.description();
   }

@@ -96,7 +96,7 @@ TEST_F(ItemTransferTest, AMoveThatCannotBeMadeChangesNothing) {
       {letters_, "folder " + letters_ + " cannot move into itself"},
   };
   for (const auto& [id, what] : refused) {
-    EXPECT_EQ(ErrorOf([&] { MoveItem(*catalog_, id, old_); }).description(), what);
+    EXPECT_EQ(ErrorOf([&, id = id] { MoveItem(*catalog_, id, old_); }).description(), what);
   }
   EXPECT_EQ(ErrorOf([&] { MoveItem(*catalog_, greeting_, ancient_); }).description(),
             "no folder has the id " + ancient_);

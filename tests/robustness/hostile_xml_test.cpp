@@ -63,7 +63,10 @@ TEST(HostileXml, EntitiesAndMalformedTextAreRefusedAndDeepTextIsReadWithoutRecur
       "unclosed root",      "two roots",        "NUL in the text"};
   const auto classes = ClassesWithXml();
   ASSERT_GE(classes.size(), 8u);
-  for (const auto& [progid, object] : classes) {
+  for (const auto& entry : classes) {
+    // Named, not bound: clang before 16 cannot capture a structured binding in a lambda.
+    const std::string& progid = entry.first;
+    const std::shared_ptr<Dispatch>& object = entry.second;
     const std::string ordinary = GetProperty(object, "XML").ToText();
     for (const HostileValue& value : HostileXml(ordinary)) {
       SCOPED_TRACE(progid + " <- " + value.label);

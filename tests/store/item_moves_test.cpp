@@ -106,13 +106,19 @@ TEST_P(ItemMovesTest, MovesThatCannotBeMadeAreRefusedWithNothingChanged) {
                                        {drafts, gone},
                                        {"9999", archive},
                                        {drafts, "9999"}}) {
-    EXPECT_EQ(ErrorOf([&] { access_->MoveFolder(folder, parent); }).source(), kDataServicesSource)
+    // Captured by name: clang before 16 cannot capture a structured binding.
+    EXPECT_EQ(ErrorOf([&, folder = folder, parent = parent] {
+                access_->MoveFolder(folder, parent);
+              }).source(),
+              kDataServicesSource)
         << folder << " into " << parent;
   }
   for (const auto& [clipping, folder] : {std::pair<std::string, std::string>{deleted_note, archive},
                                          {note, gone},
                                          {"9999", archive}}) {
-    EXPECT_EQ(RaisedNumber([&] { access_->MoveClipping(clipping, folder); }),
+    EXPECT_EQ(RaisedNumber([&, clipping = clipping, folder = folder] {
+                access_->MoveClipping(clipping, folder);
+              }),
               err::kInvalidProcedureCall)
         << clipping << " into " << folder;
   }

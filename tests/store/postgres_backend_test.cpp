@@ -140,7 +140,7 @@ TEST_F(PostgresCatalogTest, OnlyTheFirstStatementEverRunsAndServerErrorsKeepThei
        {"DELETE FROM Folder; DROP TABLE Clipping", "SELECT 1 /* ; */ ; DELETE FROM Folder",
         "UPDATE Folder SET sName='x';\n-- c\nDELETE FROM Folder",
         "SELECT 'a;'; DELETE FROM Folder WHERE sName=';'"}) {
-    const AutomationError error = ErrorOf([&] { db_.ExecuteSQL(sql); });
+    const AutomationError error = ErrorOf([&, sql = sql] { db_.ExecuteSQL(sql); });
     EXPECT_EQ(std::to_string(error.number()) + " " + error.source() + ": " + error.description(),
               "-2147467259 PostgreSQL: Characters found after end of SQL statement.")
         << sql;
@@ -161,7 +161,7 @@ TEST_F(PostgresCatalogTest, OnlyTheFirstStatementEverRunsAndServerErrorsKeepThei
            {"SELECT * FROM NoSuchTable", "relation \"nosuchtable\" does not exist"},
            {"SELEKT 1", "syntax error at or near \"SELEKT\""},
            {"INSERT INTO Folder (lFolderID) VALUES (5)", "duplicate key"}}) {
-    const AutomationError error = ErrorOf([&] { db_.ExecuteSQL(sql); });
+    const AutomationError error = ErrorOf([&, sql = sql] { db_.ExecuteSQL(sql); });
     EXPECT_EQ((std::to_string(error.number()) + " " + error.source() + ": " + error.description())
                   .rfind("-2147467259 PostgreSQL: " + message, 0),
               0u)
