@@ -8,7 +8,7 @@ FUZZ_DIR ?= build-fuzz
 FUZZ_SECONDS ?= 60
 COVERAGE_DIR ?= build-coverage
 
-.PHONY: all deps configure build run test test-long test-sanitize fuzz coverage bench format clean
+.PHONY: all deps configure build run test test-quick test-sanitize fuzz coverage bench format clean
 
 all: build
 
@@ -24,12 +24,13 @@ build: configure
 run: build
 	@$(BUILD_DIR)/clipcat tour
 
-# Everything but the long runs (label "long"), which `make test-long` runs.
+# Every test, the long runs (label "long") included.
 test: build
-	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS) -LE long
+	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
 
-test-long: build
-	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS) -L long
+# Every test but the long runs: a developer's quick round.
+test-quick: build
+	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS) -LE long
 
 # The whole suite once more under AddressSanitizer and UndefinedBehaviorSanitizer.
 test-sanitize: deps
