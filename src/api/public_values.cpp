@@ -3,12 +3,6 @@
 #include "entities/plain_text.h"
 
 namespace clipcat::api {
-namespace {
-
-// The folder status of a linked catalog that does not answer.
-constexpr int32_t kStatusOffline = 4;
-
-}  // namespace
 
 std::chrono::sys_seconds MomentOf(const Date& date) {
   return std::chrono::sys_seconds(std::chrono::seconds(UnixSeconds(date)));
@@ -31,7 +25,7 @@ v0::Folder PublicFolder(const Folder& folder, const std::string& path, bool chil
   result.parent_id = folder.ParentID();
   result.path = path;
   result.linked = folder.ExternalCatalogID() != 0;
-  result.offline = folder.Status() == kStatusOffline;
+  result.offline = folder.Status() == kFolderStatusOffline;
   result.updated = MomentOf(folder.Updated());
   if (children) {
     for (const auto& child : *folder.ChildFolders()) {

@@ -38,8 +38,6 @@ size_t DisplayWidth(const std::string& text) {
   return width;
 }
 
-constexpr int32_t kStatusError = 4;
-
 }  // namespace
 
 void Table::Print(std::ostream& out) const {
@@ -84,7 +82,7 @@ void PrintFolderTree(const Folders& folders, std::ostream& out,
     stack.pop_back();
     out << std::string(static_cast<size_t>(next.depth) * 2, ' ') << next.folder->Name() << "  ["
         << next.folder->ID() << "]";
-    if (next.folder->Status() == kStatusError) {
+    if (next.folder->Status() == kFolderStatusOffline) {
       const auto reason = offline_reasons.find(next.folder->ID());
       out << (reason == offline_reasons.end() ? " (offline)"
                                               : " (offline: " + reason->second + ")");

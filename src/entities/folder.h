@@ -14,6 +14,10 @@
 
 namespace clipcat {
 
+// The status the services give the folder of a linked catalog that did not answer (catalogs
+// store status 4 for folders in error; listings leave such rows out).
+inline constexpr int32_t kFolderStatusOffline = 4;
+
 class Folder;
 using FolderCollection = Collection<std::shared_ptr<Folder>>;
 

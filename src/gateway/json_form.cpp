@@ -11,9 +11,6 @@ namespace {
 
 using nlohmann::json;
 
-// The folder status of a linked catalog that does not answer.
-constexpr int32_t kStatusOffline = 4;
-
 // The zero date stands for never.
 json NeverOrIsoUtc(const Date& date) {
   return date.serial() == 0.0 ? json(nullptr) : json(FormatIsoUtc(date));
@@ -31,7 +28,7 @@ json FolderJson(const Folder& folder, bool children, bool in_linked_catalog) {
                {"status", folder.Status()},
                {"updated", FormatIsoUtc(folder.Updated())},
                {"linked", linked},
-               {"online", folder.Status() != kStatusOffline}};
+               {"online", folder.Status() != kFolderStatusOffline}};
   if (children) {
     json list = json::array();
     for (const auto& child : *folder.ChildFolders()) {

@@ -7,6 +7,7 @@
 #include "gateway/request_body.h"
 #include "library/item_lookup.h"
 #include "library/item_transfer.h"
+#include "library/linked_catalog_status.h"
 
 namespace clipcat::gateway {
 namespace {
@@ -20,6 +21,15 @@ json FolderDetailJson(Catalog& catalog, const Folder& folder) {
   json children = json::array();
   for (const auto& child : *folders->Items()) children.push_back(FolderJson(*child, false));
   form["children"] = std::move(children);
+  if (folder.ExternalCatalogID() != 0) {
+    // A folder that links a catalog answers for that catalog's state now, as the tree does.
+    const LinkedCatalogStatus linked = ProbeLinkedCatalog(catalog, folder);
+    if (!linked.online) {
+      form["online"] = false;
+      form["status"] = kFolderStatusOffline;
+      form["offline_reason"] = linked.reason;
+    }
+  }
   return form;
 }
 

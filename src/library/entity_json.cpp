@@ -47,14 +47,13 @@ json DateJson(const Date& date) {
 }
 
 json FolderJson(const Folder& folder, bool with_children) {
-  constexpr int32_t kStatusError = 4;  // a linked catalog that did not answer
   json out = {{"id", folder.ID()},
               {"name", folder.Name()},
               {"description", folder.Description()},
               {"guid", folder.GUID()},
               {"parent_id", folder.ParentID()},
               {"updated", DateJson(folder.Updated())},
-              {"offline", folder.Status() == kStatusError}};
+              {"offline", folder.Status() == kFolderStatusOffline}};
   if (with_children) {
     json children = json::array();
     for (const auto& child : folder.ChildFolders()->Snapshot()) {

@@ -33,6 +33,46 @@ std::thread Start(Work work, std::optional<AutomationError>& failure) {
   });
 }
 
+// The top folder a catalog's database answered; raises when it holds none.
+std::shared_ptr<Folder> RequireTop(std::shared_ptr<Folder> top) {
+  if (!top) {
+    throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
+                          "the database holds no catalog (no top folder)");
+  }
+  return top;
+}
+
+LinkedCatalogStatus StatusOf(const Folder& linking) {
+  LinkedCatalogStatus status;
+  status.folder_id = linking.ID();
+  status.probe_id = ComposeItemID(linking.ID(), linking.ExternalCatalogID());
+  status.name = linking.Name();
+  return status;
+}
+
+// Tries each catalog on a thread of its own and fills in what was found.
+void Probe(const std::shared_ptr<ConnectionDetails>& details,
+           std::vector<LinkedCatalogStatus>& statuses) {
+  std::vector<std::optional<AutomationError>> failures(statuses.size());
+  std::vector<std::thread> probes;
+  for (size_t i = 0; i < statuses.size(); ++i) {
+    probes.push_back(Start(
+        [&details, &status = statuses[i]] {
+          status.item_id =
+              RequireTop(ClippingDataRead().GetCatalogsRootFolder(status.probe_id, details))->ID();
+        },
+        failures[i]));
+  }
+  for (auto& probe : probes) probe.join();
+  for (size_t i = 0; i < statuses.size(); ++i) {
+    statuses[i].online = !failures[i].has_value();
+    if (failures[i]) {
+      statuses[i].reason = OfflineReason(*failures[i]);
+      statuses[i].detail = failures[i]->description();
+    }
+  }
+}
+
 }  // namespace
 
 std::string OfflineReason(const AutomationError& error) {
@@ -64,15 +104,8 @@ std::string OfflineReason(const AutomationError& error) {
 
 void RequireCatalogReachable(const std::shared_ptr<ConnectionDetails>& details) {
   std::optional<AutomationError> failure;
-  Start(
-      [&details] {
-        ClippingDataRead read;
-        if (!read.GetPersonalCatalogRootFolder(details)) {
-          throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
-                                "the database holds no catalog (no top folder)");
-        }
-      },
-      failure)
+  Start([&details] { RequireTop(ClippingDataRead().GetPersonalCatalogRootFolder(details)); },
+        failure)
       .join();
   if (failure) throw *failure;
 }
@@ -80,38 +113,15 @@ void RequireCatalogReachable(const std::shared_ptr<ConnectionDetails>& details) 
 std::vector<LinkedCatalogStatus> ProbeLinkedCatalogs(Catalog& catalog) {
   std::vector<LinkedCatalogStatus> statuses;
   const auto folders = catalog.read().GetLinkingFolders(catalog.details());
-  for (const auto& folder : *folders->Items()) {
-    LinkedCatalogStatus status;
-    status.folder_id = folder->ID();
-    status.probe_id = ComposeItemID(folder->ID(), folder->ExternalCatalogID());
-    status.name = folder->Name();
-    statuses.push_back(std::move(status));
-  }
-  std::vector<std::optional<AutomationError>> failures(statuses.size());
-  std::vector<std::thread> probes;
-  const auto details = catalog.details();
-  for (size_t i = 0; i < statuses.size(); ++i) {
-    probes.push_back(Start(
-        [&details, &status = statuses[i]] {
-          ClippingDataRead read;
-          const auto top = read.GetCatalogsRootFolder(status.probe_id, details);
-          if (!top) {
-            throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
-                                  "the database holds no catalog (no top folder)");
-          }
-          status.item_id = top->ID();
-        },
-        failures[i]));
-  }
-  for (auto& probe : probes) probe.join();
-  for (size_t i = 0; i < statuses.size(); ++i) {
-    statuses[i].online = !failures[i].has_value();
-    if (failures[i]) {
-      statuses[i].reason = OfflineReason(*failures[i]);
-      statuses[i].detail = failures[i]->description();
-    }
-  }
+  for (const auto& folder : *folders->Items()) statuses.push_back(StatusOf(*folder));
+  Probe(catalog.details(), statuses);
   return statuses;
+}
+
+LinkedCatalogStatus ProbeLinkedCatalog(Catalog& catalog, const Folder& linking) {
+  std::vector<LinkedCatalogStatus> statuses{StatusOf(linking)};
+  Probe(catalog.details(), statuses);
+  return statuses.front();
 }
 
 }  // namespace clipcat

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "entities/connection_details.h"
+#include "entities/folder.h"
 #include "library/catalog.h"
 #include "util/errors.h"
 
@@ -27,6 +28,9 @@ struct LinkedCatalogStatus {
 // The linked catalogs of the selected catalog, in the order of their folders' names. Raises only
 // the errors of reading the selected catalog itself.
 std::vector<LinkedCatalogStatus> ProbeLinkedCatalogs(Catalog& catalog);
+
+// The same for one linking folder of the selected catalog (ExternalCatalogID() != 0).
+LinkedCatalogStatus ProbeLinkedCatalog(Catalog& catalog, const Folder& linking);
 
 // Opens the catalog `details` selects and reads its top folder, on a thread of its own so that
 // the calling thread's open catalogs are left alone. Raises what opening it raises, and 5

@@ -19,8 +19,6 @@ using service_internal::Require;
 
 namespace {
 
-constexpr int32_t kStatusError = 4;
-
 // The folder's id and the ids of every folder below it, depth first.
 void CollectFolderIDs(const std::shared_ptr<Folder>& top, TextCollection& ids) {
   std::vector<std::shared_ptr<Folder>> pending = {top};
@@ -303,7 +301,7 @@ std::shared_ptr<Folders> ClippingDataRead::GetLinkedFolders(const Connection& oD
         root->SetName(folder->Name());
         result->AddFolder(root);
       } else {
-        folder->SetStatus(StoreKey(), kStatusError);
+        folder->SetStatus(StoreKey(), kFolderStatusOffline);
         result->AddFolder(folder);
       }
     });
@@ -355,7 +353,7 @@ std::shared_ptr<Folder> ClippingDataRead::GetFolder(const std::string& sFolderId
     if (catalog_id == 0 || GetLocalItemID(sFolderId, catalog_id) != "1") throw;
     folder =
         Require(DefaultDataAccess(oDefaultConnection)->GetFolderWithExternalCatalog(catalog_id));
-    folder->SetStatus(StoreKey(), kStatusError);
+    folder->SetStatus(StoreKey(), kFolderStatusOffline);
     folder->SetID(sFolderId);
     return folder;
   }
@@ -387,7 +385,7 @@ std::shared_ptr<Folders> ClippingDataRead::GetFolders(const Connection& oDefault
       std::shared_ptr<Folders> linked;
       IgnoreErrors([&] { linked = GetFoldersForLinkedFolder(folder, oDefaultConnection); });
       if (!HasFolders(linked)) {
-        folder->SetStatus(StoreKey(), kStatusError);
+        folder->SetStatus(StoreKey(), kFolderStatusOffline);
         result->AddFolder(folder);
         return;
       }

@@ -19,7 +19,6 @@ namespace {
 
 // Folder status codes. Frozen: catalogs store them.
 constexpr int32_t kFolderStatusActive = 1;
-constexpr int32_t kFolderStatusError = 4;
 
 // Leaves deleted folders out of a listing.
 std::string DeletedFilter(bool bGetDeletedItems) {
@@ -32,7 +31,7 @@ std::string DeletedFilter(bool bGetDeletedItems) {
 std::string ChildFoldersQuery(const std::string& key, bool bIncludeExternalFolders,
                               bool bGetDeletedItems) {
   std::string sql = "SELECT * From  Folder WHERE lParentId=" + SqlNumber(Variant(key)) + " " +
-                    "AND NOT iStatus=" + SqlNumber(Variant(kFolderStatusError));
+                    "AND NOT iStatus=" + SqlNumber(Variant(kFolderStatusOffline));
   if (!bIncludeExternalFolders) sql += " AND lExternalCatalogId=0 ";
   sql += DeletedFilter(bGetDeletedItems);
   sql += " ORDER BY sName ASC ";

@@ -53,6 +53,17 @@ TEST_F(GatewayFolders, LinkedCatalogsShowInTheTreeWithTheirStatus) {
   EXPECT_EQ(by_name["Gone"]["online"], false);
   EXPECT_EQ(by_name["Gone"]["status"], 4);
 
+  // One folder says the same as the tree, and why a linked catalog is offline.
+  const Answer gone_folder = Get("/api/folders/" + by_name["Gone"]["id"].get<std::string>());
+  ASSERT_EQ(gone_folder.status, 200) << gone_folder.text;
+  EXPECT_EQ(gone_folder.body["online"], false) << gone_folder.text;
+  EXPECT_EQ(gone_folder.body["status"], 4);
+  EXPECT_FALSE(gone_folder.body.value("offline_reason", "").empty()) << gone_folder.text;
+  const Answer team_folder = Get("/api/folders/" + by_name["Team"]["id"].get<std::string>());
+  ASSERT_EQ(team_folder.status, 200) << team_folder.text;
+  EXPECT_EQ(team_folder.body["online"], true);
+  EXPECT_FALSE(team_folder.body.contains("offline_reason"));
+
   // A clipping added under the linked folder lands in the linked catalog, with an id that says so.
   const std::string id = NewClipping(by_name["Team"]["id"], "Shared");
   EXPECT_EQ(Get("/api/clippings/" + id).body["name"], "Shared");
