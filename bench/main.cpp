@@ -3,16 +3,24 @@
 // commit to bench/results.json.
 //
 //   clipcat_bench [--quick] [--cpu] [--scale X] [--reps N] [--only SCENARIO] [--out PATH]
+//   clipcat_bench --curve [--sizes N,N,...] [--engines sqlite,postgresql] [--postgres-max N]
+//                 [--out PATH]
 //
 // --quick is --scale 0.1 --reps 3. --cpu times with the process's CPU clock instead of the wall
 // clock (for a machine busy with other work). Results are written to bench/results.json only by a
 // full run (scale 1, every scenario) unless --out names a file.
+//
+// --curve times add, read, tree, search, content search and import at each size (clippings in
+// the catalog; 1,000 to 1,000,000 by default) on each engine (curve.h) and writes PATH.csv and
+// PATH.json (bench/curve.csv and .json by default).
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "curve.h"
 #include "harness.h"
 #include "scenarios.h"
 
@@ -45,8 +53,24 @@ constexpr Scenario kScenarios[] = {
 int Usage() {
   std::fprintf(stderr,
                "usage: clipcat_bench [--quick] [--cpu] [--scale X] [--reps N] [--only SCENARIO] "
-               "[--out PATH]\n");
+               "[--out PATH]\n"
+               "       clipcat_bench --curve [--sizes N,N,...] [--engines sqlite,postgresql] "
+               "[--postgres-max N] [--out PATH]\n");
   return 2;
+}
+
+// "1000,10000" as numbers; empty for anything else.
+std::vector<int> Sizes(const std::string& list) {
+  std::vector<int> sizes;
+  size_t start = 0;
+  while (start <= list.size()) {
+    const size_t comma = std::min(list.find(',', start), list.size());
+    const int size = std::atoi(list.substr(start, comma - start).c_str());
+    if (size <= 0) return {};
+    sizes.push_back(size);
+    start = comma + 1;
+  }
+  return sizes;
 }
 
 }  // namespace
@@ -54,6 +78,8 @@ int Usage() {
 int main(int argc, char** argv) {
   Options options;
   std::string out;
+  bool curve = false;
+  clipcat_bench::CurveOptions curve_options;
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
     const bool has_value = i + 1 < argc;
@@ -70,12 +96,28 @@ int main(int argc, char** argv) {
       options.only = argv[++i];
     } else if (arg == "--out" && has_value) {
       out = argv[++i];
+    } else if (arg == "--curve") {
+      curve = true;
+    } else if (arg == "--sizes" && has_value) {
+      curve_options.sizes = Sizes(argv[++i]);
+      if (curve_options.sizes.empty()) return Usage();
+    } else if (arg == "--engines" && has_value) {
+      const std::string engines = argv[++i];
+      curve_options.sqlite = engines.find("sqlite") != std::string::npos;
+      curve_options.postgres = engines.find("postgresql") != std::string::npos;
+      if (!curve_options.sqlite && !curve_options.postgres) return Usage();
+    } else if (arg == "--postgres-max" && has_value) {
+      curve_options.postgres_max = std::atoi(argv[++i]);
     } else {
       return Usage();
     }
   }
   if (options.scale <= 0 || options.reps < 1) return Usage();
   clipcat_bench::g_cpu_clock = options.cpu_clock;
+  if (curve) {
+    if (!out.empty()) curve_options.out = out;
+    return clipcat_bench::RunCurve(curve_options);
+  }
   if (out.empty() && options.only.empty() && options.scale == 1.0) {
     out = std::string(CLIPCAT_SOURCE_DIR) + "/bench/results.json";
   }

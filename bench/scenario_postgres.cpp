@@ -1,12 +1,10 @@
-// postgres: add and read on a catalog on a PostgreSQL server, against a floor on libpq that runs
-// the same statements prepared once, with binary parameters. The server is a throwaway one started
-// the way the test suite starts its own (tests/support/postgres_test_server.h); without the
-// server binaries the scenario reports why it did not run. Round trips per operation come from
-// the backend's counter; the floor's are counted by hand.
-#include <libpq-fe.h>
-
+// postgres: add and read on a catalog on a PostgreSQL server (then tree and search, see
+// scenario_postgres_queries.cpp), against a floor on libpq that runs the same statements prepared
+// once, with binary parameters. The server is a throwaway one started the way the test suite
+// starts its own (tests/support/postgres_test_server.h); without the server binaries the scenario
+// reports why it did not run. Round trips per operation come from the backend's counter; the
+// floor's are counted by hand.
 #include <cstdio>
-#include <map>
 #include <random>
 #include <stdexcept>
 
@@ -14,7 +12,9 @@
 #include "entities/clipping.h"
 #include "entities/folder.h"
 #include "entities/plain_text.h"
+#include "floor_pg.h"
 #include "library/catalog_location.h"
+#include "postgres_queries.h"
 #include "scenario_common.h"
 #include "scenarios.h"
 #include "service/clipping_data_read.h"
@@ -30,72 +30,6 @@ namespace {
 using clipcat::testing::PostgresTestServer;
 
 constexpr int kFolders = 100;
-constexpr Oid kByteaType = 17;
-
-// One libpq connection with its statements prepared on first use.
-class FloorPg {
- public:
-  explicit FloorPg(const std::string& conninfo) : conn_(PQconnectdb(conninfo.c_str())) {
-    if (PQstatus(conn_) != CONNECTION_OK) throw std::runtime_error(PQerrorMessage(conn_));
-  }
-  ~FloorPg() { PQfinish(conn_); }
-  FloorPg(const FloorPg&) = delete;
-  FloorPg& operator=(const FloorPg&) = delete;
-
-  // Runs `sql` prepared, with `values` (a value of `binary_at`, 1-based, goes as bytes).
-  PGresult* Run(const std::string& sql, const std::vector<std::string>& values,
-                size_t binary_at = 0) {
-    auto found = names_.find(sql);
-    if (found == names_.end()) {
-      const std::string name = "floor" + std::to_string(names_.size());
-      std::vector<Oid> types(values.size(), 0);
-      if (binary_at > 0) types[binary_at - 1] = kByteaType;
-      Check(PQprepare(conn_, name.c_str(), sql.c_str(), static_cast<int>(types.size()),
-                      types.data()));
-      ++round_trips;
-      found = names_.emplace(sql, name).first;
-    }
-    std::vector<const char*> data;
-    std::vector<int> lengths;
-    std::vector<int> formats;
-    for (size_t i = 0; i < values.size(); ++i) {
-      data.push_back(values[i].data());
-      lengths.push_back(static_cast<int>(values[i].size()));
-      formats.push_back(i + 1 == binary_at ? 1 : 0);
-    }
-    ++round_trips;
-    return Check(PQexecPrepared(conn_, found->second.c_str(), static_cast<int>(values.size()),
-                                data.data(), lengths.data(), formats.data(), 1));
-  }
-  void Exec(const char* sql) {
-    ++round_trips;
-    PQclear(Check(PQexec(conn_, sql)));
-  }
-
-  uint64_t round_trips = 0;
-
- private:
-  PGresult* Check(PGresult* result) {
-    const ExecStatusType status = PQresultStatus(result);
-    if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK) {
-      const std::string message = PQerrorMessage(conn_);
-      PQclear(result);
-      throw std::runtime_error("floor: " + message);
-    }
-    return result;
-  }
-
-  PGconn* conn_;
-  std::map<std::string, std::string> names_;
-};
-
-// A value of a binary result: an int4 or int8 column as a number.
-int64_t BinaryInt(const PGresult* result, int row, int column) {
-  const auto* bytes = reinterpret_cast<const unsigned char*>(PQgetvalue(result, row, column));
-  int64_t value = 0;
-  for (int i = 0; i < PQgetlength(result, row, column); ++i) value = (value << 8) | bytes[i];
-  return value;
-}
 
 // A catalog of its own on `server`, with 100 folders under the top one; answers its details and
 // the folders' ids.
@@ -307,6 +241,8 @@ void RunPostgres(const Options& options, Report& report) {
                  5000);
   report.Info("PostgreSQL GetClipping, round trips per call", "", ours_trips / calls,
               "floor: " + std::to_string(floor_trips / calls));
+
+  MeasurePostgresTreeAndSearch(*server, options, report);
 }
 
 }  // namespace clipcat_bench

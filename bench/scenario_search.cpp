@@ -4,8 +4,8 @@
 // FindClippings for "invoice" in the same 51 folders. The floor runs the statements the services
 // run: the folder and its subtree, the search itself, and for each hit its path and category
 // names, all prepared once (the search once per call, as its folder list varies).
-#include <random>
 
+#include "catalog_shapes.h"
 #include "entities/clipping.h"
 #include "entities/search.h"
 #include "floor_rows.h"
@@ -16,56 +16,6 @@
 
 namespace clipcat_bench {
 namespace {
-
-constexpr int kTopFolders = 8;
-constexpr int kSubFolders = 50;
-const char* const kCategories[] = {"Work",  "Personal", "Tax",     "Travel",  "Legal",
-                                   "Sales", "Support",  "Finance", "Letters", "Drafts"};
-
-struct SearchCatalog {
-  int64_t subtree_top = 0;
-  std::vector<int64_t> subtree;  // the top folder and its subfolders
-};
-
-SearchCatalog Fill(const std::string& path, int clippings) {
-  SearchCatalog catalog;
-  CatalogFiller filler(path);
-  std::vector<int64_t> folders;
-  for (int t = 0; t < kTopFolders; ++t) {
-    const int64_t top = filler.AddFolder(1, "Area " + std::to_string(t), "");
-    folders.push_back(top);
-    if (t == 0) {
-      catalog.subtree_top = top;
-      catalog.subtree.push_back(top);
-    }
-    for (int s = 0; s < kSubFolders; ++s) {
-      const int64_t sub = filler.AddFolder(top, "Topic " + std::to_string(s), "");
-      folders.push_back(sub);
-      if (t == 0) catalog.subtree.push_back(sub);
-    }
-  }
-  std::vector<int64_t> categories;
-  for (const char* name : kCategories) categories.push_back(filler.AddCategory(name));
-  std::mt19937 random(3);
-  static const char* const kNouns[] = {"letter", "memo", "report", "note", "reply", "offer"};
-  for (int i = 0; i < clippings; ++i) {
-    const bool hit = random() % 20 == 0;
-    const std::string name = "Clipping " + std::to_string(i) + " " +
-                             (hit && random() % 2 == 0 ? "invoice" : kNouns[random() % 6]);
-    const std::string description = std::string(hit ? "about the invoice of " : "about the ") +
-                                    kNouns[random() % 6] + " number " + std::to_string(i);
-    const int64_t key =
-        filler.AddClipping(folders[random() % folders.size()], name, description, {});
-    const size_t first = random() % categories.size();
-    filler.AddMember(key, categories[first]);
-    if (random() % 3 == 0) {
-      const size_t second = (first + 1 + random() % (categories.size() - 1)) % categories.size();
-      filler.AddMember(key, categories[second]);
-    }
-  }
-  filler.Finish();
-  return catalog;
-}
 
 void FloorSubtree(FloorDb& db, int64_t key, std::vector<int64_t>& ids) {
   ids.push_back(key);
@@ -160,7 +110,12 @@ void RunSearch(const Options& options, Report& report) {
   const std::string path = dir.File("search.catalog");
   NewCatalog(path);
   const int clippings = options.Scaled(100'000, 1'000);
-  const SearchCatalog catalog = Fill(path, clippings);
+  SearchCatalog catalog;
+  {
+    CatalogFiller filler(path);
+    catalog = FillSearchCatalog(filler, clippings);
+    filler.Finish();
+  }
 
   const auto details = FileDetails(path);
   clipcat::ClippingDataRead reader;

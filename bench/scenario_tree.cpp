@@ -2,8 +2,7 @@
 // root, then up to six children per folder, filled breadth first). The floor runs the same
 // statements, the top-level query and one children query per folder, prepared once, and builds
 // a tree of plain structs.
-#include <deque>
-
+#include "catalog_shapes.h"
 #include "entities/folder.h"
 #include "floor_rows.h"
 #include "scenario_common.h"
@@ -13,8 +12,6 @@
 
 namespace clipcat_bench {
 namespace {
-
-constexpr int kFanOut = 6;
 
 void FloorChildren(FloorDb& db, FloorFolder& folder) {
   Statement& s = db.Prepare(
@@ -60,19 +57,7 @@ void RunTree(const Options& options, Report& report) {
   const int total = options.Scaled(5'000, 50);
   {
     CatalogFiller filler(path);
-    std::deque<std::pair<int64_t, int>> parents = {{1, 1}};  // key, level (the root is level 1)
-    int made = 1;
-    int serial = 0;
-    while (made < total && !parents.empty()) {
-      const auto [parent, level] = parents.front();
-      parents.pop_front();
-      for (int i = 0; i < kFanOut && made < total; ++i, ++made) {
-        // Names out of key order, so that the sort by name does real work.
-        const int64_t key = filler.AddFolder(
-            parent, "Folder " + std::to_string((serial++ * 7919) % 100'000), "Folder description");
-        if (level + 1 < 6) parents.emplace_back(key, level + 1);
-      }
-    }
+    FillFolderTree(filler, total);
     filler.Finish();
   }
 

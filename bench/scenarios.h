@@ -30,8 +30,9 @@ void RunImport(const Options& options, Report& report);
 // 10,000 UpdateClippingHistory calls and GetClippingsHistroy of 100.
 void RunHistory(const Options& options, Report& report);
 
-// AddClipping and GetClipping with data on a catalog on a throwaway PostgreSQL server, against a
-// floor on libpq, with round trips per call; skipped, with the reason, without a server.
+// AddClipping and GetClipping with data, GetFolders, SearchForClippings and FindClippings on
+// catalogs on a throwaway PostgreSQL server, against a floor on libpq, with round trips per call;
+// skipped, with the reason, without a server.
 void RunPostgres(const Options& options, Report& report);
 
 // What-if runs of the write scenarios with every connection of the process switched to

@@ -146,6 +146,14 @@ int64_t CatalogFiller::AddFolder(int64_t parent, const std::string& name,
 int64_t CatalogFiller::AddClipping(int64_t folder, const std::string& name,
                                    const std::string& description,
                                    const std::vector<std::pair<int, std::string>>& items) {
+  std::vector<std::pair<int, std::string>> frames;
+  for (const auto& [type, content] : items) frames.emplace_back(type, codec_.Compress(content));
+  return AddClippingFrames(folder, name, description, frames);
+}
+
+int64_t CatalogFiller::AddClippingFrames(int64_t folder, const std::string& name,
+                                         const std::string& description,
+                                         const std::vector<std::pair<int, std::string>>& frames) {
   const int64_t key = next_key_++;
   if (guids_.size() <= static_cast<size_t>(key)) guids_.resize(static_cast<size_t>(key) + 1);
   std::string& guid = guids_[static_cast<size_t>(key)];
@@ -160,8 +168,7 @@ int64_t CatalogFiller::AddClipping(int64_t folder, const std::string& name,
       .Text(5, description)
       .Text(6, now_)
       .Run();
-  for (const auto& [type, content] : items) {
-    const std::string frame = codec_.Compress(content);
+  for (const auto& [type, frame] : frames) {
     db_.Prepare(
            "INSERT INTO ClippingDataType (lClippingID, lDataTypeId, bIsCompressed, ClippingData) "
            "VALUES (?, ?, 1, ?)")
@@ -171,6 +178,17 @@ int64_t CatalogFiller::AddClipping(int64_t folder, const std::string& name,
         .Run();
   }
   return key;
+}
+
+void CatalogFiller::AddContentText(int64_t key, const std::string& name,
+                                   const std::string& description, const std::string& text) {
+  db_.Prepare(
+         "INSERT INTO ClippingText (lClippingID, sName, sDescription, sText) VALUES (?, ?, ?, ?)")
+      .Int(1, key)
+      .Text(2, name)
+      .Text(3, description)
+      .Text(4, text)
+      .Run();
 }
 
 int64_t CatalogFiller::AddCategory(const std::string& name) {

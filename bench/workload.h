@@ -75,6 +75,12 @@ class CatalogFiller {
   // Items are (data type, content); each is stored compressed.
   int64_t AddClipping(int64_t folder, const std::string& name, const std::string& description,
                       const std::vector<std::pair<int, std::string>>& items);
+  // The same with each item given as (data type, compressed frame).
+  int64_t AddClippingFrames(int64_t folder, const std::string& name, const std::string& description,
+                            const std::vector<std::pair<int, std::string>>& frames);
+  // The content index's row of clipping `key` (its plain text as the catalog extracts it).
+  void AddContentText(int64_t key, const std::string& name, const std::string& description,
+                      const std::string& text);
   int64_t AddCategory(const std::string& name);
   void AddMember(int64_t clipping, int64_t category);
   const std::string& GuidOf(int64_t clipping) const { return guids_.at(clipping); }
