@@ -290,7 +290,7 @@ TEST_F(ServiceCalls, EveryMemberRunsByNameWithTextArguments) {
        {std::pair{"R.ClippingExists", std::vector<Variant>{"<Search/>", "<ConnectionDetails/>"}},
         std::pair{"W.CanUpdateFolder", std::vector<Variant>{Make("Folder"), c}},
         std::pair{"W.CanUpdateClipping", std::vector<Variant>{Make("Clipping"), c, "True"}}}) {
-    const AutomationError e = ErrorOf([&] { Call(member, args); });
+    const AutomationError e = ErrorOf([&, &member = member, &args = args] { Call(member, args); });
     EXPECT_EQ(e.number(), err::kNotYetImplemented);
     EXPECT_EQ(e.source(), std::string(member).substr(2));
     EXPECT_EQ(e.description(), "Not yet implemented!!");

@@ -14,8 +14,9 @@ namespace {
 
 TEST(Variant, NullRaisesInvalidUseOfNullAndObjectsTypeMismatchInEveryConversion) {
   const Variant nothing{std::shared_ptr<Dispatch>()};
-  for (const auto& [value, number] : {std::pair{Variant::Null(), err::kInvalidUseOfNull},
-                                      std::pair{nothing, err::kTypeMismatch}}) {
+  for (const auto& [held, number] : {std::pair{Variant::Null(), err::kInvalidUseOfNull},
+                                     std::pair{nothing, err::kTypeMismatch}}) {
+    const Variant& value = held;  // lambdas capture a variable, not a structured binding
     EXPECT_EQ(RaisedNumber([&] { value.ToText(); }), number);
     EXPECT_EQ(RaisedNumber([&] { value.ToLong(); }), number);
     EXPECT_EQ(RaisedNumber([&] { value.ToInteger(); }), number);
