@@ -91,16 +91,28 @@ void MakeHistoryTables(DBConnection& connection, Notes& /*notes*/) {
   }
 }
 
+// Format 6: names are indexed under their parent, so that the name check of an add or a rename
+// is one probe however many items share a folder (with the name alone, or the folder alone, the
+// engine may read every clipping of the folder).
+void IndexNamesUnderParents(DBConnection& connection, Notes& /*notes*/) {
+  const SchemaEngine engine =
+      IsSqlite(connection) ? SchemaEngine::kSqlite : SchemaEngine::kPostgres;
+  connection.ExecuteSQL("DROP INDEX IF EXISTS ixFolder_sName");
+  connection.ExecuteSQL("DROP INDEX IF EXISTS ixClipping_sName");
+  for (const std::string_view name : {"ixFolder_sName_lParentID", "ixClipping_sName_lFolderID"}) {
+    connection.ExecuteSQL("DROP INDEX IF EXISTS " + std::string(name));  // a step run once
+    connection.ExecuteSQL(CreateIndexStatement(name, engine));
+  }
+}
+
 struct UpgradeStep {
   int version;  // the format the catalog has after the step
   void (*run)(DBConnection&, Notes&);
 };
 
 constexpr UpgradeStep kSteps[] = {
-    {2, MergeHistoryRows},
-    {3, UpgradeCaseFolding},  // names compare by Unicode simple case folding
-    {4, MakeContentIndex},
-    {5, MakeHistoryTables},
+    {2, MergeHistoryRows}, {3, UpgradeCaseFolding},  // names compare by Unicode simple case folding
+    {4, MakeContentIndex}, {5, MakeHistoryTables},  {6, IndexNamesUnderParents},
 };
 
 static_assert(kSteps[std::size(kSteps) - 1].version == kCatalogFormatVersion,

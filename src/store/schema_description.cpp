@@ -60,8 +60,9 @@ SchemaDescription* MakeCatalogSchema() {
            "lFolderID",
            {Index("ixFolder_lParentID", {"lParentID"}),
             Index("ixFolder_lExternalCatalogId", {"lExternalCatalogId"}),
-            Index("ixFolder_sName", {"sName"}), Index("ixFolder_iStatus", {"iStatus"}),
-            Index("ixFolder_tUpdated", {"tUpdated"}),
+            // A name under its parent: the name checks of every add and rename.
+            Index("ixFolder_sName_lParentID", {"sName", "lParentID"}),
+            Index("ixFolder_iStatus", {"iStatus"}), Index("ixFolder_tUpdated", {"tUpdated"}),
             FoldedIndex("ixFolder_sName_Folded", "sName")}},
 
           {"Clipping",
@@ -74,7 +75,7 @@ SchemaDescription* MakeCatalogSchema() {
             {"tUpdated", kDateTime}},
            "lClippingID",
            {Index("ixClipping_lFolderID", {"lFolderID"}), Index("ixClipping_sGUID", {"sGUID"}),
-            Index("ixClipping_sName", {"sName"}),
+            Index("ixClipping_sName_lFolderID", {"sName", "lFolderID"}),
             Index("ixClipping_sDescription", {"sDescription"}),
             Index("ixClipping_iClippingStatus", {"iClippingStatus"}),
             FoldedIndex("ixClipping_sName_Folded", "sName"),

@@ -13,7 +13,7 @@ namespace clipcat {
 // The catalog format this version writes (the FormatVersion catalog property and, in a file
 // catalog, PRAGMA user_version). Each format after the first has its upgrade step
 // (catalog_upgrade.h).
-inline constexpr int32_t kCatalogFormatVersion = 5;
+inline constexpr int32_t kCatalogFormatVersion = 6;
 
 // What a column holds, whatever the engine calls it.
 enum class ColumnKind {

@@ -63,7 +63,8 @@ TEST_F(CatalogCare, CheckPassesASoundCatalogAndNamesEachKindOfDamageWithoutWriti
        " WHERE lClippingID = " +
            first,
        "of clipping " + first + " cannot be read"},
-      {"DROP INDEX ixClipping_sName", "problem: the index ixClipping_sName is missing"},
+      {"DROP INDEX ixClipping_sName_lFolderID",
+       "problem: the index ixClipping_sName_lFolderID is missing"},
       {"ALTER TABLE Folder DROP COLUMN sDescription",
        "problem: the column Folder.sDescription is missing"},
   };

@@ -106,6 +106,33 @@ TEST(CatalogSchema, NewCatalogHasTheTablesIndexesRootAndSettings) {
                           std::to_string(kCatalogFormatVersion) + " ok ");
 }
 
+TEST(CatalogSchema, NameChecksAreOneProbeOfTheNameUnderItsParent) {
+  // The statements the name checks of adds and renames run: planned on the name with its
+  // parent, not on the folder alone (every clipping of the folder) or the name alone.
+  TempCatalog catalog;
+  const std::pair<std::string, std::string> checks[] = {
+      {"Select * From Clipping WHERE sName='Reply' AND lFolderId=2 AND iClippingStatus <>3",
+       "ixClipping_sName_lFolderID (sName=? AND lFolderID=?)"},
+      {"Select * From Folder WHERE sName='Mail' AND lParentId=1 AND iStatus <>3",
+       "ixFolder_sName_lParentID (sName=? AND lParentID=?)"}};
+  for (const auto& [sql, index] : checks) {
+    std::vector<std::string> plan;
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open_v2(catalog.path().c_str(), &db, SQLITE_OPEN_READONLY, nullptr),
+              SQLITE_OK);
+    sqlite3_stmt* stmt = nullptr;
+    ASSERT_EQ(sqlite3_prepare_v2(db, ("EXPLAIN QUERY PLAN " + sql).c_str(), -1, &stmt, nullptr),
+              SQLITE_OK);
+    while (sqlite3_step(stmt) == SQLITE_ROW) {
+      plan.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 3)));
+    }
+    sqlite3_finalize(stmt);
+    sqlite3_close(db);
+    ASSERT_EQ(plan.size(), 1u) << sql;
+    EXPECT_NE(plan[0].find("USING INDEX " + index), std::string::npos) << sql << "\n" << plan[0];
+  }
+}
+
 TEST(CatalogSchema, CreateRefusesBlankNamesAndExistingFiles) {
   TempDir dir;
   for (std::string name : {"", "   "}) {

@@ -22,6 +22,7 @@
 #include "engine_catalog.h"
 #include "store/content_query.h"
 #include "store/data_access.h"
+#include "store/schema_description.h"
 #include "util/date.h"
 #include "util/error_of.h"
 #include "util/errors.h"
@@ -576,7 +577,9 @@ TEST_P(TrashVersionsTest, ACatalogUpgradedToTheTrashListsAndRestoresEarlierDelet
   access_->SetConnectionString(connection_string_);
   const std::string later = Add("Later", root_);
   access_->DeleteClipping(later, false);
-  EXPECT_EQ(Count("CatalogProperties WHERE sCatalogProperty='FormatVersion' AND sValue='5'"), 1);
+  EXPECT_EQ(Count("CatalogProperties WHERE sCatalogProperty='FormatVersion' AND sValue='" +
+                  std::to_string(kCatalogFormatVersion) + "'"),
+            1);
 
   const std::vector<TrashEntry> trash = access_->GetTrash();
   ASSERT_EQ(trash.size(), 3u);
