@@ -13,6 +13,10 @@ namespace clipcat {
 namespace {
 
 bool IsWordCharacter(UChar32 c) {
+  // ASCII first: most of most clippings' text.
+  if (c < 0x80) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+  }
   // Letters and every kind of number ("x²" is one word, as the file catalog's index reads it).
   if (u_isalpha(c)) return true;
   const int8_t type = u_charType(c);
@@ -67,6 +71,16 @@ std::vector<WordSpan> SplitWords(std::string_view text) {
 }
 
 std::string FoldWord(std::string_view word) {
+  // ASCII has no marks to take off and folds to its lower case: most words of most clippings,
+  // folded without ICU's normalizers.
+  if (std::all_of(word.begin(), word.end(),
+                  [](char c) { return static_cast<signed char>(c) >= 0; })) {
+    std::string out(word);
+    for (char& c : out) {
+      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return out;
+  }
   UErrorCode status = U_ZERO_ERROR;
   const icu::Normalizer2* nfd = icu::Normalizer2::getNFDInstance(status);
   const icu::Normalizer2* nfc = icu::Normalizer2::getNFCInstance(status);
@@ -103,27 +117,32 @@ std::string MakeSnippet(std::string_view text, const std::vector<SnippetTerm>& t
                         size_t max_words) {
   const std::vector<WordSpan> words = SplitWords(text);
   if (words.empty() || max_words == 0) return {};
-  // For each word, the term it matches (-1: none).
-  std::vector<int> match(words.size(), -1);
-  for (size_t i = 0; i < words.size(); ++i) {
+  // For each word, the term it matches (-1: none), worked out when first asked for: the search
+  // below mostly ends within the first few windows, long before the text does.
+  constexpr int kNotYetKnown = -2;
+  std::vector<int> matches(words.size(), kNotYetKnown);
+  const auto match_of = [&](size_t i) {
+    if (matches[i] != kNotYetKnown) return matches[i];
     const std::string folded = FoldWord(text.substr(words[i].begin, words[i].end - words[i].begin));
+    matches[i] = -1;
     for (size_t t = 0; t < terms.size(); ++t) {
       if (TermMatches(terms[t], folded)) {
-        match[i] = static_cast<int>(t);
+        matches[i] = static_cast<int>(t);
         break;
       }
     }
-  }
+    return matches[i];
+  };
   // The window with the most distinct terms; the earliest of equals.
   size_t best_start = 0;
   size_t best_count = 0;
   for (size_t start = 0; start < words.size(); ++start) {
-    if (match[start] < 0) continue;
+    if (match_of(start) < 0) continue;
     std::set<int> seen;
     size_t last_match = start;
     for (size_t i = start; i < std::min(words.size(), start + max_words); ++i) {
-      if (match[i] < 0) continue;
-      seen.insert(match[i]);
+      if (match_of(i) < 0) continue;
+      seen.insert(match_of(i));
       last_match = i;
     }
     if (seen.size() > best_count) {
@@ -146,7 +165,7 @@ std::string MakeSnippet(std::string_view text, const std::vector<SnippetTerm>& t
   for (size_t i = best_start; i <= last; ++i) {
     out += OneLine(text.substr(at, words[i].begin - at));
     const std::string_view word = text.substr(words[i].begin, words[i].end - words[i].begin);
-    if (match[i] >= 0) {
+    if (match_of(i) >= 0) {
       out += kSnippetMatchStart;
       out += word;
       out += kSnippetMatchEnd;
