@@ -166,7 +166,8 @@ class BestBm25 {
     const sqlite3_int64 best = argc > 0 ? sqlite3_value_int64(argv[0]) : 0;
     std::fill(freq_.begin(), freq_.end(), 0.0);
     // Each column holds at least as many tokens as its last hit's place says.
-    std::vector<int> least_size(static_cast<size_t>(std::max(columns_, 0)), 0);
+    std::vector<int>& least_size = least_size_;
+    least_size.assign(static_cast<size_t>(std::max(columns_, 0)), 0);
     int instances = 0;
     int rc = api->xInstCount(fts, &instances);
     for (int i = 0; rc == SQLITE_OK && i < instances; ++i) {
@@ -223,6 +224,7 @@ class BestBm25 {
   int columns_ = 0;
   std::vector<double> idf_;
   std::vector<double> freq_;
+  std::vector<int> least_size_;  // of the current row, by column
   // The scores of the best rows so far, the worst of them on top.
   std::priority_queue<double, std::vector<double>, std::greater<>> best_;
   bool answered_ = false;
