@@ -168,22 +168,24 @@ class BestBm25 {
     // Each column holds at least as many tokens as its last hit's place says.
     std::vector<int>& least_size = least_size_;
     least_size.assign(static_cast<size_t>(std::max(columns_, 0)), 0);
-    int instances = 0;
-    int rc = api->xInstCount(fts, &instances);
-    for (int i = 0; rc == SQLITE_OK && i < instances; ++i) {
-      int phrase = 0;
-      int column = 0;
+    // The hits of each phrase in turn: the same as xInst's, without the merged list of all
+    // phrases' hits that xInstCount makes for every row.
+    int rc = SQLITE_OK;
+    for (size_t phrase = 0; phrase < freq_.size(); ++phrase) {
+      Fts5PhraseIter hits;
+      int column = -1;
       int offset = 0;
-      rc = api->xInst(fts, i, &phrase, &column, &offset);
-      if (rc != SQLITE_OK) break;
-      const double weight = argc - 1 > column ? sqlite3_value_double(argv[column + 1]) : 1.0;
-      freq_[static_cast<size_t>(phrase)] += weight;
-      if (column >= 0 && column < columns_) {
-        int& size = least_size[static_cast<size_t>(column)];
-        size = std::max(size, offset + 1);
+      rc = api->xPhraseFirst(fts, static_cast<int>(phrase), &hits, &column, &offset);
+      if (rc != SQLITE_OK) return rc;
+      for (; column >= 0; api->xPhraseNext(fts, &hits, &column, &offset)) {
+        const double weight = argc - 1 > column ? sqlite3_value_double(argv[column + 1]) : 1.0;
+        freq_[phrase] += weight;
+        if (column < columns_) {
+          int& size = least_size[static_cast<size_t>(column)];
+          size = std::max(size, offset + 1);
+        }
       }
     }
-    if (rc != SQLITE_OK) return rc;
     answered_ = true;
     last_rowid_ = rowid;
     if (best > 0 && static_cast<sqlite3_int64>(best_.size()) >= best) {
