@@ -101,6 +101,9 @@ TEST(MakeSnippet, ShowsTheBestWindowWithEllipsesWhereTextIsLeftOut) {
   EXPECT_EQ(MakeSnippet(text, {{"nothing", false}}, 5), "w0 w1 w2 w3 w4\u2026");
   EXPECT_EQ(MakeSnippet(text, {}, 3), "w0 w1 w2\u2026");
   EXPECT_EQ(MakeSnippet("w0 w1", {{"nothing", false}}, 5), "w0 w1");
+  EXPECT_EQ(MakeSnippet("x, y; z!", {{"z", false}}, 2), "\u2026y; [z]");
+  EXPECT_EQ(MakeSnippet("x, y; z!", {{"x", false}}, 2), "[x], y\u2026");
+  EXPECT_EQ(MakeSnippet(" ,; - ", {{"x", false}}), "");
   // The window holding both words wins over the earlier one holding one of them.
   EXPECT_EQ(
       MakeSnippet("alpha " + Numbered(10) + " alpha beta", {{"alpha", false}, {"beta", false}}, 4),
