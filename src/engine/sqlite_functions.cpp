@@ -164,6 +164,13 @@ class BestBm25 {
       return SQLITE_OK;
     }
     const sqlite3_int64 best = argc > 0 ? sqlite3_value_int64(argv[0]) : 0;
+    // The columns' weights, read once: the same for every row of the query.
+    if (weights_.empty()) {
+      weights_.assign(static_cast<size_t>(std::max(columns_, 0)), 1.0);
+      for (int column = 0; column < columns_ && column + 1 < argc; ++column) {
+        weights_[static_cast<size_t>(column)] = sqlite3_value_double(argv[column + 1]);
+      }
+    }
     std::fill(freq_.begin(), freq_.end(), 0.0);
     // Each column holds at least as many tokens as its last hit's place says.
     std::vector<int>& least_size = least_size_;
@@ -178,12 +185,10 @@ class BestBm25 {
       rc = api->xPhraseFirst(fts, static_cast<int>(phrase), &hits, &column, &offset);
       if (rc != SQLITE_OK) return rc;
       for (; column >= 0; api->xPhraseNext(fts, &hits, &column, &offset)) {
-        const double weight = argc - 1 > column ? sqlite3_value_double(argv[column + 1]) : 1.0;
-        freq_[phrase] += weight;
-        if (column < columns_) {
-          int& size = least_size[static_cast<size_t>(column)];
-          size = std::max(size, offset + 1);
-        }
+        if (column >= columns_) continue;
+        freq_[phrase] += weights_[static_cast<size_t>(column)];
+        int& size = least_size[static_cast<size_t>(column)];
+        size = std::max(size, offset + 1);
       }
     }
     answered_ = true;
@@ -227,6 +232,7 @@ class BestBm25 {
   std::vector<double> idf_;
   std::vector<double> freq_;
   std::vector<int> least_size_;  // of the current row, by column
+  std::vector<double> weights_;  // by column
   // The scores of the best rows so far, the worst of them on top.
   std::priority_queue<double, std::vector<double>, std::greater<>> best_;
   bool answered_ = false;
