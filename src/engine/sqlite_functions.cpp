@@ -164,25 +164,33 @@ class BestBm25 {
       return SQLITE_OK;
     }
     const sqlite3_int64 best = argc > 0 ? sqlite3_value_int64(argv[0]) : 0;
+    // The columns' weights, read once: the same for every row of the query.
+    if (weights_.empty()) {
+      weights_.assign(static_cast<size_t>(std::max(columns_, 0)), 1.0);
+      for (int column = 0; column < columns_ && column + 1 < argc; ++column) {
+        weights_[static_cast<size_t>(column)] = sqlite3_value_double(argv[column + 1]);
+      }
+    }
     std::fill(freq_.begin(), freq_.end(), 0.0);
     // Each column holds at least as many tokens as its last hit's place says.
-    std::vector<int> least_size(static_cast<size_t>(std::max(columns_, 0)), 0);
-    int instances = 0;
-    int rc = api->xInstCount(fts, &instances);
-    for (int i = 0; rc == SQLITE_OK && i < instances; ++i) {
-      int phrase = 0;
-      int column = 0;
+    std::vector<int>& least_size = least_size_;
+    least_size.assign(static_cast<size_t>(std::max(columns_, 0)), 0);
+    // The hits of each phrase in turn: the same as xInst's, without the merged list of all
+    // phrases' hits that xInstCount makes for every row.
+    int rc = SQLITE_OK;
+    for (size_t phrase = 0; phrase < freq_.size(); ++phrase) {
+      Fts5PhraseIter hits;
+      int column = -1;
       int offset = 0;
-      rc = api->xInst(fts, i, &phrase, &column, &offset);
-      if (rc != SQLITE_OK) break;
-      const double weight = argc - 1 > column ? sqlite3_value_double(argv[column + 1]) : 1.0;
-      freq_[static_cast<size_t>(phrase)] += weight;
-      if (column >= 0 && column < columns_) {
+      rc = api->xPhraseFirst(fts, static_cast<int>(phrase), &hits, &column, &offset);
+      if (rc != SQLITE_OK) return rc;
+      for (; column >= 0; api->xPhraseNext(fts, &hits, &column, &offset)) {
+        if (column >= columns_) continue;
+        freq_[phrase] += weights_[static_cast<size_t>(column)];
         int& size = least_size[static_cast<size_t>(column)];
         size = std::max(size, offset + 1);
       }
     }
-    if (rc != SQLITE_OK) return rc;
     answered_ = true;
     last_rowid_ = rowid;
     if (best > 0 && static_cast<sqlite3_int64>(best_.size()) >= best) {
@@ -223,6 +231,8 @@ class BestBm25 {
   int columns_ = 0;
   std::vector<double> idf_;
   std::vector<double> freq_;
+  std::vector<int> least_size_;  // of the current row, by column
+  std::vector<double> weights_;  // by column
   // The scores of the best rows so far, the worst of them on top.
   std::priority_queue<double, std::vector<double>, std::greater<>> best_;
   bool answered_ = false;

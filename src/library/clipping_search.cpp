@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
+#include <optional>
+#include <utility>
 
 #include "entities/search.h"
 #include "library/item_lookup.h"
@@ -87,11 +90,17 @@ std::vector<FoundClipping> SearchContent(Catalog& catalog, const ContentQueryOpt
   if (found.size() > static_cast<size_t>(std::max(options.limit, 0))) {
     found.resize(static_cast<size_t>(std::max(options.limit, 0)));
   }
+  // Many results share a folder: each folder's path is read once.
+  std::map<std::string, std::optional<std::string>> paths;
   for (FoundClipping& hit : found) {
-    IgnoreErrors([&] {
-      hit.clipping->SetPathName(
-          catalog.read().GetFolderPathName(hit.clipping->FolderID(), catalog.details()));
-    });
+    const std::string& folder = hit.clipping->FolderID();
+    auto path = paths.find(folder);
+    if (path == paths.end()) {
+      std::optional<std::string> read;
+      IgnoreErrors([&] { read = catalog.read().GetFolderPathName(folder, catalog.details()); });
+      path = paths.emplace(folder, std::move(read)).first;
+    }
+    if (path->second) hit.clipping->SetPathName(*path->second);
   }
   return found;
 }

@@ -13,6 +13,10 @@ namespace clipcat {
 namespace {
 
 bool IsWordCharacter(UChar32 c) {
+  // ASCII first: most of most clippings' text.
+  if (c < 0x80) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+  }
   // Letters and every kind of number ("x²" is one word, as the file catalog's index reads it).
   if (u_isalpha(c)) return true;
   const int8_t type = u_charType(c);
@@ -40,33 +44,73 @@ std::string OneLine(std::string_view text) {
   return line;
 }
 
+// The next word of `text` from byte `*at` on, into `word`, moving `*at` past it; false when no
+// word is left.
+bool NextWord(std::string_view text, size_t* at, WordSpan* word) {
+  const auto size = static_cast<int32_t>(text.size());
+  auto next = static_cast<int32_t>(*at);
+  bool in_word = false;
+  while (next < size) {
+    const int32_t start = next;
+    const UChar32 c = NextCodePoint(text, &next);
+    const bool word_character = c >= 0 && IsWordCharacter(c);
+    if (word_character && !in_word) word->begin = static_cast<size_t>(start);
+    if (!word_character && in_word) {
+      word->end = static_cast<size_t>(start);
+      *at = static_cast<size_t>(next);
+      return true;
+    }
+    in_word = word_character;
+  }
+  *at = text.size();
+  if (in_word) word->end = text.size();
+  return in_word;
+}
+
+// The words of a text, split only as far as they are asked for.
+class LazyWords {
+ public:
+  explicit LazyWords(std::string_view text) : text_(text) {}
+
+  // True when the text has a word number `i`.
+  bool Has(size_t i) {
+    for (WordSpan word; words_.size() <= i && NextWord(text_, &at_, &word);) words_.push_back(word);
+    return i < words_.size();
+  }
+  // Word `i`, which Has(i) said is there.
+  const WordSpan& operator[](size_t i) const { return words_[i]; }
+  // How many words the text has.
+  size_t Count() {
+    Has(SIZE_MAX - 1);
+    return words_.size();
+  }
+
+ private:
+  std::string_view text_;
+  size_t at_ = 0;
+  std::vector<WordSpan> words_;
+};
+
 }  // namespace
 
 std::vector<WordSpan> SplitWords(std::string_view text) {
   std::vector<WordSpan> words;
-  const auto size = static_cast<int32_t>(text.size());
-  int32_t at = 0;
-  bool in_word = false;
-  WordSpan word;
-  while (at < size) {
-    const int32_t start = at;
-    const UChar32 c = NextCodePoint(text, &at);
-    const bool word_character = c >= 0 && IsWordCharacter(c);
-    if (word_character && !in_word) word.begin = static_cast<size_t>(start);
-    if (!word_character && in_word) {
-      word.end = static_cast<size_t>(start);
-      words.push_back(word);
-    }
-    in_word = word_character;
-  }
-  if (in_word) {
-    word.end = text.size();
-    words.push_back(word);
-  }
+  size_t at = 0;
+  for (WordSpan word; NextWord(text, &at, &word);) words.push_back(word);
   return words;
 }
 
 std::string FoldWord(std::string_view word) {
+  // ASCII has no marks to take off and folds to its lower case: most words of most clippings,
+  // folded without ICU's normalizers.
+  if (std::all_of(word.begin(), word.end(),
+                  [](char c) { return static_cast<signed char>(c) >= 0; })) {
+    std::string out(word);
+    for (char& c : out) {
+      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return out;
+  }
   UErrorCode status = U_ZERO_ERROR;
   const icu::Normalizer2* nfd = icu::Normalizer2::getNFDInstance(status);
   const icu::Normalizer2* nfc = icu::Normalizer2::getNFCInstance(status);
@@ -101,29 +145,35 @@ std::string FoldedWordsText(std::string_view text) {
 
 std::string MakeSnippet(std::string_view text, const std::vector<SnippetTerm>& terms,
                         size_t max_words) {
-  const std::vector<WordSpan> words = SplitWords(text);
-  if (words.empty() || max_words == 0) return {};
-  // For each word, the term it matches (-1: none).
-  std::vector<int> match(words.size(), -1);
-  for (size_t i = 0; i < words.size(); ++i) {
+  LazyWords words(text);
+  if (!words.Has(0) || max_words == 0) return {};
+  // For each word, the term it matches (-1: none), worked out when first asked for: the search
+  // below mostly ends within the first few windows, long before the text does.
+  constexpr int kNotYetKnown = -2;
+  std::vector<int> matches;
+  const auto match_of = [&](size_t i) {
+    if (i >= matches.size()) matches.resize(i + 1, kNotYetKnown);
+    if (matches[i] != kNotYetKnown) return matches[i];
     const std::string folded = FoldWord(text.substr(words[i].begin, words[i].end - words[i].begin));
+    matches[i] = -1;
     for (size_t t = 0; t < terms.size(); ++t) {
       if (TermMatches(terms[t], folded)) {
-        match[i] = static_cast<int>(t);
+        matches[i] = static_cast<int>(t);
         break;
       }
     }
-  }
+    return matches[i];
+  };
   // The window with the most distinct terms; the earliest of equals.
   size_t best_start = 0;
   size_t best_count = 0;
-  for (size_t start = 0; start < words.size(); ++start) {
-    if (match[start] < 0) continue;
+  for (size_t start = 0; words.Has(start); ++start) {
+    if (match_of(start) < 0) continue;
     std::set<int> seen;
     size_t last_match = start;
-    for (size_t i = start; i < std::min(words.size(), start + max_words); ++i) {
-      if (match[i] < 0) continue;
-      seen.insert(match[i]);
+    for (size_t i = start; i < start + max_words && words.Has(i); ++i) {
+      if (match_of(i) < 0) continue;
+      seen.insert(match_of(i));
       last_match = i;
     }
     if (seen.size() > best_count) {
@@ -136,17 +186,19 @@ std::string MakeSnippet(std::string_view text, const std::vector<SnippetTerm>& t
     if (best_count == terms.size()) break;
   }
   // A window that runs past the last word starts earlier instead, as far as the text allows.
-  if (best_start + max_words > words.size()) {
-    best_start = words.size() > max_words ? words.size() - max_words : 0;
+  if (!words.Has(best_start + max_words - 1)) {
+    const size_t count = words.Count();
+    best_start = count > max_words ? count - max_words : 0;
   }
-  const size_t last = std::min(words.size(), best_start + max_words) - 1;
+  const size_t last =
+      words.Has(best_start + max_words - 1) ? best_start + max_words - 1 : words.Count() - 1;
   std::string out;
   if (best_start > 0) out += kSnippetEllipsis;
   size_t at = words[best_start].begin;
   for (size_t i = best_start; i <= last; ++i) {
     out += OneLine(text.substr(at, words[i].begin - at));
     const std::string_view word = text.substr(words[i].begin, words[i].end - words[i].begin);
-    if (match[i] >= 0) {
+    if (match_of(i) >= 0) {
       out += kSnippetMatchStart;
       out += word;
       out += kSnippetMatchEnd;
@@ -155,7 +207,7 @@ std::string MakeSnippet(std::string_view text, const std::vector<SnippetTerm>& t
     }
     at = words[i].end;
   }
-  if (last + 1 < words.size()) out += kSnippetEllipsis;
+  if (words.Has(last + 1)) out += kSnippetEllipsis;
   return out;
 }
 

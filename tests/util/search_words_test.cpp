@@ -67,6 +67,8 @@ TEST(FoldWord, IgnoresCaseAndDiacritics) {
       {"\ufb01sh", "\ufb01sh"},
       {"\u65e5\u672c", "\u65e5\u672c"},
       {"2024", "2024"},
+      {"MiXeD09zZ", "mixed09zz"},
+      {"a-B_c@[`{", "a-b_c@[`{"},
       {"", ""}};
   for (const auto& [word, folded] : cases) EXPECT_EQ(FoldWord(word), folded) << word;
   EXPECT_EQ(FoldedWordsText("Hello, CAF\u00c9!\n\u00fcber"), "hello cafe uber ");
@@ -99,6 +101,9 @@ TEST(MakeSnippet, ShowsTheBestWindowWithEllipsesWhereTextIsLeftOut) {
   EXPECT_EQ(MakeSnippet(text, {{"nothing", false}}, 5), "w0 w1 w2 w3 w4\u2026");
   EXPECT_EQ(MakeSnippet(text, {}, 3), "w0 w1 w2\u2026");
   EXPECT_EQ(MakeSnippet("w0 w1", {{"nothing", false}}, 5), "w0 w1");
+  EXPECT_EQ(MakeSnippet("x, y; z!", {{"z", false}}, 2), "\u2026y; [z]");
+  EXPECT_EQ(MakeSnippet("x, y; z!", {{"x", false}}, 2), "[x], y\u2026");
+  EXPECT_EQ(MakeSnippet(" ,; - ", {{"x", false}}), "");
   // The window holding both words wins over the earlier one holding one of them.
   EXPECT_EQ(
       MakeSnippet("alpha " + Numbered(10) + " alpha beta", {{"alpha", false}, {"beta", false}}, 4),
@@ -108,6 +113,12 @@ TEST(MakeSnippet, ShowsTheBestWindowWithEllipsesWhereTextIsLeftOut) {
             "\u2026[a] y [b]\u2026");
   EXPECT_EQ(MakeSnippet("x x x x a y b z z z", {{"a", false}, {"b", false}}, 4),
             "\u2026x [a] y [b]\u2026");
+  // Plain ASCII and accented spellings of one word are marked alike, wherever the window ends up.
+  EXPECT_EQ(
+      MakeSnippet("Caf\u00e9 " + Numbered(20) + " CAFE and caf\u00c9s cafe", {{"cafe", false}}, 6),
+      "[Caf\u00e9] w0 w1 w2 w3 w4\u2026");
+  EXPECT_EQ(MakeSnippet(Numbered(20) + " CAFE and caf\u00c9s cafe", {{"cafe", true}}, 6),
+            "\u2026w18 w19 [CAFE] and [caf\u00c9s] [cafe]");
 }
 
 }  // namespace
