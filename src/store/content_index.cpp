@@ -169,14 +169,20 @@ std::vector<ContentMatch> RankedMatches(DBConnection& connection, const ContentQ
 // cannot be read adds no text.
 void IndexBatch(DBConnection& connection, int32_t first, int32_t last, Compression& compression,
                 bool missing_only = false) {
-  const std::string range =
-      " WHERE lClippingID >= " + std::to_string(first) +
-      " AND lClippingID <= " + std::to_string(last) +
-      (missing_only ? " AND lClippingID NOT IN (SELECT lClippingID FROM ClippingText)" : "") +
-      " ORDER BY lClippingID";
+  // The keys of `table` in the range; a clipping without index row is found by one probe of the
+  // index's key (NOT IN over a subquery would read the whole index for every batch).
+  const auto range = [&](const std::string& table) {
+    return " FROM " + table + " WHERE lClippingID >= " + std::to_string(first) +
+           " AND lClippingID <= " + std::to_string(last) +
+           (missing_only
+                ? " AND NOT EXISTS (SELECT 1 FROM ClippingText AS t WHERE t.lClippingID = " +
+                      table + ".lClippingID)"
+                : "") +
+           " ORDER BY lClippingID";
+  };
   std::map<int32_t, ClippingDataCollection> items;
   Recordset data = connection.GetRecordsetRO(
-      "SELECT lClippingID, lDataTypeId, bIsCompressed, ClippingData FROM ClippingDataType" + range);
+      "SELECT lClippingID, lDataTypeId, bIsCompressed, ClippingData" + range("ClippingDataType"));
   for (; !data.Eof(); data.MoveNext()) {
     const int32_t key = ToLongOr(data.Value("lClippingID"), 0);
     IgnoreErrors([&] {
@@ -189,7 +195,7 @@ void IndexBatch(DBConnection& connection, int32_t first, int32_t last, Compressi
   }
   data.Close();
   Recordset clippings =
-      connection.GetRecordsetRO("SELECT lClippingID, sName, sDescription FROM Clipping" + range);
+      connection.GetRecordsetRO("SELECT lClippingID, sName, sDescription" + range("Clipping"));
   for (; !clippings.Eof(); clippings.MoveNext()) {
     const int32_t key = ToLongOr(clippings.Value("lClippingID"), 0);
     const auto found = items.find(key);
