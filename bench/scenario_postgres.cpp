@@ -137,8 +137,12 @@ void RunPostgres(const Options& options, Report& report) {
     report.Info("PostgreSQL scenarios skipped", "", 0, "no server: " + why_not);
     return;
   }
-  const auto [ours_details, ours_folders] = MakeCatalog(*server, "bench_ours");
-  const auto [floor_details, floor_folders] = MakeCatalog(*server, "bench_floor");
+  // Named variables rather than structured bindings: the timed lambdas capture them.
+  const auto ours = MakeCatalog(*server, "bench_ours");
+  const auto floor_catalog = MakeCatalog(*server, "bench_floor");
+  const auto& ours_details = ours.first;
+  const auto& ours_folders = ours.second;
+  const auto& floor_folders = floor_catalog.second;
   const std::vector<Content> contents = MakeContents(256, 2048, 200, 7);
 
   clipcat::ClippingDataWrite writer;

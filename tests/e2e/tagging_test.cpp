@@ -9,8 +9,6 @@ namespace {
 
 using namespace clipcat_e2e;
 
-constexpr size_t npos = std::string::npos;
-
 class Tagging : public Cli {
  protected:
   void SetUp() override {
