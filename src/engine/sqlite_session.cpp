@@ -203,18 +203,22 @@ SqliteSession::Deadline::Deadline(SqliteSession& session) : session_(session) {
 
 SqliteSession::Deadline::~Deadline() { session_.deadline_set_ = false; }
 
-SqliteStatement::SqliteStatement(SqliteSession& session, std::string_view sql, bool may_share)
+SqliteStatement::SqliteStatement(SqliteSession& session, std::string_view sql, Reuse reuse)
     : session_(session) {
   std::vector<SqlToken> tokens;  // of `sql`, when the translation left it as it was
-  const std::string text = TranslateSqlForSqlite(sql, session.date_columns(), tokens);
-  if (may_share) {
+  std::string text = TranslateSqlForSqlite(sql, session.date_columns(), tokens);
+  if (reuse == Reuse::kByValues) {
     const auto shared = tokens.empty() ? ParameteriseSql(text) : ParameteriseSql(sql, tokens);
     if (shared && PrepareShared(*shared)) return;
+  } else if (reuse == Reuse::kByText) {
+    ParameterisedSql kept{std::move(text), {}};
+    if (PrepareShared(kept, /*own_parameters=*/true)) return;
+    text = std::move(kept.text);
   }
   PrepareOwn(text);
 }
 
-bool SqliteStatement::PrepareShared(const ParameterisedSql& sql) {
+bool SqliteStatement::PrepareShared(const ParameterisedSql& sql, bool own_parameters) {
   SqliteStatementCache& cache = session_.statement_cache();
   sqlite3_stmt* stmt = cache.Take(sql.text);
   bool shared = stmt != nullptr;
@@ -226,7 +230,8 @@ bool SqliteStatement::PrepareShared(const ParameterisedSql& sql) {
     const bool usable = rc == SQLITE_OK && stmt != nullptr &&
                         TailIsEmpty(std::string_view(
                             tail, static_cast<size_t>(sql.text.data() + sql.text.size() - tail))) &&
-                        sqlite3_bind_parameter_count(stmt) == static_cast<int>(sql.values.size());
+                        (own_parameters ||
+                         sqlite3_bind_parameter_count(stmt) == static_cast<int>(sql.values.size()));
     if (!usable) {
       sqlite3_finalize(stmt);
       return false;
