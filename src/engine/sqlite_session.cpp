@@ -358,11 +358,33 @@ void SqliteStatement::Bind(int index, const Variant& value, bool date_column) {
   if (rc != SQLITE_OK) session_.RaiseError();
 }
 
+namespace {
+
+// True when `text` begins with `prefix` (upper case), compared without ASCII case.
+bool StartsWithUpper(std::string_view text, std::string_view prefix) {
+  if (text.size() < prefix.size()) return false;
+  for (size_t i = 0; i < prefix.size(); ++i) {
+    const char c = text[i];
+    if ((c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c) != prefix[i]) return false;
+  }
+  return true;
+}
+
+// True when `word` (upper case) occurs in `text`, compared without ASCII case.
+bool ContainsUpper(std::string_view text, std::string_view word) {
+  for (size_t at = 0; at + word.size() <= text.size(); ++at) {
+    if (StartsWithUpper(text.substr(at), word)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 SqliteColumnKind KindOfDeclaredType(const char* declared_type) {
   if (declared_type == nullptr) return SqliteColumnKind::kPlain;
-  const std::string type = ToUpperAscii(declared_type);
-  if (type.rfind("BOOL", 0) == 0) return SqliteColumnKind::kBoolean;
-  if (type.find("SMALLINT") != std::string::npos || type.find("TINYINT") != std::string::npos) {
+  const std::string_view type(declared_type);
+  if (StartsWithUpper(type, "BOOL")) return SqliteColumnKind::kBoolean;
+  if (ContainsUpper(type, "SMALLINT") || ContainsUpper(type, "TINYINT")) {
     return SqliteColumnKind::kSmallInteger;
   }
   if (IsDateType(declared_type)) return SqliteColumnKind::kDate;
@@ -420,8 +442,8 @@ StoredValue ReadColumn(sqlite3_stmt* stmt, int column, SqliteColumnKind kind) {
 
 bool IsDateType(const char* declared_type) {
   if (declared_type == nullptr) return false;
-  const std::string type = ToUpperAscii(declared_type);
-  return type.rfind("DATE", 0) == 0 || type.rfind("TIMESTAMP", 0) == 0;
+  const std::string_view type(declared_type);
+  return StartsWithUpper(type, "DATE") || StartsWithUpper(type, "TIMESTAMP");
 }
 
 std::string QuoteIdentifier(std::string_view name) {
