@@ -345,6 +345,41 @@ TEST_P(EngineConformance, BooleansCompareWithZeroHoweverTrueWasWritten) {
   EXPECT_EQ(Where("NOT bFlag <> 0 OR bFlag IS NULL"), "3,6,");
 }
 
+// A series of reads sees one state of the database where the engine offers it (SQLite); on
+// PostgreSQL each query sees what is committed when it runs. Either way the read leaves no
+// transaction behind, whatever it raises, and inside a transaction it sees that transaction.
+TEST_P(EngineConformance, ConsistentReadsEndTheirReadTransactionAndSeeAnOpenOne) {
+  // As catalogs are: with a write-ahead log a reader does not hold up a writer's commit.
+  if (!OnServer()) db_.ExecuteSQL("PRAGMA journal_mode = WAL");
+  DBConnection other;
+  other.OpenConnection(connection_string_, "", "");
+  Add(1);
+  std::string seen;
+  db_.ReadConsistently([&] {
+    seen = Keys();
+    other.ExecuteSQL("INSERT INTO Item (lId) VALUES (2)");
+    seen += "|" + Keys();
+  });
+  EXPECT_EQ(seen, OnServer() ? "1,|1,2," : "1,|1,");
+  EXPECT_FALSE(db_.InTransaction());
+  EXPECT_EQ(Keys(), "1,2,");
+  const AutomationError error = ErrorOf([&] {
+    db_.ReadConsistently([&] {
+      Keys();
+      db_.GetRecordsetRO("SELECT nothing FROM Item");
+    });
+  });
+  EXPECT_EQ(error.number(), err::kDatabaseError);
+  other.ExecuteSQL("INSERT INTO Item (lId) VALUES (3)");  // not blocked by a read left open
+  db_.BeginTrans();                                       // and a transaction begins as before
+  Add(4);
+  db_.ReadConsistently([&] { seen = Keys(); });
+  EXPECT_EQ(seen, "1,2,3,4,");
+  EXPECT_TRUE(db_.InTransaction());
+  db_.RollbackTrans();
+  EXPECT_EQ(Keys(), "1,2,3,");
+}
+
 // A row whose long value is being written holds the connection until it is updated or
 // cancelled: whatever else is asked of the connection meanwhile raises and runs nothing, on
 // every engine (database_backend.h).
