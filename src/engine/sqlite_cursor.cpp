@@ -1,6 +1,7 @@
 #include "engine/sqlite_cursor.h"
 
 #include <cstdint>
+#include <utility>
 
 #include "engine/recordset.h"
 #include "engine/sqlite_session.h"
@@ -116,6 +117,8 @@ void SqliteCursor::OpenBlob(LongValue& long_value) {
 }
 
 void SqliteCursor::WriteBlob(LongValue& long_value, std::string_view bytes, size_t offset) {
+  // No handle: opening it failed and was reported; the row cannot take the bytes.
+  if (long_value.blob == nullptr) RaiseRuntimeError(err::kInvalidProcedureCall);
   if (sqlite3_blob_write(long_value.blob, bytes.data(), static_cast<int>(bytes.size()),
                          static_cast<int>(offset)) != SQLITE_OK) {
     session_->RaiseError();
@@ -160,8 +163,9 @@ void SqliteCursor::BeginLongValue(size_t column, size_t total_bytes) {
     RunOnRow("UPDATE " + QuoteIdentifier(table_) + " SET " + QuoteIdentifier(origins_[column]) +
                  " = ? WHERE rowid = ?",
              column, nullptr, total_bytes);
-    long_values_.push_back(LongValue{column, total_bytes, 0, nullptr, {}});
-    OpenBlob(long_values_.back());
+    LongValue long_value{column, total_bytes, 0, nullptr, {}};
+    OpenBlob(long_value);
+    long_values_.push_back(std::move(long_value));
     return;
   }
   values_[column].reset();
