@@ -1,7 +1,7 @@
 // tree: GetFolders through the read service on a catalog of 5,000 folders six levels deep (the
 // root, then up to six children per folder, filled breadth first). The floor runs the same
-// statements, the top-level query and one children query per folder, prepared once, and builds
-// a tree of plain structs.
+// statements, the top-level query and one children query per folder, prepared once, inside one
+// read transaction as the store does, and builds a tree of plain structs.
 #include "catalog_shapes.h"
 #include "entities/folder.h"
 #include "floor_rows.h"
@@ -25,11 +25,13 @@ void FloorChildren(FloorDb& db, FloorFolder& folder) {
 
 std::vector<FloorFolder> FloorGetFolders(FloorDb& db) {
   std::vector<FloorFolder> top;
+  db.Prepare("BEGIN").Run();
   Statement& s =
       db.Prepare("SELECT * FROM Folder WHERE lParentId=0   AND iStatus <> 3  ORDER BY sName ASC ");
   while (s.Step()) top.push_back(ReadFolderRow(s));
   s.Reset();
   for (FloorFolder& folder : top) FloorChildren(db, folder);
+  db.Prepare("COMMIT").Run();
   return top;
 }
 

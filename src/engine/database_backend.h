@@ -95,6 +95,13 @@ class DatabaseBackend {
   virtual void RollbackTransaction() = 0;
   // True while a transaction, at any level, is open on the engine connection.
   virtual bool InTransaction() = 0;
+  // A read transaction: the queries until EndReadTransaction see one state of the database, and
+  // the engine takes its read locks once for all of them. Answers false, beginning nothing, when
+  // a transaction is open already (its queries see its own state) or the engine reads each
+  // statement on its own (the default). For queries only: InTransaction stays false meanwhile.
+  virtual bool BeginReadTransaction() { return false; }
+  // Ends the read transaction BeginReadTransaction began; nothing when the engine already ended it.
+  virtual void EndReadTransaction() {}
 
   // Closes the engine connection; an open transaction is rolled back. Calls after Close raise.
   virtual void Close() = 0;

@@ -80,6 +80,18 @@ void DBConnection::BeginTrans() { Backend().BeginTransaction(); }
 void DBConnection::CommitTrans() { Backend().CommitTransaction(); }
 void DBConnection::RollbackTrans() { Backend().RollbackTransaction(); }
 bool DBConnection::InTransaction() { return Backend().InTransaction(); }
+void DBConnection::ReadConsistently(const std::function<void()>& read) {
+  DatabaseBackend& backend = Backend();
+  const bool began = backend.BeginReadTransaction();
+  try {
+    read();
+  } catch (...) {
+    if (began) IgnoreErrors([&] { backend.EndReadTransaction(); });
+    throw;
+  }
+  if (began) backend.EndReadTransaction();
+}
+
 void DBConnection::RollbackAll() {
   while (Backend().InTransaction()) Backend().RollbackTransaction();
 }

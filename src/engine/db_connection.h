@@ -83,6 +83,12 @@ class DBConnection {
   // a request whose operation deliberately left its transaction open.
   void RollbackAll();
 
+  // Runs `read`, a series of queries, so that all of them see one state of the catalog where the
+  // engine offers that (SQLite: one read transaction, unless a transaction is open already; on
+  // PostgreSQL each query sees its own). Whatever `read` raises reaches the caller, the read
+  // transaction ended. For reads only. Raises 91 when the connection is not open.
+  void ReadConsistently(const std::function<void()>& read);
+
   // A Boolean: true when the catalog `connection_string` names can be reached. A string holding
   // "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" is tested by the text after its first
   // "Data Source=" as a file, one holding "File Name=" by the text after it as a file (this wins

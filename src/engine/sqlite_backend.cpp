@@ -94,6 +94,19 @@ void SqliteBackend::CommitTransaction() {
 
 bool SqliteBackend::InTransaction() { return Depth() > 0; }
 
+bool SqliteBackend::BeginReadTransaction() {
+  SqliteSession& session = FreeSession();
+  if (sqlite3_get_autocommit(session.db()) == 0) return false;
+  // Deferred: the first query takes the read snapshot; no write lock is asked for.
+  Run("BEGIN");
+  return true;
+}
+
+void SqliteBackend::EndReadTransaction() {
+  if (sqlite3_get_autocommit(Session().db()) != 0) return;
+  Run("COMMIT");
+}
+
 void SqliteBackend::RollbackTransaction() {
   FreeSession();
   const int depth = Depth();

@@ -32,6 +32,8 @@ class SqliteBackend : public DatabaseBackend {
   void CommitTransaction() override;
   void RollbackTransaction() override;
   bool InTransaction() override;
+  bool BeginReadTransaction() override;
+  void EndReadTransaction() override;
   void Close() override;
 
  private:

@@ -1,6 +1,7 @@
 #include "engine/sqlite_cursor.h"
 
 #include <cstdint>
+#include <utility>
 
 #include "engine/recordset.h"
 #include "engine/sqlite_session.h"
@@ -20,7 +21,7 @@ namespace {
 SqliteCursor::SqliteCursor(std::shared_ptr<SqliteSession> session, std::string_view sql)
     : session_(std::move(session)) {
   SqliteSession::Deadline deadline(*session_);
-  SqliteStatement statement(*session_, sql, /*may_share=*/false);
+  SqliteStatement statement(*session_, sql, SqliteStatement::Reuse::kNever);
   sqlite3_stmt* stmt = statement.get();
   const int count = sqlite3_column_count(stmt);
   if (count == 0) RaiseNotUpdatable();
@@ -56,12 +57,12 @@ void SqliteCursor::AddNew() {
   pending_ = true;
 }
 
-void SqliteCursor::InsertPendingRow(std::optional<size_t> zero_column, size_t zero_bytes) {
+void SqliteCursor::InsertPendingRow(bool reserve_long_values) {
   std::string names;
   std::string marks;
   std::vector<size_t> bound;
   for (size_t i = 0; i < values_.size(); ++i) {
-    if (!values_[i].has_value() && zero_column != i) continue;
+    if (!values_[i].has_value() && FindLongValue(i) == nullptr) continue;
     names += (names.empty() ? "" : ", ") + QuoteIdentifier(origins_[i]);
     marks += marks.empty() ? "?" : ", ?";
     bound.push_back(i);
@@ -70,20 +71,62 @@ void SqliteCursor::InsertPendingRow(std::optional<size_t> zero_column, size_t ze
       "INSERT INTO " + QuoteIdentifier(table_) +
       (bound.empty() ? " DEFAULT VALUES" : " (" + names + ") VALUES (" + marks + ")");
   SqliteSession::Deadline deadline(*session_);
-  SqliteStatement statement(*session_, sql);
+  SqliteStatement statement(*session_, sql, SqliteStatement::Reuse::kByText);
   for (size_t k = 0; k < bound.size(); ++k) {
     const int index = static_cast<int>(k) + 1;
     const size_t column = bound[k];
-    if (zero_column == column) {
-      if (sqlite3_bind_zeroblob64(statement.get(), index, zero_bytes) != SQLITE_OK) {
-        session_->RaiseError();
-      }
-    } else {
+    const LongValue* long_value = FindLongValue(column);
+    if (long_value == nullptr) {
       statement.Bind(index, *values_[column], date_columns_[column]);
+      continue;
     }
+    // An empty long value is stored as an empty value, not as Null.
+    const int rc = reserve_long_values || long_value->collected.empty()
+                       ? sqlite3_bind_zeroblob64(statement.get(), index,
+                                                 reserve_long_values ? long_value->total : 0)
+                       : sqlite3_bind_blob64(statement.get(), index, long_value->collected.data(),
+                                             long_value->collected.size(), SQLITE_STATIC);
+    if (rc != SQLITE_OK) session_->RaiseError();
   }
   statement.Run();
   rowid_ = sqlite3_last_insert_rowid(session_->db());
+}
+
+SqliteCursor::LongValue* SqliteCursor::FindLongValue(size_t column) {
+  for (LongValue& long_value : long_values_) {
+    if (long_value.column == column) return &long_value;
+  }
+  return nullptr;
+}
+
+void SqliteCursor::DropLongValue(size_t column) {
+  for (auto it = long_values_.begin(); it != long_values_.end(); ++it) {
+    if (it->column != column) continue;
+    if (it->blob != nullptr) sqlite3_blob_close(it->blob);
+    long_values_.erase(it);
+    return;
+  }
+}
+
+void SqliteCursor::OpenBlob(LongValue& long_value) {
+  if (long_value.total > 0 &&
+      sqlite3_blob_open(session_->db(), "main", table_.c_str(), origins_[long_value.column].c_str(),
+                        rowid_, 1, &long_value.blob) != SQLITE_OK) {
+    session_->RaiseError();
+  }
+}
+
+void SqliteCursor::WriteBlob(LongValue& long_value, std::string_view bytes, size_t offset) {
+  // No handle: opening it failed and was reported; the row cannot take the bytes.
+  if (long_value.blob == nullptr) RaiseRuntimeError(err::kInvalidProcedureCall);
+  if (sqlite3_blob_write(long_value.blob, bytes.data(), static_cast<int>(bytes.size()),
+                         static_cast<int>(offset)) != SQLITE_OK) {
+    session_->RaiseError();
+  }
+  if (offset + bytes.size() == long_value.total) {
+    sqlite3_blob_close(long_value.blob);
+    long_value.blob = nullptr;
+  }
 }
 
 void SqliteCursor::RunOnRow(const std::string& sql, size_t column, const Variant* value,
@@ -101,12 +144,7 @@ void SqliteCursor::RunOnRow(const std::string& sql, size_t column, const Variant
 
 void SqliteCursor::SetValue(size_t column, const Variant& value) {
   if (!pending_) RaiseRecordsetError(err::kNoCurrentRecord);
-  for (auto it = long_values_.begin(); it != long_values_.end(); ++it) {
-    if (it->column != column) continue;
-    if (it->blob != nullptr) sqlite3_blob_close(it->blob);
-    long_values_.erase(it);
-    break;
-  }
+  DropLongValue(column);
   if (inserted_) {
     RunOnRow("UPDATE " + QuoteIdentifier(table_) + " SET " + QuoteIdentifier(origins_[column]) +
                  " = ? WHERE rowid = ?",
@@ -120,75 +158,62 @@ void SqliteCursor::BeginLongValue(size_t column, size_t total_bytes) {
   if (!pending_) RaiseRecordsetError(err::kNoCurrentRecord);
   if (total_bytes > static_cast<size_t>(INT32_MAX)) RaiseRuntimeError(err::kOverflow);
   session_->RequireNoLongValuePending(this);
-  for (auto it = long_values_.begin(); it != long_values_.end(); ++it) {
-    if (it->column != column) continue;
-    if (it->blob != nullptr) sqlite3_blob_close(it->blob);
-    long_values_.erase(it);
-    break;
-  }
-  if (!inserted_) {
-    values_[column].reset();
-    Exec("SAVEPOINT " + savepoint_);
-    try {
-      InsertPendingRow(column, total_bytes);
-    } catch (const AutomationError&) {
-      IgnoreErrors([&] {
-        Exec("ROLLBACK TO " + savepoint_);
-        Exec("RELEASE " + savepoint_);
-      });
-      throw;
-    }
-    inserted_ = true;
-    session_->set_long_value_holder(this);
-  } else {
+  DropLongValue(column);
+  if (inserted_) {
     RunOnRow("UPDATE " + QuoteIdentifier(table_) + " SET " + QuoteIdentifier(origins_[column]) +
                  " = ? WHERE rowid = ?",
              column, nullptr, total_bytes);
+    LongValue long_value{column, total_bytes, 0, nullptr, {}};
+    OpenBlob(long_value);
+    long_values_.push_back(std::move(long_value));
+    return;
   }
-  LongValue long_value{column, total_bytes};
-  if (total_bytes > 0 &&
-      sqlite3_blob_open(session_->db(), "main", table_.c_str(), origins_[column].c_str(), rowid_, 1,
-                        &long_value.blob) != SQLITE_OK) {
-    session_->RaiseError();
+  values_[column].reset();
+  long_values_.push_back(LongValue{column, total_bytes, 0, nullptr, {}});
+  if (total_bytes <= kBufferedLongValueBytes) {
+    long_values_.back().collected.reserve(total_bytes);
+    session_->set_long_value_holder(this);
+    return;
   }
-  long_values_.push_back(long_value);
+  Exec("SAVEPOINT " + savepoint_);
+  try {
+    InsertPendingRow(/*reserve_long_values=*/true);
+  } catch (const AutomationError&) {
+    IgnoreErrors([&] {
+      Exec("ROLLBACK TO " + savepoint_);
+      Exec("RELEASE " + savepoint_);
+    });
+    long_values_.pop_back();
+    throw;
+  }
+  inserted_ = true;
+  session_->set_long_value_holder(this);
+  // The values collected so far go into the row as the rest will.
+  for (LongValue& long_value : long_values_) {
+    OpenBlob(long_value);
+    if (!long_value.collected.empty()) WriteBlob(long_value, long_value.collected, 0);
+    long_value.collected = std::string();
+  }
 }
 
 void SqliteCursor::AppendLongValue(size_t column, std::string_view bytes) {
-  LongValue* target = nullptr;
-  for (LongValue& long_value : long_values_) {
-    if (long_value.column == column) target = &long_value;
-  }
+  LongValue* target = FindLongValue(column);
   if (target == nullptr || !pending_) RaiseRuntimeError(err::kInvalidProcedureCall);
   if (bytes.size() > target->total - target->written) {
     throw AutomationError(err::kInvalidProcedureCall, kComponentSource,
                           "The piece runs past the announced length of the long value.");
   }
   if (bytes.empty()) return;
-  if (sqlite3_blob_write(target->blob, bytes.data(), static_cast<int>(bytes.size()),
-                         static_cast<int>(target->written)) != SQLITE_OK) {
-    session_->RaiseError();
+  if (inserted_) {
+    WriteBlob(*target, bytes, target->written);
+  } else {
+    target->collected.append(bytes);
   }
   target->written += bytes.size();
-  if (target->written == target->total) {
-    sqlite3_blob_close(target->blob);
-    target->blob = nullptr;
-  }
 }
 
 void SqliteCursor::Update() {
   if (!pending_) RaiseRecordsetError(err::kNoCurrentRecord);
-  if (!inserted_) {
-    try {
-      session_->RequireNoLongValuePending(this);
-      InsertPendingRow(std::nullopt, 0);
-    } catch (const AutomationError&) {
-      Discard();
-      throw;
-    }
-    Discard();
-    return;
-  }
   for (const LongValue& long_value : long_values_) {
     if (long_value.written != long_value.total) {
       const std::string message = "The long value of field " + rows_.columns[long_value.column] +
@@ -197,6 +222,17 @@ void SqliteCursor::Update() {
       Discard();
       throw AutomationError(err::kInvalidProcedureCall, kComponentSource, message);
     }
+  }
+  if (!inserted_) {
+    try {
+      session_->RequireNoLongValuePending(this);
+      InsertPendingRow(/*reserve_long_values=*/false);
+    } catch (const AutomationError&) {
+      Discard();
+      throw;
+    }
+    Discard();
+    return;
   }
   CloseBlobs();
   try {

@@ -15,7 +15,7 @@ namespace {
 class Translator {
  public:
   Translator(std::string_view sql, const DateColumnSet& date_columns)
-      : view_(sql), tokens_(view_.tokens()), date_columns_(date_columns) {}
+      : sql_(sql), view_(sql), tokens_(view_.tokens()), date_columns_(date_columns) {}
 
   // The statement's tokens; the translator is done with them.
   std::vector<SqlToken> TakeTokens() { return view_.TakeTokens(); }
@@ -24,6 +24,8 @@ class Translator {
     MarkInsertValues();
     MarkComparisonsAndCalls();
     MarkEqualityChains();
+    // Most statements need nothing changed: the tokens would only join into the text again.
+    if (in_lists_.empty() && date_literals_.empty()) return std::string(sql_);
     std::string out;
     for (size_t i = 0; i < tokens_.size(); ++i) {
       if (const auto chain = in_lists_.find(i); chain != in_lists_.end()) {
@@ -162,6 +164,7 @@ class Translator {
     std::string text;  // what replaces the chain
   };
 
+  std::string_view sql_;
   SqlStatementView view_;
   const std::vector<SqlToken>& tokens_;  // every token, spaces and comments included
   const DateColumnSet& date_columns_;

@@ -203,18 +203,22 @@ SqliteSession::Deadline::Deadline(SqliteSession& session) : session_(session) {
 
 SqliteSession::Deadline::~Deadline() { session_.deadline_set_ = false; }
 
-SqliteStatement::SqliteStatement(SqliteSession& session, std::string_view sql, bool may_share)
+SqliteStatement::SqliteStatement(SqliteSession& session, std::string_view sql, Reuse reuse)
     : session_(session) {
   std::vector<SqlToken> tokens;  // of `sql`, when the translation left it as it was
-  const std::string text = TranslateSqlForSqlite(sql, session.date_columns(), tokens);
-  if (may_share) {
+  std::string text = TranslateSqlForSqlite(sql, session.date_columns(), tokens);
+  if (reuse == Reuse::kByValues) {
     const auto shared = tokens.empty() ? ParameteriseSql(text) : ParameteriseSql(sql, tokens);
     if (shared && PrepareShared(*shared)) return;
+  } else if (reuse == Reuse::kByText) {
+    ParameterisedSql kept{std::move(text), {}};
+    if (PrepareShared(kept, /*own_parameters=*/true)) return;
+    text = std::move(kept.text);
   }
   PrepareOwn(text);
 }
 
-bool SqliteStatement::PrepareShared(const ParameterisedSql& sql) {
+bool SqliteStatement::PrepareShared(const ParameterisedSql& sql, bool own_parameters) {
   SqliteStatementCache& cache = session_.statement_cache();
   sqlite3_stmt* stmt = cache.Take(sql.text);
   bool shared = stmt != nullptr;
@@ -226,7 +230,8 @@ bool SqliteStatement::PrepareShared(const ParameterisedSql& sql) {
     const bool usable = rc == SQLITE_OK && stmt != nullptr &&
                         TailIsEmpty(std::string_view(
                             tail, static_cast<size_t>(sql.text.data() + sql.text.size() - tail))) &&
-                        sqlite3_bind_parameter_count(stmt) == static_cast<int>(sql.values.size());
+                        (own_parameters ||
+                         sqlite3_bind_parameter_count(stmt) == static_cast<int>(sql.values.size()));
     if (!usable) {
       sqlite3_finalize(stmt);
       return false;
@@ -353,11 +358,33 @@ void SqliteStatement::Bind(int index, const Variant& value, bool date_column) {
   if (rc != SQLITE_OK) session_.RaiseError();
 }
 
+namespace {
+
+// True when `text` begins with `prefix` (upper case), compared without ASCII case.
+bool StartsWithUpper(std::string_view text, std::string_view prefix) {
+  if (text.size() < prefix.size()) return false;
+  for (size_t i = 0; i < prefix.size(); ++i) {
+    const char c = text[i];
+    if ((c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c) != prefix[i]) return false;
+  }
+  return true;
+}
+
+// True when `word` (upper case) occurs in `text`, compared without ASCII case.
+bool ContainsUpper(std::string_view text, std::string_view word) {
+  for (size_t at = 0; at + word.size() <= text.size(); ++at) {
+    if (StartsWithUpper(text.substr(at), word)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 SqliteColumnKind KindOfDeclaredType(const char* declared_type) {
   if (declared_type == nullptr) return SqliteColumnKind::kPlain;
-  const std::string type = ToUpperAscii(declared_type);
-  if (type.rfind("BOOL", 0) == 0) return SqliteColumnKind::kBoolean;
-  if (type.find("SMALLINT") != std::string::npos || type.find("TINYINT") != std::string::npos) {
+  const std::string_view type(declared_type);
+  if (StartsWithUpper(type, "BOOL")) return SqliteColumnKind::kBoolean;
+  if (ContainsUpper(type, "SMALLINT") || ContainsUpper(type, "TINYINT")) {
     return SqliteColumnKind::kSmallInteger;
   }
   if (IsDateType(declared_type)) return SqliteColumnKind::kDate;
@@ -415,8 +442,8 @@ StoredValue ReadColumn(sqlite3_stmt* stmt, int column, SqliteColumnKind kind) {
 
 bool IsDateType(const char* declared_type) {
   if (declared_type == nullptr) return false;
-  const std::string type = ToUpperAscii(declared_type);
-  return type.rfind("DATE", 0) == 0 || type.rfind("TIMESTAMP", 0) == 0;
+  const std::string_view type(declared_type);
+  return StartsWithUpper(type, "DATE") || StartsWithUpper(type, "TIMESTAMP");
 }
 
 std::string QuoteIdentifier(std::string_view name) {

@@ -110,10 +110,15 @@ class SqliteStatement {
   // nothing, when the text is empty or holds anything but blanks, comments and semicolons after
   // the first statement. A query or change whose literals can be bound (ParameteriseSql) reuses
   // the session's statement for its text with the literals' values bound; it runs and answers
-  // exactly as the statement as written would. `may_share` false always prepares the text anew,
-  // for a caller that reads the statement's columns before stepping it (a kept statement learns
-  // of another connection's schema change only when it steps).
-  SqliteStatement(SqliteSession& session, std::string_view sql, bool may_share = true);
+  // exactly as the statement as written would. How else a statement may be reused: see Reuse.
+  enum class Reuse {
+    kByValues,  // share when its literals can be bound (above); prepare anew otherwise
+    kNever,     // always prepare anew, for a caller that reads the statement's columns before
+                // stepping it (a kept statement learns of another connection's schema change
+                // only when it steps)
+    kByText,    // a text with parameters of its own, which the caller binds: kept by its text
+  };
+  SqliteStatement(SqliteSession& session, std::string_view sql, Reuse reuse = Reuse::kByValues);
   ~SqliteStatement();
   SqliteStatement(const SqliteStatement&) = delete;
   SqliteStatement& operator=(const SqliteStatement&) = delete;
@@ -137,7 +142,9 @@ class SqliteStatement {
   // Takes or prepares the session's statement for `sql`'s text and binds its values. Answers
   // false, holding nothing, when the text does not prepare as one statement with exactly those
   // parameters: the statement as written then decides (and reports) what happens.
-  bool PrepareShared(const ParameterisedSql& sql);
+  // With `own_parameters` the text keeps parameters of its own beyond those values, which the
+  // caller binds.
+  bool PrepareShared(const ParameterisedSql& sql, bool own_parameters = false);
   void PrepareOwn(const std::string& text);
 
   SqliteSession& session_;

@@ -186,16 +186,19 @@ std::shared_ptr<Folders> DataAccess::GetFolders(bool bIncludeExternalFolders,
   const std::string base = bIncludeExternalFolders
                                ? "SELECT * FROM Folder WHERE lParentId=0  "
                                : "Select * FROM Folder WHERE lParentID=0 AND lExternalCatalogID=0 ";
-  Recordset rs =
-      Connection().GetRecordsetRO(base + DeletedFilter(bGetDeletedItems) + " ORDER BY sName ASC ");
   auto folders = Folders::Create();
-  while (!rs.Eof()) {
-    std::shared_ptr<Folder> folder = ReadFolderRow(rs);
-    GetChildFolders(folder, bIncludeExternalFolders, bGetDeletedItems);
-    folders->AddFolder(folder);
-    rs.MoveNext();
-  }
-  rs.Close();
+  // One view of the whole tree, and the engine's read locks taken once instead of per statement.
+  Connection().ReadConsistently([&] {
+    Recordset rs = Connection().GetRecordsetRO(base + DeletedFilter(bGetDeletedItems) +
+                                               " ORDER BY sName ASC ");
+    while (!rs.Eof()) {
+      std::shared_ptr<Folder> folder = ReadFolderRow(rs);
+      GetChildFolders(folder, bIncludeExternalFolders, bGetDeletedItems);
+      folders->AddFolder(folder);
+      rs.MoveNext();
+    }
+    rs.Close();
+  });
   return folders;
 }
 
@@ -215,28 +218,31 @@ std::shared_ptr<Folder> DataAccess::GetChildFolders(const std::shared_ptr<Folder
       SqlNumber(Variant(GetLocalItemID(oFolder->ID(), external_catalog_id_)));
   std::vector<Pending> pending{{oFolder, top_key}};
   std::set<std::string> seen{top_key};
-  while (!pending.empty()) {
-    Pending current = std::move(pending.back());
-    pending.pop_back();
-    Recordset rs = Connection().GetRecordsetRO(
-        ChildFoldersQuery(current.key, bIncludeExternalFolders, bGetDeletedItems));
-    auto children = std::make_shared<FolderCollection>();
-    std::vector<Pending> found;
-    while (!rs.Eof()) {
-      std::shared_ptr<Folder> child = ReadFolderRow(rs);
-      std::string key = ToTextOr(rs.Value("lFolderID"), "");
-      if (!seen.insert(key).second) {
-        throw AutomationError(err::kDatabaseError, kComponentSource,
-                              "The parents of folder " + key + " run in a circle.");
+  // One view of the subtree, as GetFolders reads the whole tree.
+  Connection().ReadConsistently([&] {
+    while (!pending.empty()) {
+      Pending current = std::move(pending.back());
+      pending.pop_back();
+      Recordset rs = Connection().GetRecordsetRO(
+          ChildFoldersQuery(current.key, bIncludeExternalFolders, bGetDeletedItems));
+      auto children = std::make_shared<FolderCollection>();
+      std::vector<Pending> found;
+      while (!rs.Eof()) {
+        std::shared_ptr<Folder> child = ReadFolderRow(rs);
+        std::string key = ToTextOr(rs.Value("lFolderID"), "");
+        if (!seen.insert(key).second) {
+          throw AutomationError(err::kDatabaseError, kComponentSource,
+                                "The parents of folder " + key + " run in a circle.");
+        }
+        children->Add(child);
+        found.push_back({std::move(child), std::move(key)});
+        rs.MoveNext();
       }
-      children->Add(child);
-      found.push_back({std::move(child), std::move(key)});
-      rs.MoveNext();
+      rs.Close();
+      current.folder->SetChildFolders(children);
+      for (auto it = found.rbegin(); it != found.rend(); ++it) pending.push_back(std::move(*it));
     }
-    rs.Close();
-    current.folder->SetChildFolders(children);
-    for (auto it = found.rbegin(); it != found.rend(); ++it) pending.push_back(std::move(*it));
-  }
+  });
   return oFolder;
 }
 

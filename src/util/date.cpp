@@ -136,7 +136,45 @@ std::string FormatIsoDate(const Date& date) {
   return buffer;
 }
 
+namespace {
+
+// The number the `count` decimal digits at `s` spell; -1 when one of them is not a digit.
+int Digits(const char* s, int count) {
+  int value = 0;
+  for (int i = 0; i < count; ++i) {
+    if (s[i] < '0' || s[i] > '9') return -1;
+    value = value * 10 + (s[i] - '0');
+  }
+  return value;
+}
+
+// The form the catalogs store, "YYYY-MM-DD", "YYYY-MM-DD HH:MM" or "YYYY-MM-DD HH:MM:SS", read
+// directly; nothing for any other text, which the general reading below decides.
+std::optional<DateParts> StoredIsoParts(const std::string& text) {
+  const size_t n = text.size();
+  if (n != 10 && n != 16 && n != 19) return std::nullopt;
+  const char* s = text.data();
+  if (s[4] != '-' || s[7] != '-') return std::nullopt;
+  DateParts p;
+  p.year = Digits(s, 4);
+  p.month = Digits(s + 5, 2);
+  p.day = Digits(s + 8, 2);
+  if (n > 10) {
+    if (s[10] != ' ' || s[13] != ':' || (n == 19 && s[16] != ':')) return std::nullopt;
+    p.hour = Digits(s + 11, 2);
+    p.minute = Digits(s + 14, 2);
+    if (n == 19) p.second = Digits(s + 17, 2);
+  }
+  if (p.year < 0 || p.month < 0 || p.day < 0 || p.hour < 0 || p.minute < 0 || p.second < 0) {
+    return std::nullopt;
+  }
+  return p;
+}
+
+}  // namespace
+
 std::optional<Date> ParseIsoDate(const std::string& text) {
+  if (const auto stored = StoredIsoParts(text)) return Date::FromParts(*stored);
   DateParts p;
   int consumed = 0;
   const char* s = text.c_str();

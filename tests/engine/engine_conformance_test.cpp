@@ -8,6 +8,7 @@
 #include <functional>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -344,6 +345,41 @@ TEST_P(EngineConformance, BooleansCompareWithZeroHoweverTrueWasWritten) {
   EXPECT_EQ(Where("NOT bFlag <> 0 OR bFlag IS NULL"), "3,6,");
 }
 
+// A series of reads sees one state of the database where the engine offers it (SQLite); on
+// PostgreSQL each query sees what is committed when it runs. Either way the read leaves no
+// transaction behind, whatever it raises, and inside a transaction it sees that transaction.
+TEST_P(EngineConformance, ConsistentReadsEndTheirReadTransactionAndSeeAnOpenOne) {
+  // As catalogs are: with a write-ahead log a reader does not hold up a writer's commit.
+  if (!OnServer()) db_.ExecuteSQL("PRAGMA journal_mode = WAL");
+  DBConnection other;
+  other.OpenConnection(connection_string_, "", "");
+  Add(1);
+  std::string seen;
+  db_.ReadConsistently([&] {
+    seen = Keys();
+    other.ExecuteSQL("INSERT INTO Item (lId) VALUES (2)");
+    seen += "|" + Keys();
+  });
+  EXPECT_EQ(seen, OnServer() ? "1,|1,2," : "1,|1,");
+  EXPECT_FALSE(db_.InTransaction());
+  EXPECT_EQ(Keys(), "1,2,");
+  const AutomationError error = ErrorOf([&] {
+    db_.ReadConsistently([&] {
+      Keys();
+      db_.GetRecordsetRO("SELECT nothing FROM Item");
+    });
+  });
+  EXPECT_EQ(error.number(), err::kDatabaseError);
+  other.ExecuteSQL("INSERT INTO Item (lId) VALUES (3)");  // not blocked by a read left open
+  db_.BeginTrans();                                       // and a transaction begins as before
+  Add(4);
+  db_.ReadConsistently([&] { seen = Keys(); });
+  EXPECT_EQ(seen, "1,2,3,4,");
+  EXPECT_TRUE(db_.InTransaction());
+  db_.RollbackTrans();
+  EXPECT_EQ(Keys(), "1,2,3,");
+}
+
 // A row whose long value is being written holds the connection until it is updated or
 // cancelled: whatever else is asked of the connection meanwhile raises and runs nothing, on
 // every engine (database_backend.h).
@@ -393,6 +429,50 @@ TEST_P(EngineConformance, PendingLongValueHoldsTheConnectionUntilUpdatedOrCancel
   rs.Close();
   Add(10);
   EXPECT_EQ(Keys(), "1,6,8,10,");
+}
+
+// Long values of several sizes in one row, a small one before and after one of several megabytes:
+// an engine may keep small values in memory until Update and write large ones through as they
+// come, and the row must hold exactly the bytes given either way, or nothing.
+TEST_P(EngineConformance, RowsWithLongValuesOfMixedSizesKeepEveryByte) {
+  db_.ExecuteSQL(std::string("CREATE TABLE Pair (lId INTEGER PRIMARY KEY, oFirst ") +
+                 (OnServer() ? "bytea" : "BLOB") + ", oSecond " + (OnServer() ? "bytea" : "BLOB") +
+                 ")");
+  std::string large(3 * 1024 * 1024 + 5, '\0');
+  for (size_t i = 0; i < large.size(); ++i) large[i] = static_cast<char>(i * 131 % 251);
+  const std::string small = "small\0value";
+  UpdatableRecordset rs = db_.GetRecordsetRW("SELECT lId, oFirst, oSecond FROM Pair WHERE 1=0");
+  const auto add = [&](int id, const std::string& first, const std::string& second) {
+    rs.AddNew();
+    rs.SetValue("lId", Variant(id));
+    rs.BeginLongValue("oFirst", first.size());
+    rs.AppendChunk("oFirst", std::string_view(first).substr(0, first.size() / 2));
+    rs.AppendChunk("oFirst", std::string_view(first).substr(first.size() / 2));
+    rs.BeginLongValue("oSecond", second.size());
+    WriteBlobBytes(second, rs, "oSecond");  // announces it again, then writes it in pieces
+  };
+  add(1, small, large);
+  rs.Update();
+  add(2, large, small);
+  rs.Update();
+  add(3, small, large);
+  rs.CancelUpdate();
+  rs.AddNew();
+  rs.SetValue("lId", Variant(4));
+  rs.BeginLongValue("oFirst", small.size() + 1);
+  rs.AppendChunk("oFirst", small);
+  EXPECT_EQ(ErrorOf([&] { rs.Update(); }).number(), err::kInvalidProcedureCall);
+  rs.Close();
+  EXPECT_EQ(Column("SELECT lId FROM Pair ORDER BY lId"), "1,2,");
+  for (const auto& [id, first, second] :
+       {std::tuple(1, small, large), std::tuple(2, large, small)}) {
+    const Recordset row =
+        db_.GetRecordsetRO("SELECT oFirst, oSecond FROM Pair WHERE lId = " + std::to_string(id));
+    EXPECT_TRUE(ReadBlobBytes(row, "oFirst") == first) << id;
+    EXPECT_TRUE(ReadBlobBytes(row, "oSecond") == second) << id;
+  }
+  Add(5);  // the connection is free again
+  EXPECT_EQ(Keys(), "5,");
 }
 
 // What a query works out of dates (max, min) reads as a Date on PostgreSQL but as the stored ISO

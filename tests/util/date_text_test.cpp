@@ -87,6 +87,26 @@ TEST(Date, SerialsMatchTheAutomationCalendar) {
   EXPECT_FALSE(Date(1e9).IsValid());
 }
 
+// The stored forms, and what else the ISO reading accepts or refuses.
+TEST(ParseIsoDate, ReadsTheStoredFormsAndRefusesOtherText) {
+  const auto iso = [](const std::string& text) {
+    const auto date = ParseIsoDate(text);
+    return date ? FormatIsoDate(*date) : "none";
+  };
+  EXPECT_EQ(iso("2024-02-29"), "2024-02-29 00:00:00");
+  EXPECT_EQ(iso("2024-02-29 23:05"), "2024-02-29 23:05:00");
+  EXPECT_EQ(iso("0100-01-01 00:00:01"), "0100-01-01 00:00:01");
+  EXPECT_EQ(iso("9999-12-31 23:59:59"), "9999-12-31 23:59:59");
+  // Looser spacing and digit counts read as before.
+  EXPECT_EQ(iso("2024-02-29  7:05:09"), "2024-02-29 07:05:09");
+  EXPECT_EQ(iso("2024-02-29 07:05:9"), "2024-02-29 07:05:09");
+  for (const char* text : {"2023-02-29", "2024-13-01", "2024-02-29 24:00:00", "2024-02-29 10:60",
+                           "2024-02-2x", "2024/02/29", "2024-02-29T10:00:00", "2024-02-29 10",
+                           "2024-02-29 10:00:00 x", "", "99-01-01"}) {
+    EXPECT_EQ(iso(text), "none") << text;
+  }
+}
+
 TEST(Date, EveryTimeOfTheFirstAndTheLastDayIsValid) {
   // Before day zero a later time lies further from zero: 0100-01-01 12:00 is -657434.5.
   for (const DateParts& parts : std::initializer_list<DateParts>{{100, 1, 1, 0, 0, 0},
