@@ -89,12 +89,14 @@ void ShowCommand(const Context& context, const std::string& id, int raw_type, bo
   // An earlier version is looked at, not used: it does not count in the history.
   const auto clipping =
       version ? ClippingAtVersion(catalog, id, *version) : RequireClipping(catalog, id, true);
-  if (record_access && !version) {
-    CountUse(catalog, clipping);
-  }
+  // The use is counted once everything shown has been read: a show that fails counts none.
+  const auto count_use = [&] {
+    if (record_access && !version) CountUse(catalog, clipping);
+  };
   if (raw_type > 0) {
     for (const auto& item : *clipping->ClippingData()) {
       if (item->ClippingDataType() == raw_type) {
+        count_use();
         context.out << item->RawData();
         return;
       }
@@ -102,6 +104,7 @@ void ShowCommand(const Context& context, const std::string& id, int raw_type, bo
     Refuse("clipping " + id + " has no data item of type " + std::to_string(raw_type));
   }
   if (context.xml) {
+    count_use();
     context.out << clipping->XML() << "\n";
     return;
   }
@@ -109,6 +112,7 @@ void ShowCommand(const Context& context, const std::string& id, int raw_type, bo
   const std::string path = paths.Of(clipping->FolderID());
   const std::string categories =
       catalog.read().GetCategoriesNamesForClipping(id, catalog.details());
+  count_use();
   if (context.json) {
     clipping->SetPathName(path);
     clipping->SetCategories(categories);
@@ -281,8 +285,7 @@ void TagCommand(const Context& context, const std::vector<std::string>& clipping
                 const std::string& category, bool untag) {
   Catalog catalog = Catalog::Open(context.location);
   if (untag) {
-    for (const std::string& clipping : clippings) RequireClipping(catalog, clipping, false);
-    for (const std::string& clipping : clippings) UntagClipping(catalog, clipping, category);
+    UntagClippings(catalog, clippings, category);
     return;
   }
   TagClippings(catalog, clippings, category);

@@ -18,6 +18,7 @@ namespace {
 
 std::atomic<PostgresColumnSpelling> g_column_spelling{nullptr};
 std::atomic<uint64_t> g_round_trips{0};
+std::atomic<PostgresRoundTripHook> g_round_trip_hook{nullptr};
 
 std::string ColumnSpelling(std::string_view table, std::string_view column) {
   const PostgresColumnSpelling spelling = g_column_spelling.load();
@@ -29,6 +30,8 @@ std::string ColumnSpelling(std::string_view table, std::string_view column) {
 void SetPostgresColumnSpelling(PostgresColumnSpelling spelling) { g_column_spelling = spelling; }
 
 uint64_t PostgresRoundTripsSoFar() { return g_round_trips.load(); }
+
+void SetPostgresRoundTripHook(PostgresRoundTripHook hook) { g_round_trip_hook = hook; }
 
 namespace {
 
@@ -267,6 +270,7 @@ PostgresResult PostgresSession::Run(const std::string& sql,
   // A call with parameters, even none, never runs more than one statement.
   ++round_trips_;
   ++g_round_trips;
+  if (const PostgresRoundTripHook hook = g_round_trip_hook.load()) hook(conn);
   PostgresResult result(PQexecParams(conn, sql.c_str(), arrays.count(), arrays.types.data(),
                                      arrays.values.data(), arrays.lengths.data(),
                                      arrays.formats.data(), 0));
@@ -295,6 +299,7 @@ std::vector<PostgresResult> PostgresSession::Exchange(const std::vector<Request>
   PGconn* conn = Conn();
   ++round_trips_;
   ++g_round_trips;
+  if (const PostgresRoundTripHook hook = g_round_trip_hook.load()) hook(conn);
   if (PQenterPipelineMode(conn) != 1) RaiseError(nullptr);
   bool sent = true;
   for (const Request& request : requests) {

@@ -198,6 +198,13 @@ class PostgresSession {
 // measuring what an operation costs. Safe from any thread.
 uint64_t PostgresRoundTripsSoFar();
 
+// For tests that make the Nth round trip fail: a function every session calls just before each
+// round trip, with the connection it is about to use (a test shuts the connection's socket down
+// in it, so that the round trip meets a connection the server has lost). Null, the default,
+// calls nothing. Set it while no session is in use.
+using PostgresRoundTripHook = void (*)(PGconn* conn);
+void SetPostgresRoundTripHook(PostgresRoundTripHook hook);
+
 // `name` as a quoted PostgreSQL identifier.
 std::string QuotePostgresIdentifier(std::string_view name);
 

@@ -33,8 +33,26 @@ SqliteSession& SqliteBackend::FreeSession() const {
   return session;
 }
 
-void SqliteBackend::Execute(std::string_view sql) {
+// The engine ends a transaction by itself after some failures (out of memory, an I/O error, a
+// full disk, an interrupted statement), while the caller still holds it. Until the caller rolls
+// back, every statement is refused: one run now would run outside the transaction it belongs to
+// and stay, whatever became of the rest.
+bool SqliteBackend::TransactionLost() const {
+  return depth_ > 0 && sqlite3_get_autocommit(Session().db()) != 0;
+}
+
+SqliteSession& SqliteBackend::UsableSession() const {
   SqliteSession& session = FreeSession();
+  if (TransactionLost()) {
+    throw AutomationError(err::kDatabaseError, kSqliteSource,
+                          "The transaction was ended by an earlier failure; it must be rolled "
+                          "back before anything else runs.");
+  }
+  return session;
+}
+
+void SqliteBackend::Execute(std::string_view sql) {
+  SqliteSession& session = UsableSession();
   {
     SqliteSession::Deadline deadline(session);
     SqliteStatement statement(session, sql);
@@ -44,21 +62,21 @@ void SqliteBackend::Execute(std::string_view sql) {
 }
 
 RowSet SqliteBackend::Query(std::string_view sql) {
-  SqliteSession& session = FreeSession();
+  SqliteSession& session = UsableSession();
   SqliteSession::Deadline deadline(session);
   SqliteStatement statement(session, sql);
   return statement.Collect();
 }
 
 RowSet SqliteBackend::QueryAtMost(std::string_view sql, size_t max_records) {
-  SqliteSession& session = FreeSession();
+  SqliteSession& session = UsableSession();
   SqliteSession::Deadline deadline(session);
   SqliteStatement statement(session, sql);
   return statement.Collect(max_records);
 }
 
 std::unique_ptr<RowCursor> SqliteBackend::OpenCursor(std::string_view sql) {
-  FreeSession();
+  UsableSession();
   return std::make_unique<SqliteCursor>(session_, sql);
 }
 
@@ -69,30 +87,21 @@ void SqliteBackend::Run(const std::string& sql) {
   statement.Run();
 }
 
-// The engine ends a transaction by itself after some failures (a full disk, an interrupted
-// statement); the nesting count follows it.
-int SqliteBackend::Depth() {
-  if (sqlite3_get_autocommit(Session().db()) != 0) depth_ = 0;
-  return depth_;
-}
-
 void SqliteBackend::BeginTransaction() {
-  FreeSession();
-  const int depth = Depth();
+  UsableSession();
   // IMMEDIATE takes the write lock at once, waiting under the time-out, so that two writers
   // never both read first and then fail to upgrade.
-  Run(depth == 0 ? "BEGIN IMMEDIATE" : "SAVEPOINT " + SavepointName(depth));
+  Run(depth_ == 0 ? "BEGIN IMMEDIATE" : "SAVEPOINT " + SavepointName(depth_));
   ++depth_;
 }
 
 void SqliteBackend::CommitTransaction() {
-  FreeSession();
-  const int depth = Depth();
-  Run(depth <= 1 ? "COMMIT" : "RELEASE " + SavepointName(depth - 1));
+  UsableSession();
+  Run(depth_ <= 1 ? "COMMIT" : "RELEASE " + SavepointName(depth_ - 1));
   if (depth_ > 0) --depth_;
 }
 
-bool SqliteBackend::InTransaction() { return Depth() > 0; }
+bool SqliteBackend::InTransaction() { return depth_ > 0; }
 
 bool SqliteBackend::BeginReadTransaction() {
   SqliteSession& session = FreeSession();
@@ -109,12 +118,16 @@ void SqliteBackend::EndReadTransaction() {
 
 void SqliteBackend::RollbackTransaction() {
   FreeSession();
-  const int depth = Depth();
-  if (depth <= 1) {
+  // What the engine ended is rolled back already.
+  if (TransactionLost()) {
+    --depth_;
+    return;
+  }
+  if (depth_ <= 1) {
     Run("ROLLBACK");
   } else {
-    Run("ROLLBACK TO " + SavepointName(depth - 1));
-    Run("RELEASE " + SavepointName(depth - 1));
+    Run("ROLLBACK TO " + SavepointName(depth_ - 1));
+    Run("RELEASE " + SavepointName(depth_ - 1));
   }
   if (depth_ > 0) --depth_;
 }

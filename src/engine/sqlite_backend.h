@@ -40,8 +40,10 @@ class SqliteBackend : public DatabaseBackend {
   SqliteSession& Session() const;
   // Session(), raising when a row with a long value holds the connection (database_backend.h).
   SqliteSession& FreeSession() const;
+  // FreeSession(), raising when the engine ended the caller's transaction (see TransactionLost).
+  SqliteSession& UsableSession() const;
+  bool TransactionLost() const;
   void Run(const std::string& sql);
-  int Depth();
 
   std::shared_ptr<SqliteSession> session_;
   // Nesting of BeginTransaction: the outer level is a transaction, the inner ones savepoints.

@@ -1,5 +1,7 @@
 #include "library/item_edits.h"
 
+#include <functional>
+
 #include "library/item_lookup.h"
 #include "library/item_names.h"
 #include "library/linked_catalog_status.h"
@@ -146,23 +148,41 @@ void UnlinkFolder(Catalog& catalog, const std::string& id) {
 std::shared_ptr<Category> TagClipping(Catalog& catalog, const std::string& clipping,
                                       const std::string& category) {
   const auto tagged = RequireClipping(catalog, clipping, false);
-  const auto found = CategoryForTagging(catalog, *tagged, category);
-  if (IsMember(catalog, clipping, found->ID())) return found;
-  try {
-    catalog.write().AddClippingToCategory(clipping, found->ID(), catalog.details());
-  } catch (const AutomationError&) {
-    // Another writer may have put it there meanwhile: then it is where it was asked to be.
-    if (!IsMember(catalog, clipping, found->ID())) throw;
-  }
+  std::shared_ptr<Category> found;
+  // A new category and its first member come together: a failure leaves neither.
+  catalog.write().WriteAsOneTransaction(tagged->FolderID(), catalog.details(), [&] {
+    found = CategoryForTagging(catalog, *tagged, category);
+    if (IsMember(catalog, clipping, found->ID())) return;
+    try {
+      catalog.write().AddClippingToCategory(clipping, found->ID(), catalog.details());
+    } catch (const AutomationError&) {
+      // Another writer may have put it there meanwhile: then it is where it was asked to be.
+      if (!IsMember(catalog, clipping, found->ID())) throw;
+    }
+  });
   return found;
 }
+
+namespace {
+
+// Runs `body` as one transaction of the catalog of the first of `clippings` (each a clipping's
+// id), which those of the same catalog join; a clipping of another catalog gets one of its own.
+void InTransactionOfFirst(Catalog& catalog, const std::vector<std::string>& clippings,
+                          const std::function<void()>& body) {
+  const auto first = RequireClipping(catalog, clippings.front(), false);
+  catalog.write().WriteAsOneTransaction(first->FolderID(), catalog.details(), body);
+}
+
+}  // namespace
 
 std::shared_ptr<Category> TagClippings(Catalog& catalog, const std::vector<std::string>& clippings,
                                        const std::string& category) {
   if (clippings.empty()) Refuse("tagging needs at least one clipping");
   for (const std::string& id : clippings) RequireClipping(catalog, id, false);
   std::shared_ptr<Category> last;
-  for (const std::string& id : clippings) last = TagClipping(catalog, id, category);
+  InTransactionOfFirst(catalog, clippings, [&] {
+    for (const std::string& id : clippings) last = TagClipping(catalog, id, category);
+  });
   return last;
 }
 
@@ -171,6 +191,15 @@ void UntagClipping(Catalog& catalog, const std::string& clipping, const std::str
   const auto existing = CategoryNamed(catalog, clipping, category);
   if (!existing) Refuse("no category is named " + category);
   catalog.write().DeleteClippingFromCategory(clipping, existing->ID(), catalog.details());
+}
+
+void UntagClippings(Catalog& catalog, const std::vector<std::string>& clippings,
+                    const std::string& category) {
+  if (clippings.empty()) Refuse("untagging needs at least one clipping");
+  for (const std::string& id : clippings) RequireClipping(catalog, id, false);
+  InTransactionOfFirst(catalog, clippings, [&] {
+    for (const std::string& id : clippings) UntagClipping(catalog, id, category);
+  });
 }
 
 }  // namespace clipcat

@@ -70,17 +70,24 @@ void UnlinkFolder(Catalog& catalog, const std::string& id);
 // the catalog compares names), making the category when there is none. Answers the category.
 // It is not an error if the clipping is in the category already: nothing changes. Two writers
 // tagging with the same new name at the same moment both end up in the one category. Refuses an
-// id that names no clipping and a name that RequireUsableName refuses.
+// id that names no clipping and a name that RequireUsableName refuses. One transaction: a failure
+// makes no category.
 std::shared_ptr<Category> TagClipping(Catalog& catalog, const std::string& clipping,
                                       const std::string& category);
 
 // TagClipping for each of `clippings`, after every id has been found to name a clipping (an id
-// that does not refuses before anything changes). Answers the category of the last one.
+// that does not refuses before anything changes). Those of one catalog are tagged in one
+// transaction: a failure tags none of them. Answers the category of the last one.
 std::shared_ptr<Category> TagClippings(Catalog& catalog, const std::vector<std::string>& clippings,
                                        const std::string& category);
 
 // Takes the clipping out of the category of its catalog named `category` (without regard to
 // case). Refuses an id that names no clipping and a name that names no category.
 void UntagClipping(Catalog& catalog, const std::string& clipping, const std::string& category);
+
+// UntagClipping for each of `clippings`, after every id has been found to name a clipping; those
+// of one catalog in one transaction, so that a failure untags none of them.
+void UntagClippings(Catalog& catalog, const std::vector<std::string>& clippings,
+                    const std::string& category);
 
 }  // namespace clipcat

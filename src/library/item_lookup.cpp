@@ -1,6 +1,8 @@
 #include "library/item_lookup.h"
 
 #include "engine/case_folding.h"
+#include "engine/postgres_connect.h"
+#include "engine/sqlite_session.h"
 #include "util/errors.h"
 #include "util/item_id.h"
 #include "util/text.h"
@@ -27,9 +29,16 @@ void Refuse(const std::string& what) {
 }
 
 std::shared_ptr<Folder> FolderOrNothing(Catalog& catalog, const std::string& id) {
-  std::shared_ptr<Folder> folder;
-  IgnoreErrors([&] { folder = catalog.read().GetFolder(id, catalog.details()); });
-  return folder;
+  try {
+    return catalog.read().GetFolder(id, catalog.details());
+  } catch (const AutomationError& e) {
+    // A catalog that could not be opened or read says nothing about whether the folder is there.
+    if (e.source() == kSqliteSource || e.source() == kPostgresSource ||
+        e.number() == err::kCatalogCannotBeOpened || e.number() == err::kCatalogDamaged) {
+      throw;
+    }
+  }
+  return nullptr;
 }
 
 bool IsTopFolder(const Folder& folder) {

@@ -17,8 +17,9 @@ namespace clipcat {
 // description: a request the catalog cannot carry out as asked.
 [[noreturn]] void Refuse(const std::string& what);
 
-// The folder `id`, or nullptr when the id names none (it may name a clipping, or nothing). Never
-// raises.
+// The folder `id`, or nullptr when the id names none (it may name a clipping, or nothing). Raises
+// only when the catalog could not be opened or read (an I/O error, no memory, a lost connection,
+// a damaged file), which is no answer to whether the folder is there.
 std::shared_ptr<Folder> FolderOrNothing(Catalog& catalog, const std::string& id);
 
 // True when `folder` is the top folder of its catalog (its parent has the local key 0), the

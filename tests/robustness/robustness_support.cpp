@@ -66,6 +66,30 @@ std::string TaggedCell(sqlite3_stmt* stmt, int column) {
   return guid ? "<guid>" : "t:" + text;
 }
 
+// One value of a server's result, tagged as TaggedCell tags a SQLite value.
+std::string ServerCell(const PGresult* result, int row, int column) {
+  if (PQgetisnull(result, row, column) != 0) return "n";
+  const std::string text = PQgetvalue(result, row, column);
+  switch (PQftype(result, column)) {
+    case 1082:  // date
+    case 1114:  // timestamp
+    case 1184:  // timestamptz
+      return "<time>";
+    case 16:  // boolean
+    case 20:  // bigint
+    case 21:  // smallint
+    case 23:  // integer
+      return "i:" + text;
+    case 17:  // bytea, as hex
+      return "b:" + text;
+    default:
+      break;
+  }
+  const bool guid =
+      text.size() == 32 && text.find_first_not_of("0123456789ABCDEF") == std::string::npos;
+  return guid ? "<guid>" : "t:" + text;
+}
+
 // Every row of `sql` on `db`, each value as `cell` gives it.
 template <typename Cell>
 std::vector<std::vector<std::string>> Query(sqlite3* db, const std::string& sql, Cell cell) {
@@ -190,6 +214,35 @@ std::vector<std::vector<std::string>> RawServerCatalog::Rows(const std::string& 
   }
   PQclear(result);
   return rows;
+}
+
+CatalogDump RawServerCatalog::Dump() {
+  CatalogDump dump;
+  dump["columns"] = Rows(
+      "SELECT table_name, column_name, data_type, is_nullable, column_default"
+      " FROM information_schema.columns WHERE table_schema = current_schema()"
+      " ORDER BY 1, 2");
+  for (const auto& table : Rows("SELECT table_name FROM information_schema.tables"
+                                " WHERE table_schema = current_schema()"
+                                " AND table_type = 'BASE TABLE' ORDER BY 1")) {
+    const std::string sql = "SELECT * FROM \"" + table.at(0) + "\" ORDER BY 1";
+    PGresult* result = PQexec(conn_, sql.c_str());
+    if (PQresultStatus(result) != PGRES_TUPLES_OK) {
+      const std::string message = PQresultErrorMessage(result);
+      PQclear(result);
+      throw std::runtime_error(sql + ": " + message);
+    }
+    auto& rows = dump[table.at(0)];
+    for (int r = 0; r < PQntuples(result); ++r) {
+      rows.emplace_back();
+      for (int c = 0; c < PQnfields(result); ++c) {
+        rows.back().push_back(ServerCell(result, r, c));
+      }
+    }
+    PQclear(result);
+    std::sort(rows.begin(), rows.end());
+  }
+  return dump;
 }
 
 void ExpectNoLeftovers(RawSql& raw) {

@@ -97,6 +97,13 @@ class RawServerCatalog : public RawSql {
 
   std::vector<std::vector<std::string>> Rows(const std::string& sql) override;
 
+  // Every table of the catalog's schema (the first of the search path) by name, and the schema
+  // itself (its tables' columns and types) as "columns", as RawCatalog::Dump gives them: rows
+  // sorted, a value "n" for Null, else its text tagged by type ("i:42", "t:text", "b:\\x..."
+  // for bytes), "<time>" for any date or time and "<guid>" for a GUID. Sequences are left out:
+  // the server does not take back the numbers a failed transaction drew.
+  CatalogDump Dump();
+
  private:
   pg_conn* conn_ = nullptr;
 };

@@ -1,10 +1,13 @@
 #include "robustness/fault_walk/fault_injection.h"
 
 #include <sqlite3.h>
+#include <sys/socket.h>
 
 #include <cstddef>
 #include <cstring>
 #include <stdexcept>
+
+#include "engine/postgres_session.h"
 
 namespace clipcat::robustness {
 namespace {
@@ -24,6 +27,12 @@ bool ShouldFail(FaultKind kind) {
   if (++armed.seen != armed.nth) return false;
   armed.injected = true;
   return true;
+}
+
+// ---- PostgreSQL: the Nth round trip finds its connection shut down ----
+
+void FailingRoundTrip(PGconn* conn) {
+  if (ShouldFail(FaultKind::kRoundTrip) && PQsocket(conn) >= 0) shutdown(PQsocket(conn), SHUT_RDWR);
 }
 
 // ---- Allocator: SQLite's own, in front of which the Nth allocation fails ----
@@ -217,12 +226,15 @@ std::string FaultKindName(FaultKind kind) {
       return "lock";
     case FaultKind::kAlloc:
       return "alloc";
+    case FaultKind::kRoundTrip:
+      return "round trip";
   }
   return "?";
 }
 
 void InstallFaultInjection() {
   if (real_vfs != nullptr) return;
+  SetPostgresRoundTripHook(&FailingRoundTrip);
   Check(sqlite3_shutdown(), "shutdown");
   Check(sqlite3_config(SQLITE_CONFIG_GETMALLOC, &real_memory), "reading the allocator");
   Check(sqlite3_config(SQLITE_CONFIG_MALLOC, &faulty_memory), "installing the allocator");
