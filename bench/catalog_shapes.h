@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "entities/search.h"
+
 namespace clipcat_bench {
 
 // `total` folders including the top one, up to six children each, filled breadth first to six
@@ -38,6 +40,25 @@ struct SearchCatalog {
   int64_t subtree_top = 0;
   std::vector<int64_t> subtree;  // the top folder and its subfolders
 };
+
+// The searches the search scenario times on that catalog: SearchForClippings for "*invoice*" in
+// the subtree with two categories, and FindClippings for "invoice" in the subtree's folders.
+struct SearchQueries {
+  std::shared_ptr<clipcat::Search> search;
+  std::shared_ptr<clipcat::Search> find;
+};
+
+inline SearchQueries MakeSearchQueries(const SearchCatalog& catalog) {
+  SearchQueries queries{clipcat::Search::Create(), clipcat::Search::Create()};
+  queries.search->SetSearchText("*invoice*");
+  queries.search->FolderIDs()->Add(std::to_string(catalog.subtree_top));
+  queries.search->SetSearchSubFolders(true);
+  queries.search->CategoryNames()->Add("Work");
+  queries.search->CategoryNames()->Add("Personal");
+  queries.find->SetSearchText("invoice");
+  for (int64_t id : catalog.subtree) queries.find->FolderIDs()->Add(std::to_string(id));
+  return queries;
+}
 
 inline const char* const kSearchCategories[] = {"Work",    "Personal", "Tax",     "Travel",
                                                 "Legal",   "Sales",    "Support", "Finance",

@@ -295,15 +295,9 @@ void MeasureSearch(PostgresTestServer& server, const Options& options, Report& r
   }
   clipcat::ClippingDataRead reader;
   FloorPg db(server.Conninfo("bench_search"));
-  auto search = clipcat::Search::Create();
-  search->SetSearchText("*invoice*");
-  search->FolderIDs()->Add(std::to_string(catalog.subtree_top));
-  search->SetSearchSubFolders(true);
-  search->CategoryNames()->Add("Work");
-  search->CategoryNames()->Add("Personal");
-  auto find = clipcat::Search::Create();
-  find->SetSearchText("invoice");
-  for (int64_t id : catalog.subtree) find->FolderIDs()->Add(std::to_string(id));
+  const SearchQueries queries = MakeSearchQueries(catalog);
+  const auto& search = queries.search;
+  const auto& find = queries.find;
   const std::string top = std::to_string(catalog.subtree_top);
 
   // Warm both: connections open, column types and the folder statements prepared.

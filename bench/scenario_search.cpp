@@ -121,15 +121,9 @@ void RunSearch(const Options& options, Report& report) {
   clipcat::ClippingDataRead reader;
   FloorDb db(path);
 
-  auto search = clipcat::Search::Create();
-  search->SetSearchText("*invoice*");
-  search->FolderIDs()->Add(std::to_string(catalog.subtree_top));
-  search->SetSearchSubFolders(true);
-  search->CategoryNames()->Add("Work");
-  search->CategoryNames()->Add("Personal");
-  auto find = clipcat::Search::Create();
-  find->SetSearchText("invoice");
-  for (int64_t id : catalog.subtree) find->FolderIDs()->Add(std::to_string(id));
+  const SearchQueries queries = MakeSearchQueries(catalog);
+  const auto& search = queries.search;
+  const auto& find = queries.find;
 
   std::vector<double> ours_search, floor_search, ours_find, floor_find;
   double ours_peak = 0, floor_peak = 0, find_peak = 0, find_floor_peak = 0;

@@ -164,20 +164,25 @@ std::vector<ContentMatch> RankedMatches(DBConnection& connection, const ContentQ
   }
 }
 
-// The name, description and text of every clipping keyed from `first` to `last` (with
-// `missing_only`, of those that have no index row), content read from its items; an item that
-// cannot be read adds no text.
+// The name, description and text of every clipping keyed from `first` to `last` (with `only`,
+// of those of its keys that have no index row), content read from its items; an item that cannot
+// be read adds no text.
 void IndexBatch(DBConnection& connection, int32_t first, int32_t last, Compression& compression,
-                bool missing_only = false) {
-  // The keys of `table` in the range; a clipping without index row is found by one probe of the
-  // index's key (NOT IN over a subquery would read the whole index for every batch).
+                const std::vector<int32_t>* only = nullptr) {
+  std::string keys;
+  if (only != nullptr) {
+    for (const int32_t key : *only) keys += (keys.empty() ? "" : ", ") + std::to_string(key);
+  }
+  // A clipping without index row is found by one probe of the index's key (NOT IN over a
+  // subquery would read the whole index for every batch).
   const auto range = [&](const std::string& table) {
     return " FROM " + table + " WHERE lClippingID >= " + std::to_string(first) +
            " AND lClippingID <= " + std::to_string(last) +
-           (missing_only
-                ? " AND NOT EXISTS (SELECT 1 FROM ClippingText AS t WHERE t.lClippingID = " +
-                      table + ".lClippingID)"
-                : "") +
+           (only != nullptr ? " AND lClippingID IN (" + keys +
+                                  ") AND NOT EXISTS (SELECT 1 FROM ClippingText AS t WHERE "
+                                  "t.lClippingID = " +
+                                  table + ".lClippingID)"
+                            : "") +
            " ORDER BY lClippingID";
   };
   std::map<int32_t, ClippingDataCollection> items;
@@ -253,20 +258,16 @@ void RemoveContentText(DBConnection& connection, const std::string& key_sql) {
   connection.ExecuteSQL("DELETE FROM ClippingText WHERE lClippingID = " + key_sql);
 }
 
-void IndexClippingsWithoutText(DBConnection& connection) {
-  std::vector<int32_t> keys;
-  Recordset missing = connection.GetRecordsetRO(
-      "SELECT c.lClippingID FROM Clipping AS c WHERE NOT EXISTS (SELECT 1 FROM ClippingText AS t "
-      "WHERE t.lClippingID = c.lClippingID) ORDER BY c.lClippingID");
-  for (; !missing.Eof(); missing.MoveNext()) {
-    keys.push_back(ToLongOr(missing.Value("lClippingID"), 0));
-  }
-  missing.Close();
+void IndexClippingsWithoutText(DBConnection& connection, std::vector<int32_t> keys) {
+  std::sort(keys.begin(), keys.end());
+  keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
   Compression compression;
   const auto batch = static_cast<size_t>(kBuildBatch);
   for (size_t at = 0; at < keys.size(); at += batch) {
-    const size_t last = std::min(at + batch, keys.size()) - 1;
-    IndexBatch(connection, keys[at], keys[last], compression, true);
+    const size_t end = std::min(at + batch, keys.size());
+    const std::vector<int32_t> part(keys.begin() + static_cast<std::ptrdiff_t>(at),
+                                    keys.begin() + static_cast<std::ptrdiff_t>(end));
+    IndexBatch(connection, part.front(), part.back(), compression, &part);
   }
 }
 

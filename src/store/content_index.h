@@ -36,10 +36,11 @@ void WriteContentNames(DBConnection& connection, const std::string& key_sql,
 // Removes the index row of the clipping keyed `key_sql`; not an error when there is none.
 void RemoveContentText(DBConnection& connection, const std::string& key_sql);
 
-// Writes the index row of every clipping that has none, from its name, description and items:
-// what a write that deferred its index rows (DataAccess::RunAsOneTransaction) left to do. Runs in
-// the caller's transaction.
-void IndexClippingsWithoutText(DBConnection& connection);
+// Writes the index row of each clipping keyed in `keys` (any order, repeats allowed) that has
+// none, from its name, description and items: what a write that deferred its index rows
+// (DataAccess::RunAsOneTransaction) left to do. Runs in the caller's transaction; reads only the
+// rows of those keys, however large the catalog.
+void IndexClippingsWithoutText(DBConnection& connection, std::vector<int32_t> keys);
 
 // Makes the content index anew from every clipping of the catalog, creating it when the catalog
 // has none. `progress` hears of each clipping done. Runs in the caller's transaction.

@@ -84,14 +84,17 @@ void DataAccess::RunAsOneTransaction(const std::function<void()>& body) {
   }
   InTransaction(Connection(), [&] {
     content_text_deferred_ = true;
+    deferred_text_keys_.clear();
     try {
       body();
     } catch (...) {
       content_text_deferred_ = false;
+      deferred_text_keys_.clear();
       throw;
     }
     content_text_deferred_ = false;
-    IndexClippingsWithoutText(Connection());
+    IndexClippingsWithoutText(Connection(), std::move(deferred_text_keys_));
+    deferred_text_keys_.clear();
   });
 }
 
@@ -101,6 +104,7 @@ void DataAccess::WriteClippingText(int32_t key, const std::string& name,
   if (!has_content_index_) return;
   if (content_text_deferred_) {
     RemoveContentText(Connection(), std::to_string(key));
+    deferred_text_keys_.push_back(key);
     return;
   }
   WriteContentText(Connection(), key, name, description,

@@ -533,6 +533,7 @@ class DataAccess {
   bool is_personal_catalog_ = false;
   bool has_content_index_ = false;           // of the open catalog
   bool content_text_deferred_ = false;       // inside RunAsOneTransaction: see WriteClippingText
+  std::vector<int32_t> deferred_text_keys_;  // the clippings whose index rows wait for its end
   bool has_history_tables_ = false;          // versions and trash rows: format 5 and later
   std::optional<int32_t> maximum_versions_;  // read once per open
   std::string acting_user_;                  // asked once per open
