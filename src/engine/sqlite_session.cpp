@@ -358,33 +358,12 @@ void SqliteStatement::Bind(int index, const Variant& value, bool date_column) {
   if (rc != SQLITE_OK) session_.RaiseError();
 }
 
-namespace {
-
-// True when `text` begins with `prefix` (upper case), compared without ASCII case.
-bool StartsWithUpper(std::string_view text, std::string_view prefix) {
-  if (text.size() < prefix.size()) return false;
-  for (size_t i = 0; i < prefix.size(); ++i) {
-    const char c = text[i];
-    if ((c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c) != prefix[i]) return false;
-  }
-  return true;
-}
-
-// True when `word` (upper case) occurs in `text`, compared without ASCII case.
-bool ContainsUpper(std::string_view text, std::string_view word) {
-  for (size_t at = 0; at + word.size() <= text.size(); ++at) {
-    if (StartsWithUpper(text.substr(at), word)) return true;
-  }
-  return false;
-}
-
-}  // namespace
-
 SqliteColumnKind KindOfDeclaredType(const char* declared_type) {
   if (declared_type == nullptr) return SqliteColumnKind::kPlain;
   const std::string_view type(declared_type);
-  if (StartsWithUpper(type, "BOOL")) return SqliteColumnKind::kBoolean;
-  if (ContainsUpper(type, "SMALLINT") || ContainsUpper(type, "TINYINT")) {
+  if (StartsWithIgnoreCase(type, "BOOL")) return SqliteColumnKind::kBoolean;
+  if (FindIgnoreCase(type, "SMALLINT") != std::string_view::npos ||
+      FindIgnoreCase(type, "TINYINT") != std::string_view::npos) {
     return SqliteColumnKind::kSmallInteger;
   }
   if (IsDateType(declared_type)) return SqliteColumnKind::kDate;
@@ -443,7 +422,7 @@ StoredValue ReadColumn(sqlite3_stmt* stmt, int column, SqliteColumnKind kind) {
 bool IsDateType(const char* declared_type) {
   if (declared_type == nullptr) return false;
   const std::string_view type(declared_type);
-  return StartsWithUpper(type, "DATE") || StartsWithUpper(type, "TIMESTAMP");
+  return StartsWithIgnoreCase(type, "DATE") || StartsWithIgnoreCase(type, "TIMESTAMP");
 }
 
 std::string QuoteIdentifier(std::string_view name) {

@@ -43,6 +43,10 @@ bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
   return true;
 }
 
+bool StartsWithIgnoreCase(std::string_view text, std::string_view prefix) {
+  return text.size() >= prefix.size() && EqualsIgnoreCase(text.substr(0, prefix.size()), prefix);
+}
+
 size_t FindIgnoreCase(std::string_view haystack, std::string_view needle, size_t from) {
   if (needle.size() > haystack.size()) return std::string_view::npos;
   for (size_t i = from; i + needle.size() <= haystack.size(); ++i) {

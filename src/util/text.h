@@ -10,6 +10,7 @@ namespace clipcat {
 std::string ToLowerAscii(std::string_view text);
 std::string ToUpperAscii(std::string_view text);
 bool EqualsIgnoreCase(std::string_view a, std::string_view b);
+bool StartsWithIgnoreCase(std::string_view text, std::string_view prefix);
 
 // Position of the first occurrence of `needle` at or after `from` ignoring ASCII case, or npos.
 size_t FindIgnoreCase(std::string_view haystack, std::string_view needle, size_t from = 0);

@@ -4,6 +4,7 @@
 #include "util/error_of.h"
 #include "util/errors.h"
 #include "util/messages.h"
+#include "util/text.h"
 #include "util/utf16.h"
 
 namespace clipcat::testing {
@@ -53,3 +54,17 @@ TEST(Utf16, PairsSurrogatesAndMakesBrokenInputTheReplacementCharacter) {
 
 }  // namespace
 }  // namespace clipcat::testing
+
+// Declared column types and keywords are matched without ASCII case; other bytes compare exactly
+// and nothing reads past either end.
+TEST(TextIgnoringCase, MatchesAsciiLettersOnlyAndStaysInsideTheText) {
+  EXPECT_TRUE(clipcat::StartsWithIgnoreCase("timestamp with time zone", "TIMESTAMP"));
+  EXPECT_TRUE(clipcat::StartsWithIgnoreCase("Bool", "BOOL"));
+  EXPECT_FALSE(clipcat::StartsWithIgnoreCase("BOO", "BOOL"));
+  EXPECT_FALSE(clipcat::StartsWithIgnoreCase(" DATE", "DATE"));
+  EXPECT_FALSE(clipcat::StartsWithIgnoreCase("\xC3\xA9t\xC3\xA9", "\xC3\x89T"));
+  EXPECT_EQ(clipcat::FindIgnoreCase("unsigned smallint", "SMALLINT"), 9u);
+  EXPECT_EQ(clipcat::FindIgnoreCase("INT", "SMALLINT"), std::string_view::npos);
+  EXPECT_EQ(clipcat::ReplaceAllIgnoreCase("Select * FROM t where x", "WHERE", "AND"),
+            "Select * FROM t AND x");
+}
