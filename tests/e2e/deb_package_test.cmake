@@ -4,19 +4,7 @@
 # passes BUILD_DIR, WORK_DIR, CPACK and PYTHON (empty without the module).
 cmake_minimum_required(VERSION 3.25)
 
-function(run what)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
-  if(NOT status EQUAL 0)
-    message(FATAL_ERROR "${what} failed (${status}):\n${out}\n${err}")
-  endif()
-  set(output "${out}" PARENT_SCOPE)
-endfunction()
-
-function(expect what text pattern)
-  if(NOT text MATCHES "${pattern}")
-    message(FATAL_ERROR "${what}: \"${pattern}\" not found in:\n${text}")
-  endif()
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/script_steps.cmake)
 
 file(REMOVE_RECURSE ${WORK_DIR})
 run("cpack" ${CPACK} -G DEB --config ${BUILD_DIR}/CPackConfig.cmake -B ${WORK_DIR})

@@ -5,14 +5,11 @@
 # which carries VERSION. Run with cmake -P; the caller passes BUILD_DIR, SOURCE_INCLUDE_DIR,
 # WORK_DIR, MAX_SYMBOLS and VERSION.
 cmake_minimum_required(VERSION 3.25)
+include(${CMAKE_CURRENT_LIST_DIR}/script_steps.cmake)
 
 file(REMOVE_RECURSE ${WORK_DIR})
 set(ENV{DESTDIR} ${WORK_DIR}/root)
-execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix /usr
-                RESULT_VARIABLE status OUTPUT_QUIET ERROR_VARIABLE err)
-if(NOT status EQUAL 0)
-  message(FATAL_ERROR "install failed (${status}): ${err}")
-endif()
+run("install" ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix /usr)
 set(root ${WORK_DIR}/root/usr)
 
 file(GLOB_RECURSE libraries ${root}/*/libclipcat.so.*.*.*)
@@ -21,12 +18,8 @@ if(NOT count EQUAL 1)
   message(FATAL_ERROR "expected one libclipcat.so.X.Y.Z, found: ${libraries}")
 endif()
 find_program(NM nm REQUIRED)
-execute_process(COMMAND ${NM} -D --defined-only -C ${libraries} RESULT_VARIABLE status
-                OUTPUT_VARIABLE symbols ERROR_VARIABLE err)
-if(NOT status EQUAL 0)
-  message(FATAL_ERROR "nm failed (${status}): ${err}")
-endif()
-string(REGEX REPLACE "\n$" "" symbols "${symbols}")
+run("nm" ${NM} -D --defined-only -C ${libraries})
+string(REGEX REPLACE "\n$" "" symbols "${output}")
 string(REPLACE "\n" ";" symbols "${symbols}")
 list(LENGTH symbols symbol_count)
 message(STATUS "libclipcat exports ${symbol_count} symbols")

@@ -6,20 +6,7 @@
 # module) and EXTRA_LINK_FLAGS.
 cmake_minimum_required(VERSION 3.25)
 
-function(run what)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
-  if(NOT status EQUAL 0)
-    message(FATAL_ERROR "${what} failed (${status}):\n${out}\n${err}")
-  endif()
-  set(output "${out}" PARENT_SCOPE)
-endfunction()
-
-function(expect what text pattern)
-  if(NOT text MATCHES "${pattern}")
-    message(FATAL_ERROR "${what}: \"${pattern}\" not found in:\n${text}")
-  endif()
-  set(matched "${CMAKE_MATCH_1}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/script_steps.cmake)
 
 file(REMOVE_RECURSE ${WORK_DIR})
 set(prefix ${WORK_DIR}/prefix)
