@@ -7,10 +7,12 @@
 #include <gtest/gtest.h>
 #include <httplib.h>
 
+#include <atomic>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "engine/connection_string.h"
 #include "gateway/gateway.h"
@@ -113,6 +115,28 @@ class GatewayTest : public ::testing::Test {
         Post("/api/clippings", {{"folder", folder}, {"name", name}, {"text", text}});
     EXPECT_EQ(answer.status, 201) << answer.text;
     return answer.body.value("id", "");
+  }
+
+  // `clients` clients, each on a connection of its own, each add `each` clippings named
+  // "cC-I" into `folder` at the same time; answers how many were answered 201.
+  int AddAtOnce(const std::string& folder, int clients, int each) {
+    std::atomic<int> created = 0;
+    std::vector<std::thread> threads;
+    for (int c = 0; c < clients; ++c) {
+      threads.emplace_back([&, c] {
+        httplib::Client own("127.0.0.1", port());
+        own.set_read_timeout(60);
+        for (int i = 0; i < each; ++i) {
+          const json body = {{"folder", folder},
+                             {"name", "c" + std::to_string(c) + "-" + std::to_string(i)},
+                             {"text", "from client " + std::to_string(c)}};
+          const auto result = own.Post("/api/clippings", body.dump(), "application/json");
+          if (result && result->status == 201) ++created;
+        }
+      });
+    }
+    for (auto& thread : threads) thread.join();
+    return created;
   }
 
   // The error number of an error answer, after checking its shape.

@@ -7,9 +7,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <set>
-#include <thread>
 
 #include "gateway/api_errors.h"
 #include "gateway_fixture.h"
@@ -49,23 +47,7 @@ TEST_F(GatewayRequests, ClientsAddingAtOnceAllGetTheirClippings) {
   const std::string folder = NewFolder("1", "Busy");
   constexpr int kClients = 4;
   constexpr int kEach = 10;
-  std::atomic<int> created = 0;
-  std::vector<std::thread> clients;
-  for (int c = 0; c < kClients; ++c) {
-    clients.emplace_back([&, c] {
-      httplib::Client own("127.0.0.1", port());
-      own.set_read_timeout(60);
-      for (int i = 0; i < kEach; ++i) {
-        const json body = {{"folder", folder},
-                           {"name", "c" + std::to_string(c) + "-" + std::to_string(i)},
-                           {"text", "from client " + std::to_string(c)}};
-        const auto result = own.Post("/api/clippings", body.dump(), "application/json");
-        if (result && result->status == 201) ++created;
-      }
-    });
-  }
-  for (auto& client : clients) client.join();
-  EXPECT_EQ(created, kClients * kEach);
+  EXPECT_EQ(AddAtOnce(folder, kClients, kEach), kClients * kEach);
   std::set<std::string> names;
   for (const json& clipping : Get("/api/folders/" + folder + "/clippings").body) {
     names.insert(clipping["name"]);

@@ -3,7 +3,6 @@
 // server connection. Runs against a throwaway server; skipped where none can be started, except
 // under CI.
 #include <set>
-#include <thread>
 
 #include "gateway_fixture.h"
 #include "library/catalog_location.h"
@@ -70,23 +69,7 @@ TEST_F(GatewayServerCatalog, ClientsAddingAtOnceAllGetTheirClippings) {
   const std::string folder = NewFolder("1", "Busy");
   constexpr int kClients = 4;
   constexpr int kEach = 8;
-  std::vector<std::thread> clients;
-  std::atomic<int> created = 0;
-  for (int c = 0; c < kClients; ++c) {
-    clients.emplace_back([&, c] {
-      httplib::Client own("127.0.0.1", port());
-      own.set_read_timeout(60);
-      for (int i = 0; i < kEach; ++i) {
-        const json body = {{"folder", folder},
-                           {"name", "c" + std::to_string(c) + "-" + std::to_string(i)},
-                           {"text", "x"}};
-        const auto result = own.Post("/api/clippings", body.dump(), "application/json");
-        if (result && result->status == 201) ++created;
-      }
-    });
-  }
-  for (auto& client : clients) client.join();
-  EXPECT_EQ(created, kClients * kEach);
+  EXPECT_EQ(AddAtOnce(folder, kClients, kEach), kClients * kEach);
   EXPECT_EQ(Get("/api/folders/" + folder + "/clippings").body.size(),
             static_cast<size_t>(kClients * kEach));
 }

@@ -120,46 +120,40 @@ int ShimUnfetch(sqlite3_file* f, sqlite3_int64 offset, void* p) {
   return Real(f)->pMethods->xUnfetch(Real(f), offset, p);
 }
 
-// Two method tables: one for files whose real methods are version 1 (no shared memory, no
-// mapping), one for the rest; the real file's version decides.
-const sqlite3_io_methods shim_methods_v1 = {1,
-                                            &ShimClose,
-                                            &ShimRead,
-                                            &ShimWrite,
-                                            &ShimTruncate,
-                                            &ShimSync,
-                                            &ShimFileSize,
-                                            &ShimLock,
-                                            &ShimUnlock,
-                                            &ShimCheckReservedLock,
-                                            &ShimFileControl,
-                                            &ShimSectorSize,
-                                            &ShimDeviceCharacteristics,
-                                            nullptr,
-                                            nullptr,
-                                            nullptr,
-                                            nullptr,
-                                            nullptr,
-                                            nullptr};
-const sqlite3_io_methods shim_methods_v3 = {3,
-                                            &ShimClose,
-                                            &ShimRead,
-                                            &ShimWrite,
-                                            &ShimTruncate,
-                                            &ShimSync,
-                                            &ShimFileSize,
-                                            &ShimLock,
-                                            &ShimUnlock,
-                                            &ShimCheckReservedLock,
-                                            &ShimFileControl,
-                                            &ShimSectorSize,
-                                            &ShimDeviceCharacteristics,
-                                            &ShimShmMap,
-                                            &ShimShmLock,
-                                            &ShimShmBarrier,
-                                            &ShimShmUnmap,
-                                            &ShimFetch,
-                                            &ShimUnfetch};
+// The shim's methods for files whose real methods are version 3; files whose real methods are
+// version 1 (no shared memory, no mapping) get the same table cut to version 1. The real file's
+// version decides.
+constexpr sqlite3_io_methods shim_methods_v3 = {3,
+                                                &ShimClose,
+                                                &ShimRead,
+                                                &ShimWrite,
+                                                &ShimTruncate,
+                                                &ShimSync,
+                                                &ShimFileSize,
+                                                &ShimLock,
+                                                &ShimUnlock,
+                                                &ShimCheckReservedLock,
+                                                &ShimFileControl,
+                                                &ShimSectorSize,
+                                                &ShimDeviceCharacteristics,
+                                                &ShimShmMap,
+                                                &ShimShmLock,
+                                                &ShimShmBarrier,
+                                                &ShimShmUnmap,
+                                                &ShimFetch,
+                                                &ShimUnfetch};
+
+constexpr sqlite3_io_methods VersionOne(sqlite3_io_methods methods) {
+  methods.iVersion = 1;
+  methods.xShmMap = nullptr;
+  methods.xShmLock = nullptr;
+  methods.xShmBarrier = nullptr;
+  methods.xShmUnmap = nullptr;
+  methods.xFetch = nullptr;
+  methods.xUnfetch = nullptr;
+  return methods;
+}
+constexpr sqlite3_io_methods shim_methods_v1 = VersionOne(shim_methods_v3);
 
 int ShimOpen(sqlite3_vfs*, sqlite3_filename name, sqlite3_file* file, int flags, int* out_flags) {
   auto* shim = reinterpret_cast<ShimFile*>(file);
