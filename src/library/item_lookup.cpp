@@ -1,8 +1,6 @@
 #include "library/item_lookup.h"
 
 #include "engine/case_folding.h"
-#include "engine/postgres_connect.h"
-#include "engine/sqlite_session.h"
 #include "util/errors.h"
 #include "util/item_id.h"
 #include "util/text.h"
@@ -32,11 +30,9 @@ std::shared_ptr<Folder> FolderOrNothing(Catalog& catalog, const std::string& id)
   try {
     return catalog.read().GetFolder(id, catalog.details());
   } catch (const AutomationError& e) {
-    // A catalog that could not be opened or read says nothing about whether the folder is there.
-    if (e.source() == kSqliteSource || e.source() == kPostgresSource ||
-        e.number() == err::kCatalogCannotBeOpened || e.number() == err::kCatalogDamaged) {
-      throw;
-    }
+    // The read service says "no such folder" with these; any other failure (a catalog that
+    // could not be opened or read) says nothing about whether the folder is there.
+    if (e.number() != err::kObjectVariableNotSet && e.number() != err::kTypeMismatch) throw;
   }
   return nullptr;
 }
