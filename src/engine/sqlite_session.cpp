@@ -347,6 +347,8 @@ RowSet SqliteStatement::Collect(size_t max_rows) {
   bool more = Step();
   const int count = sqlite3_column_count(stmt_);
   std::vector<SqliteColumnKind> kinds;
+  kinds.reserve(static_cast<size_t>(count));
+  rows.columns.reserve(static_cast<size_t>(count));
   for (int i = 0; i < count; ++i) {
     const char* name = sqlite3_column_name(stmt_, i);
     if (name == nullptr) RaiseEngineText("out of memory");  // a result column always has a name
