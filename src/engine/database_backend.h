@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "engine/row_set.h"
+#include "engine/sql_values.h"
 #include "util/variant.h"
 
 namespace clipcat {
@@ -82,6 +83,18 @@ class DatabaseBackend {
     RowSet rows = Query(sql);
     if (max_records > 0 && rows.rows.size() > max_records) rows.rows.resize(max_records);
     return rows;
+  }
+
+  // Execute and QueryAtMost for `sql` written with "?" for each of `values` (sql_values.h): the
+  // same as for the text with the values' literals in their places, which is what these run
+  // unless the engine binds the values itself.
+  virtual void ExecuteWithValues(std::string_view sql, const SqlValues& values) {
+    Execute(SpliceSqlValues(sql, values));
+  }
+  virtual RowSet QueryWithValues(std::string_view sql, const SqlValues& values,
+                                 size_t max_records) {
+    const std::string text = SpliceSqlValues(sql, values);
+    return max_records == 0 ? Query(text) : QueryAtMost(text, max_records);
   }
 
   // Runs exactly one query and answers a cursor over its rows that can add rows to the table the

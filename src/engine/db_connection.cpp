@@ -72,6 +72,16 @@ Recordset DBConnection::GetRecordsetRO(const std::string& sql, size_t max_record
       max_records == 0 ? backend.Query(sql) : backend.QueryAtMost(sql, max_records)));
 }
 
+void DBConnection::ExecuteSQL(const std::string& sql, const SqlValues& values) {
+  Backend().ExecuteWithValues(sql, values);
+}
+
+Recordset DBConnection::GetRecordsetRO(const std::string& sql, const SqlValues& values,
+                                       size_t max_records) {
+  return Recordset(
+      std::make_shared<const RowSet>(Backend().QueryWithValues(sql, values, max_records)));
+}
+
 UpdatableRecordset DBConnection::GetRecordsetRW(const std::string& sql) {
   return UpdatableRecordset(Backend().OpenCursor(sql));
 }

@@ -11,6 +11,7 @@
 
 #include "engine/database_backend.h"
 #include "engine/recordset.h"
+#include "engine/sql_values.h"
 #include "engine/updatable_recordset.h"
 #include "util/variant.h"
 
@@ -63,6 +64,14 @@ class DBConnection {
   // column's declaration, which "max(tWhen)" lacks, and reads such a date as its ISO text, where
   // PostgreSQL answers a Date. Callers convert values worked out so (ToDate, ToBoolean ...).
   Recordset GetRecordsetRO(const std::string& sql, size_t max_records = 0);
+
+  // ExecuteSQL and GetRecordsetRO for a statement written with "?" where each of `values` goes
+  // (sql_values.h): they run as the text with the values' literals in their places would, and
+  // raise what that would raise. An engine that keeps prepared statements reuses one for every
+  // run of the same text, whatever the values. Raises err::kDatabaseError when the places and the
+  // values disagree, running nothing.
+  void ExecuteSQL(const std::string& sql, const SqlValues& values);
+  Recordset GetRecordsetRO(const std::string& sql, const SqlValues& values, size_t max_records = 0);
 
   // Runs one query over a single table and answers a recordset bound to this connection that adds
   // rows to that table. Raises as ExecuteSQL does. From BeginLongValue until its row is updated

@@ -75,6 +75,24 @@ RowSet SqliteBackend::QueryAtMost(std::string_view sql, size_t max_records) {
   return statement.Collect(max_records);
 }
 
+void SqliteBackend::ExecuteWithValues(std::string_view sql, const SqlValues& values) {
+  SqliteSession& session = UsableSession();
+  {
+    SqliteSession::Deadline deadline(session);
+    SqliteStatement statement(session, sql, values);
+    statement.Run();
+  }
+  if (MayChangeSchema(sql)) session.LoadDateColumns();
+}
+
+RowSet SqliteBackend::QueryWithValues(std::string_view sql, const SqlValues& values,
+                                      size_t max_records) {
+  SqliteSession& session = UsableSession();
+  SqliteSession::Deadline deadline(session);
+  SqliteStatement statement(session, sql, values);
+  return statement.Collect(max_records);
+}
+
 std::unique_ptr<RowCursor> SqliteBackend::OpenCursor(std::string_view sql) {
   UsableSession();
   return std::make_unique<SqliteCursor>(session_, sql);

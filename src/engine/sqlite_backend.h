@@ -27,6 +27,9 @@ class SqliteBackend : public DatabaseBackend {
   void Execute(std::string_view sql) override;
   RowSet Query(std::string_view sql) override;
   RowSet QueryAtMost(std::string_view sql, size_t max_records) override;
+  void ExecuteWithValues(std::string_view sql, const SqlValues& values) override;
+  RowSet QueryWithValues(std::string_view sql, const SqlValues& values,
+                         size_t max_records) override;
   std::unique_ptr<RowCursor> OpenCursor(std::string_view sql) override;
   void BeginTransaction() override;
   void CommitTransaction() override;

@@ -3,6 +3,8 @@
 #include <charconv>
 
 #include "engine/sql_tokenizer.h"
+#include "util/date.h"
+#include "util/date_text.h"
 #include "util/text.h"
 
 namespace clipcat {
@@ -67,7 +69,54 @@ std::optional<SqlLiteralValue> LiteralValue(const SqlToken& token) {
   return value;
 }
 
+// The text a string literal written as QuoteStringLiteral writes one stands for. Item text of
+// many kilobytes comes this way, so it is copied a run between quotes at a time.
+std::optional<std::string> QuotedText(std::string_view literal) {
+  if (literal.size() < 2 || literal.front() != '\'' || literal.back() != '\'') return std::nullopt;
+  const std::string_view inside = literal.substr(1, literal.size() - 2);
+  std::string text;
+  text.reserve(inside.size());
+  for (size_t at = 0;;) {
+    const size_t quote = inside.find('\'', at);
+    if (quote == std::string_view::npos) {
+      text.append(inside.substr(at));
+      return text;
+    }
+    if (quote + 1 >= inside.size() || inside[quote + 1] != '\'') return std::nullopt;
+    text.append(inside.substr(at, quote + 1 - at));
+    at = quote + 2;
+  }
+}
+
 }  // namespace
+
+std::optional<std::vector<SqlLiteralValue>> BindableSqlValues(const SqlValues& values) {
+  std::vector<SqlLiteralValue> bound;
+  bound.reserve(values.size());
+  for (const SqlValue& value : values) {
+    SqlLiteralValue out;
+    if (value.kind == SqlValue::Kind::kNumber) {
+      const std::string& digits = value.literal;
+      if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos) {
+        return std::nullopt;
+      }
+      const auto [end, ec] =
+          std::from_chars(digits.data(), digits.data() + digits.size(), out.integer);
+      if (ec != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
+    } else {
+      auto text = QuotedText(value.literal);
+      if (!text) return std::nullopt;
+      out.is_text = true;
+      out.text = std::move(*text);
+      if (value.kind == SqlValue::Kind::kDate) {
+        const auto date = ParseDateText(out.text);
+        if (date && date->IsValid()) out.text = FormatIsoDate(*date);
+      }
+    }
+    bound.push_back(std::move(out));
+  }
+  return bound;
+}
 
 std::optional<ParameterisedSql> ParameteriseSql(std::string_view sql) {
   return ParameteriseSql(sql, TokenizeSql(sql));

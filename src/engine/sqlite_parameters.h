@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "engine/sql_tokenizer.h"
+#include "engine/sql_values.h"
 
 namespace clipcat {
 
@@ -39,5 +40,12 @@ std::optional<ParameterisedSql> ParameteriseSql(std::string_view sql);
 // The same for a statement already lexed: `tokens` are the tokens of `sql`.
 std::optional<ParameterisedSql> ParameteriseSql(std::string_view sql,
                                                 const std::vector<SqlToken>& tokens);
+
+// The values to bind in place of `values`' literals so that a statement runs as it would with
+// the literals spliced in and translated: an integer literal that fits 64 bits, a string
+// literal's text, and a date literal's text as the dialect rewrites it (ISO text for one that
+// reads as a date). Answers nothing when one literal is anything else (Null, a real or signed
+// number): that statement is run from its spliced text.
+std::optional<std::vector<SqlLiteralValue>> BindableSqlValues(const SqlValues& values);
 
 }  // namespace clipcat

@@ -70,6 +70,13 @@ std::string ColumnText(sqlite3_stmt* stmt, int column) {
              : std::string(data, static_cast<size_t>(sqlite3_column_bytes(stmt, column)));
 }
 
+// Start the keys under which statements are kept by the text as the caller wrote it (translated
+// only when first prepared): one written with values apart (sql_values.h), and one whose
+// parameters the caller binds. Neither meets the other, nor a key of a statement kept by its
+// translated text.
+constexpr char kWrittenTextMark = '\x01';
+constexpr char kOwnParametersMark = '\x02';
+
 bool TailIsEmpty(std::string_view tail) {
   for (const SqlToken& token : TokenizeSql(tail)) {
     if (!IsInsignificant(token) && token.text != ";") return false;
@@ -205,57 +212,95 @@ SqliteSession::Deadline::~Deadline() { session_.deadline_set_ = false; }
 
 SqliteStatement::SqliteStatement(SqliteSession& session, std::string_view sql, Reuse reuse)
     : session_(session) {
+  Prepare(sql, reuse);
+}
+
+SqliteStatement::SqliteStatement(SqliteSession& session, std::string_view sql,
+                                 const SqlValues& values)
+    : session_(session) {
+  if (const auto bound = BindableSqlValues(values)) {
+    // Kept by the text as the caller wrote it, translated only when first prepared: the kept
+    // statements are dropped whenever the date columns, the translation's other input, change.
+    std::string key(1, kWrittenTextMark);
+    key += sql;
+    if (PrepareShared(key, bound->size(), false,
+                      [&] { return TranslateSqlForSqlite(sql, session.date_columns()); }) &&
+        BindShared(*bound)) {
+      return;
+    }
+  }
+  Prepare(SpliceSqlValues(sql, values), Reuse::kByValues);
+}
+
+void SqliteStatement::Prepare(std::string_view sql, Reuse reuse) {
+  if (reuse == Reuse::kByText) {
+    std::string key(1, kOwnParametersMark);
+    key += sql;
+    if (PrepareShared(key, 0, true,
+                      [&] { return TranslateSqlForSqlite(sql, session_.date_columns()); })) {
+      return;
+    }
+    PrepareOwn(TranslateSqlForSqlite(sql, session_.date_columns()));
+    return;
+  }
   std::vector<SqlToken> tokens;  // of `sql`, when the translation left it as it was
-  std::string text = TranslateSqlForSqlite(sql, session.date_columns(), tokens);
+  std::string text = TranslateSqlForSqlite(sql, session_.date_columns(), tokens);
   if (reuse == Reuse::kByValues) {
     const auto shared = tokens.empty() ? ParameteriseSql(text) : ParameteriseSql(sql, tokens);
-    if (shared && PrepareShared(*shared)) return;
-  } else if (reuse == Reuse::kByText) {
-    ParameterisedSql kept{std::move(text), {}};
-    if (PrepareShared(kept, /*own_parameters=*/true)) return;
-    text = std::move(kept.text);
+    if (shared &&
+        PrepareShared(shared->text, shared->values.size(), false, [&] { return shared->text; }) &&
+        BindShared(shared->values)) {
+      return;
+    }
   }
   PrepareOwn(text);
 }
 
-bool SqliteStatement::PrepareShared(const ParameterisedSql& sql, bool own_parameters) {
+bool SqliteStatement::PrepareShared(const std::string& key, size_t value_count, bool own_parameters,
+                                    const std::function<std::string()>& text_of) {
   SqliteStatementCache& cache = session_.statement_cache();
-  sqlite3_stmt* stmt = cache.Take(sql.text);
+  sqlite3_stmt* stmt = cache.Take(key);
   bool shared = stmt != nullptr;
   if (stmt == nullptr) {
+    const std::string text = text_of();
     const char* tail = nullptr;
-    const int rc =
-        sqlite3_prepare_v3(session_.db(), sql.text.c_str(), static_cast<int>(sql.text.size()),
-                           SQLITE_PREPARE_PERSISTENT, &stmt, &tail);
-    const bool usable = rc == SQLITE_OK && stmt != nullptr &&
-                        TailIsEmpty(std::string_view(
-                            tail, static_cast<size_t>(sql.text.data() + sql.text.size() - tail))) &&
-                        (own_parameters ||
-                         sqlite3_bind_parameter_count(stmt) == static_cast<int>(sql.values.size()));
+    const int rc = sqlite3_prepare_v3(session_.db(), text.c_str(), static_cast<int>(text.size()),
+                                      SQLITE_PREPARE_PERSISTENT, &stmt, &tail);
+    const bool usable =
+        rc == SQLITE_OK && stmt != nullptr &&
+        TailIsEmpty(
+            std::string_view(tail, static_cast<size_t>(text.data() + text.size() - tail))) &&
+        (own_parameters || sqlite3_bind_parameter_count(stmt) == static_cast<int>(value_count));
     if (!usable) {
       sqlite3_finalize(stmt);
       return false;
     }
-    shared = cache.Put(sql.text, stmt);
-  }
-  for (size_t i = 0; i < sql.values.size(); ++i) {
-    const SqlLiteralValue& value = sql.values[i];
-    const int index = static_cast<int>(i) + 1;
-    const int rc = value.is_text
-                       ? sqlite3_bind_text(stmt, index, value.text.data(),
-                                           static_cast<int>(value.text.size()), SQLITE_TRANSIENT)
-                       : sqlite3_bind_int64(stmt, index, value.integer);
-    if (rc != SQLITE_OK) {
-      if (shared) {
-        cache.Release(stmt);
-      } else {
-        sqlite3_finalize(stmt);
-      }
-      return false;
-    }
+    shared = cache.Put(key, stmt);
   }
   stmt_ = stmt;
   shared_ = shared;
+  return true;
+}
+
+bool SqliteStatement::BindShared(const std::vector<SqlLiteralValue>& values) {
+  for (size_t i = 0; i < values.size(); ++i) {
+    const SqlLiteralValue& value = values[i];
+    const int index = static_cast<int>(i) + 1;
+    const int rc = value.is_text
+                       ? sqlite3_bind_text(stmt_, index, value.text.data(),
+                                           static_cast<int>(value.text.size()), SQLITE_TRANSIENT)
+                       : sqlite3_bind_int64(stmt_, index, value.integer);
+    if (rc != SQLITE_OK) {
+      if (shared_) {
+        session_.statement_cache().Release(stmt_);
+      } else {
+        sqlite3_finalize(stmt_);
+      }
+      stmt_ = nullptr;
+      shared_ = false;
+      return false;
+    }
+  }
   return true;
 }
 
@@ -302,6 +347,8 @@ RowSet SqliteStatement::Collect(size_t max_rows) {
   bool more = Step();
   const int count = sqlite3_column_count(stmt_);
   std::vector<SqliteColumnKind> kinds;
+  kinds.reserve(static_cast<size_t>(count));
+  rows.columns.reserve(static_cast<size_t>(count));
   for (int i = 0; i < count; ++i) {
     const char* name = sqlite3_column_name(stmt_, i);
     if (name == nullptr) RaiseEngineText("out of memory");  // a result column always has a name

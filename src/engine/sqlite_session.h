@@ -7,10 +7,12 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
 #include "engine/row_set.h"
+#include "engine/sql_values.h"
 #include "engine/sqlite_dialect.h"
 #include "engine/sqlite_parameters.h"
 #include "engine/sqlite_statement_cache.h"
@@ -119,6 +121,12 @@ class SqliteStatement {
     kByText,    // a text with parameters of its own, which the caller binds: kept by its text
   };
   SqliteStatement(SqliteSession& session, std::string_view sql, Reuse reuse = Reuse::kByValues);
+  // Prepares `sql`, written with "?" for each of `values` (sql_values.h), to run as the text with
+  // the values' literals in their places would. When every value can be bound, the session keeps
+  // the statement by the text as written and binds the values, lexing and translating the text
+  // only the first time; otherwise the text with the literals spliced in is prepared as above.
+  // Raises as SpliceSqlValues does when the places and the values disagree.
+  SqliteStatement(SqliteSession& session, std::string_view sql, const SqlValues& values);
   ~SqliteStatement();
   SqliteStatement(const SqliteStatement&) = delete;
   SqliteStatement& operator=(const SqliteStatement&) = delete;
@@ -139,12 +147,17 @@ class SqliteStatement {
   void Bind(int index, const Variant& value, bool date_column);
 
  private:
-  // Takes or prepares the session's statement for `sql`'s text and binds its values. Answers
-  // false, holding nothing, when the text does not prepare as one statement with exactly those
-  // parameters: the statement as written then decides (and reports) what happens.
-  // With `own_parameters` the text keeps parameters of its own beyond those values, which the
-  // caller binds.
-  bool PrepareShared(const ParameterisedSql& sql, bool own_parameters = false);
+  // The first constructor's work, for the second's fallback.
+  void Prepare(std::string_view sql, Reuse reuse);
+  // Takes the session's statement kept under `key`, or prepares `text_of()` and keeps it so.
+  // Answers false, holding nothing, when the text does not prepare as one statement with exactly
+  // `value_count` parameters (with `own_parameters`, any number: the caller binds its own): the
+  // statement as written then decides (and reports) what happens.
+  bool PrepareShared(const std::string& key, size_t value_count, bool own_parameters,
+                     const std::function<std::string()>& text_of);
+  // Binds `values` to the statement's parameters in order. Answers false, holding nothing, when
+  // the engine refuses one.
+  bool BindShared(const std::vector<SqlLiteralValue>& values);
   void PrepareOwn(const std::string& text);
 
   SqliteSession& session_;

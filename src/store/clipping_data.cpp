@@ -38,9 +38,9 @@ void DataAccess::WriteClippingDataItems(
     const std::shared_ptr<ClippingDataCollection>& colClippingData, int32_t lClippingID) {
   EnsureCatalogOpen();
   if (colClippingData == nullptr) RaiseRuntimeError(err::kObjectVariableNotSet);
-  const std::string key = SqlNumber(Variant(lClippingID));
   // The old items go even when no new one follows: the collection replaces them all.
-  Connection().ExecuteSQL("Delete From ClippingDataType Where lClippingId=" + key);
+  Connection().ExecuteSQL("Delete From ClippingDataType Where lClippingId=?",
+                          {SqlValue::Number(Variant(lClippingID))});
   InsertDataRows("ClippingDataType", {{"lClippingID", Variant(lClippingID)}}, colClippingData);
 }
 
@@ -70,8 +70,8 @@ void DataAccess::InsertDataRows(const std::string& table,
 std::shared_ptr<ClippingDataCollection> DataAccess::ReadClippingDataItems(int32_t lClippingID) {
   EnsureCatalogOpen();
   auto items = std::make_shared<ClippingDataCollection>();
-  Recordset rs = Connection().GetRecordsetRO("SELECT * FROM ClippingDataType WHERE lClippingID=" +
-                                             SqlNumber(Variant(lClippingID)));
+  Recordset rs = Connection().GetRecordsetRO("SELECT * FROM ClippingDataType WHERE lClippingID=?",
+                                             {SqlValue::Number(Variant(lClippingID))});
   if (rs.Bof() && rs.Eof()) return items;
   Compression compression;
   for (rs.MoveFirst(); !rs.Eof(); rs.MoveNext()) {

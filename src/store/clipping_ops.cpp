@@ -24,15 +24,18 @@ namespace {
 // clipping has the key of a folder of the same catalog.
 constexpr const char* kClippingKeyBase = "Folder";
 
-std::string ClippingInsertSql(const std::string& key, const std::string& folder_key,
-                              const std::string& guid, const std::string& name,
-                              const std::string& description, int32_t status, Date updated) {
-  return "Insert Into Clipping ( lClippingID, lFolderID, sGUID, sName, sDescription, "
-         "iClippingStatus,  tUpdated ) Values ( " +
-         SqlNumber(Variant(key)) + ", " + SqlNumber(Variant(folder_key)) + ", " +
-         SqlText(Variant(guid)) + ", " + SqlText(Variant(name)) + ", " +
-         SqlText(Variant(description)) + ", " + SqlNumber(Variant(status)) + ", " +
-         SqlDate(Variant(updated)) + ") ";
+// The row of a new clipping, as one statement with its values apart.
+void InsertClippingRow(DBConnection& connection, const std::string& key,
+                       const std::string& folder_key, const std::string& guid,
+                       const std::string& name, const std::string& description, int32_t status,
+                       Date updated) {
+  connection.ExecuteSQL(
+      "Insert Into Clipping ( lClippingID, lFolderID, sGUID, sName, sDescription, "
+      "iClippingStatus,  tUpdated ) Values ( ?, ?, ?, ?, ?, ?, ?) ",
+      {SqlValue::Number(Variant(key)), SqlValue::Number(Variant(folder_key)),
+       SqlValue::Text(Variant(guid)), SqlValue::Text(Variant(name)),
+       SqlValue::Text(Variant(description)), SqlValue::Number(Variant(status)),
+       SqlValue::Date(Variant(updated))});
 }
 
 // The clipping key `key` as a number, for the statements that need one. Raises 13 for text that
@@ -72,8 +75,8 @@ std::shared_ptr<Clipping> DataAccess::ReadClippingRow(const Recordset& rs, bool 
 std::shared_ptr<Clipping> DataAccess::GetClipping(const std::string& sClippingID, bool bGetData) {
   EnsureCatalogOpen();
   const std::string key = GetLocalItemID(sClippingID, ExternalCatalogID());
-  Recordset rs = Connection().GetRecordsetRO("SELECT * FROM Clipping WHERE lClippingID=" +
-                                             SqlNumber(Variant(key)));
+  Recordset rs = Connection().GetRecordsetRO("SELECT * FROM Clipping WHERE lClippingID=?",
+                                             {SqlValue::Number(Variant(key))});
   return FirstRow(rs, [&](const Recordset& row) { return ReadClippingRow(row, bGetData); });
 }
 
@@ -114,9 +117,9 @@ bool DataAccess::ClippingNameIsUnique(const std::string& sClippingName,
                                       const std::string& sFolderId) {
   // Runs after the write, so the clipping itself is one of the rows.
   Recordset rs = Connection().GetRecordsetRO(
-      "Select * From Clipping Where sName=" + SqlText(Variant(sClippingName)) + " " +
-      "AND lFolderId=" + SqlNumber(Variant(sFolderId)) + " AND iClippingStatus <>" +
-      kDeletedClippingStatus);
+      std::string("Select * From Clipping Where sName=? AND lFolderId=? AND iClippingStatus <>") +
+          kDeletedClippingStatus,
+      {SqlValue::Text(Variant(sClippingName)), SqlValue::Number(Variant(sFolderId))});
   const bool unique = rs.RecordCount() < 2;
   rs.Close();
   return unique;
@@ -150,9 +153,9 @@ std::shared_ptr<Clipping> DataAccess::AddClipping(const std::shared_ptr<Clipping
       const int32_t key = GetNextID(kClippingKeyBase, oClipping->GUID());
       oClipping->SetID(std::to_string(key));
       oClipping->SetUpdated(StoreKey(), Date::Now());
-      Connection().ExecuteSQL(ClippingInsertSql(oClipping->ID(), folder_key, oClipping->GUID(),
-                                                oClipping->Name(), oClipping->Description(),
-                                                oClipping->ClippingStatus(), oClipping->Updated()));
+      InsertClippingRow(Connection(), oClipping->ID(), folder_key, oClipping->GUID(),
+                        oClipping->Name(), oClipping->Description(), oClipping->ClippingStatus(),
+                        oClipping->Updated());
       WriteClippingDataItems(oClipping->ClippingData(), key);
       WriteClippingText(key, oClipping->Name(), oClipping->Description(),
                         *oClipping->ClippingData());
@@ -248,9 +251,9 @@ bool DataAccess::CanAddClipping(const std::shared_ptr<Clipping>& oClipping,
     // The trial draws its own GUID and time: the caller's clipping is not changed.
     const std::string guid = CreateGUIDString();
     const int32_t key = GetNextID(kClippingKeyBase, guid);
-    Connection().ExecuteSQL(ClippingInsertSql(
-        std::to_string(key), GetLocalItemID(sFolderId, ExternalCatalogID()), guid,
-        oClipping->Name(), oClipping->Description(), oClipping->ClippingStatus(), Date::Now()));
+    InsertClippingRow(Connection(), std::to_string(key),
+                      GetLocalItemID(sFolderId, ExternalCatalogID()), guid, oClipping->Name(),
+                      oClipping->Description(), oClipping->ClippingStatus(), Date::Now());
   });
 }
 

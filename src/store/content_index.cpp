@@ -32,11 +32,9 @@ bool OnServer(DBConnection& connection) { return connection.EngineName() != kSql
 
 std::string Text(const std::string& text) { return SqlText(Variant(text)); }
 
-// The words of `text` for a server's search document. An empty text is written as Null, and a
-// Null part would make the whole document Null: it is the empty vector instead.
-std::string WordVector(const std::string& text) {
-  return "to_tsvector('simple', coalesce(" + Text(FoldedWordsText(text)) + ", ''))";
-}
+// The words of the next value for a server's search document. An empty text is written as
+// Null, and a Null part would make the whole document Null: it is the empty vector instead.
+constexpr const char* kWordVector = "to_tsvector('simple', coalesce(?, ''))";
 
 // A token of the server's parser that no folded word is (folded words hold no "."). It stands
 // between the parts of a document and is taken out again, leaving a gap in the positions: a
@@ -44,21 +42,31 @@ std::string WordVector(const std::string& text) {
 // on SQLite, whose index keeps the three in columns of their own.
 constexpr const char* kPartGap = "'1.5'";
 
-// The search document of a server's index row: the folded words, the name's weighing most.
-std::string ServerDocument(const std::string& name, const std::string& description,
-                           const std::string& text) {
+// The search document of a server's index row, whose values are the folded words of the name,
+// the description and the text: the name's weighing most.
+std::string ServerDocument() {
   const std::string gap = std::string(" || to_tsvector('simple', ") + kPartGap + ") || ";
-  return "ts_delete(setweight(" + WordVector(name) + ", 'A')" + gap + "setweight(" +
-         WordVector(description) + ", 'B')" + gap + WordVector(text) + ", " + kPartGap + ")";
+  return "ts_delete(setweight(" + std::string(kWordVector) + ", 'A')" + gap + "setweight(" +
+         kWordVector + ", 'B')" + gap + kWordVector + ", " + kPartGap + ")";
 }
 
-std::string InsertStatement(DBConnection& connection, int32_t key, const std::string& name,
-                            const std::string& description, const std::string& text) {
+// Writes the index row of clipping `key`. The text goes in as a value of the statement, which
+// the engine binds rather than reads back out of the statement's text.
+void InsertContentRow(DBConnection& connection, int32_t key, const std::string& name,
+                      const std::string& description, const std::string& text) {
   const bool server = OnServer(connection);
-  return std::string("INSERT INTO ClippingText (lClippingID, sName, sDescription, sText") +
-         (server ? ", vDocument" : "") + ") VALUES (" + std::to_string(key) + ", " + Text(name) +
-         ", " + Text(description) + ", " + Text(text) +
-         (server ? ", " + ServerDocument(name, description, text) : "") + ")";
+  SqlValues values{SqlValue::Number(Variant(key)), SqlValue::Text(Variant(name)),
+                   SqlValue::Text(Variant(description)), SqlValue::Text(Variant(text))};
+  if (server) {
+    for (const std::string* part : {&name, &description, &text}) {
+      values.push_back(SqlValue::Text(Variant(FoldedWordsText(*part))));
+    }
+  }
+  connection.ExecuteSQL(std::string("INSERT INTO ClippingText (lClippingID, sName, sDescription, "
+                                    "sText") +
+                            (server ? ", vDocument" : "") + ") VALUES (?, ?, ?, ?" +
+                            (server ? ", " + ServerDocument() : "") + ")",
+                        values);
 }
 
 std::string FilterClause(const ContentFilter& filter) {
@@ -206,8 +214,8 @@ void IndexBatch(DBConnection& connection, int32_t first, int32_t last, Compressi
     const auto found = items.find(key);
     const std::string text =
         found == items.end() ? std::string() : PlainTextOfItems(found->second, kContentTextLimit);
-    connection.ExecuteSQL(InsertStatement(connection, key, ToTextOr(clippings.Value("sName"), ""),
-                                          ToTextOr(clippings.Value("sDescription"), ""), text));
+    InsertContentRow(connection, key, ToTextOr(clippings.Value("sName"), ""),
+                     ToTextOr(clippings.Value("sDescription"), ""), text);
   }
   clippings.Close();
 }
@@ -239,8 +247,9 @@ bool HasContentIndex(DBConnection& connection) {
 
 void WriteContentText(DBConnection& connection, int32_t key, const std::string& name,
                       const std::string& description, const std::string& text) {
-  RemoveContentText(connection, std::to_string(key));
-  connection.ExecuteSQL(InsertStatement(connection, key, name, description, text));
+  connection.ExecuteSQL("DELETE FROM ClippingText WHERE lClippingID = ?",
+                        {SqlValue::Number(Variant(key))});
+  InsertContentRow(connection, key, name, description, text);
 }
 
 void WriteContentNames(DBConnection& connection, const std::string& key_sql,

@@ -172,13 +172,13 @@ int32_t DataAccess::GetNextID(const std::string& sTableBaseName, const std::stri
   if (!known) RaiseRuntimeError(err::kInvalidProcedureCall);
   EnsureCatalogOpen();
   const std::string table = sTableBaseName + "IDGenerator";
-  Connection().ExecuteSQL("Insert Into " + table + " (sGUID) Values ( " + SqlText(sGUID) + " ) ");
-  Recordset rs =
-      Connection().GetRecordsetRO("Select lID From " + table + " Where sGUID=" + SqlText(sGUID));
+  const SqlValues guid{SqlValue::Text(Variant(sGUID))};
+  Connection().ExecuteSQL("Insert Into " + table + " (sGUID) Values ( ? ) ", guid);
+  Recordset rs = Connection().GetRecordsetRO("Select lID From " + table + " Where sGUID=?", guid);
   rs.MoveFirst();
   const int32_t id = rs.Value("lID").ToLong();
   rs.Close();
-  Connection().ExecuteSQL("Delete From " + table + " Where sGUID=" + SqlText(sGUID));
+  Connection().ExecuteSQL("Delete From " + table + " Where sGUID=?", guid);
   return id;
 }
 

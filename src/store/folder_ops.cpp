@@ -26,12 +26,12 @@ std::string DeletedFilter(bool bGetDeletedItems) {
                           : " AND iStatus <> " + std::to_string(kFolderStatusDeleted) + " ";
 }
 
-// One level of children of the folder with local key `key`. Status-4 rows are never listed: the
-// read service hands them out for linked catalogs that cannot be reached.
-std::string ChildFoldersQuery(const std::string& key, bool bIncludeExternalFolders,
-                              bool bGetDeletedItems) {
-  std::string sql = "SELECT * From  Folder WHERE lParentId=" + SqlNumber(Variant(key)) + " " +
-                    "AND NOT iStatus=" + SqlNumber(Variant(kFolderStatusOffline));
+// One level of children of the folder whose local key is the statement's one value. Status-4
+// rows are never listed: the read service hands them out for linked catalogs that cannot be
+// reached. The text is the same for every parent, so the engine prepares it once per tree.
+std::string ChildFoldersQuery(bool bIncludeExternalFolders, bool bGetDeletedItems) {
+  std::string sql = "SELECT * From  Folder WHERE lParentId=? AND NOT iStatus=" +
+                    SqlNumber(Variant(kFolderStatusOffline));
   if (!bIncludeExternalFolders) sql += " AND lExternalCatalogId=0 ";
   sql += DeletedFilter(bGetDeletedItems);
   sql += " ORDER BY sName ASC ";
@@ -218,13 +218,13 @@ std::shared_ptr<Folder> DataAccess::GetChildFolders(const std::shared_ptr<Folder
       SqlNumber(Variant(GetLocalItemID(oFolder->ID(), external_catalog_id_)));
   std::vector<Pending> pending{{oFolder, top_key}};
   std::set<std::string> seen{top_key};
+  const std::string query = ChildFoldersQuery(bIncludeExternalFolders, bGetDeletedItems);
   // One view of the subtree, as GetFolders reads the whole tree.
   Connection().ReadConsistently([&] {
     while (!pending.empty()) {
       Pending current = std::move(pending.back());
       pending.pop_back();
-      Recordset rs = Connection().GetRecordsetRO(
-          ChildFoldersQuery(current.key, bIncludeExternalFolders, bGetDeletedItems));
+      Recordset rs = Connection().GetRecordsetRO(query, {SqlValue::Number(Variant(current.key))});
       auto children = std::make_shared<FolderCollection>();
       std::vector<Pending> found;
       while (!rs.Eof()) {
@@ -251,8 +251,8 @@ std::shared_ptr<Folders> DataAccess::GetChildrenFolders(const std::string& sPare
                                                         bool bGetDeletedItems) {
   EnsureCatalogOpen();
   Recordset rs = Connection().GetRecordsetRO(
-      ChildFoldersQuery(GetLocalItemID(sParentFolderID, external_catalog_id_),
-                        bIncludeExternalFolders, bGetDeletedItems));
+      ChildFoldersQuery(bIncludeExternalFolders, bGetDeletedItems),
+      {SqlValue::Number(Variant(GetLocalItemID(sParentFolderID, external_catalog_id_)))});
   auto folders = Folders::Create();
   while (!rs.Eof()) {
     folders->AddFolder(ReadFolderRow(rs));
@@ -265,8 +265,8 @@ std::shared_ptr<Folders> DataAccess::GetChildrenFolders(const std::string& sPare
 std::shared_ptr<Folder> DataAccess::GetFolder(const std::string& sFolderId) {
   EnsureCatalogOpen();
   Recordset rs = Connection().GetRecordsetRO(
-      "SELECT * From Folder WHERE lFolderId=" +
-      SqlNumber(Variant(GetLocalItemID(sFolderId, external_catalog_id_))));
+      "SELECT * From Folder WHERE lFolderId=?",
+      {SqlValue::Number(Variant(GetLocalItemID(sFolderId, external_catalog_id_)))});
   return FirstRow(rs, [this](const Recordset& row) { return ReadFolderRow(row); });
 }
 

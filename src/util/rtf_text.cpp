@@ -58,6 +58,12 @@ constexpr std::pair<int, int> kCharsetCodepages[] = {
     {162, 1254}, {163, 1258}, {177, 1255}, {178, 1256}, {186, 1257}, {204, 1251},
     {222, 874},  {238, 1250}, {254, 437},  {255, 850}};
 
+// True for the codepages that read the bytes 0x20 to 0x7E as ASCII: the Windows codepages of
+// the Latin, Greek, Cyrillic, Turkish, Hebrew, Arabic, Baltic and Vietnamese scripts, and UTF-8.
+bool AsciiCompatible(int codepage) {
+  return (codepage >= 1250 && codepage <= 1258) || codepage == 65001;
+}
+
 int CodepageOfCharset(int charset) {
   for (const auto& [known, codepage] : kCharsetCodepages) {
     if (known == charset) return codepage;
@@ -496,6 +502,14 @@ class Reader {
   // while the text is visible, and every change of font or visibility comes after a flush.
   void Flush() {
     if (pending_.empty()) return;
+    // Printable ASCII reads the same in every codepage a document can name but the few that
+    // put other characters there: it is emitted as it is, without a converter.
+    if (AsciiCompatible(Codepage()) && std::all_of(pending_.begin(), pending_.end(),
+                                                   [](char c) { return c >= 0x20 && c < 0x7F; })) {
+      for (const char c : pending_) Emit(static_cast<UChar32>(c));
+      pending_.clear();
+      return;
+    }
     units_.clear();
     codepages_.Decode(Codepage(), pending_, units_);
     pending_.clear();

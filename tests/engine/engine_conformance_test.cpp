@@ -537,6 +537,77 @@ TEST_P(EngineConformance, DateLiteralsAtTheEndsOfTheRangeCompareAsDates) {
   EXPECT_EQ(Where("tWhen > '1 Jan 0100' AND tWhen < '31 Dec 9999'"), "1,2,");
 }
 
+// A statement with its values apart runs as the text with their literals spliced in: the same
+// rows for every value (a kept statement must not keep an earlier run's value), dates compared
+// as dates, text that reads as SQL kept as text, and values that cannot be bound (Null, signed
+// or real numbers) still run.
+TEST_P(EngineConformance, StatementsWithValuesApartRunAsTheirSplicedTextRuns) {
+  const std::string insert = "INSERT INTO Item (lId, sName, sCode, tWhen) VALUES (?, ?, ?, ?)";
+  const std::string codes[] = {"a; DELETE FROM Item", "O'Brien -- /* ? */", "?", ":a", "", "  "};
+  for (int32_t key = 1; key <= 6; ++key) {
+    db_.ExecuteSQL(
+        insert, {SqlValue::Number(Variant(key)), SqlValue::Text(Variant("N" + std::to_string(key))),
+                 SqlValue::Text(Variant(codes[key - 1])),
+                 SqlValue::Date(Variant(At(2020, key, 2 * key, key, 0, key)))});
+  }
+  EXPECT_EQ(Keys(), "1,2,3,4,5,6,");
+  const auto where = [&](const std::string& condition, const SqlValues& values) {
+    std::string keys;
+    for (Recordset rs = db_.GetRecordsetRO(
+             "SELECT lId FROM Item WHERE " + condition + " ORDER BY lId", values);
+         !rs.Eof(); rs.MoveNext()) {
+      keys += rs.Value("lId").ToText() + ",";
+    }
+    return keys;
+  };
+  for (int key : {2, 3, 3, 1, 6, 2, 77}) {
+    const SqlValues by_key{SqlValue::Number(Variant(key))};
+    const std::string expected = key == 77 ? "" : std::to_string(key) + ",";
+    EXPECT_EQ(where("lId = ?", by_key), expected);
+    EXPECT_EQ(where("sName = ?", {SqlValue::Text(Variant("n" + std::to_string(key)))}), expected);
+    EXPECT_EQ(where("tWhen = ?", {SqlValue::Date(Variant(At(2020, key, 2 * key, key, 0, key)))}),
+              expected);
+  }
+  for (int key = 1; key <= 6; ++key) {
+    const std::string spliced = codes[key - 1].find_first_not_of(' ') == std::string::npos
+                                    ? "(null),"  // SqlText writes blank text as Null
+                                    : codes[key - 1] + ",";
+    EXPECT_EQ(Column("SELECT sCode FROM Item WHERE lId = " + std::to_string(key)), spliced);
+  }
+  EXPECT_EQ(
+      where("tWhen > ? AND tWhen < ? AND sName <> '?'",
+            {SqlValue::Date(Variant(At(2020, 2, 4, 2))), SqlValue::Date(Variant(At(2020, 5, 1)))}),
+      "2,3,4,");
+  // Not bound, spliced: the answers are still those of the text.
+  EXPECT_EQ(where("lId = ? OR lId = ?",
+                  {SqlValue::Number(Variant("-1")), SqlValue::Number(Variant(" 2.0 "))}),
+            "2,");
+  EXPECT_EQ(where("sCode = ?", {SqlValue::Text(Variant(""))}), "");
+  EXPECT_EQ(where("lId = ?", {SqlValue::Number(Variant(""))}), "");
+  // Places and values that disagree, a second statement, or a parameter of another form: an
+  // error, and nothing runs.
+  const std::string deleted = "DELETE FROM Item WHERE lId = ?";
+  EXPECT_EQ(ErrorOf([&] { db_.ExecuteSQL(deleted, {}); }).number(), err::kDatabaseError);
+  EXPECT_EQ(ErrorOf([&] {
+              db_.ExecuteSQL(deleted, {SqlValue::Number(Variant(1)), SqlValue::Number(Variant(2))});
+            }).number(),
+            err::kDatabaseError);
+  EXPECT_EQ(ErrorOf([&] {
+              db_.ExecuteSQL(deleted + "; DELETE FROM Item", {SqlValue::Number(Variant(1))});
+            }).number(),
+            err::kDatabaseError);
+  EXPECT_EQ(ErrorOf([&] {
+              db_.ExecuteSQL("DELETE FROM Item WHERE lId = ? OR lId = :b",
+                             {SqlValue::Number(Variant(1))});
+            }).number(),
+            err::kDatabaseError);
+  EXPECT_EQ(ErrorOf([&] { db_.ExecuteSQL(deleted, {SqlValue::Number(Variant("1; x"))}); }).number(),
+            err::kTypeMismatch);
+  EXPECT_EQ(Keys(), "1,2,3,4,5,6,");
+  db_.ExecuteSQL(deleted, {SqlValue::Number(Variant(4))});
+  EXPECT_EQ(Keys(), "1,2,3,5,6,");
+}
+
 INSTANTIATE_TEST_SUITE_P(Engines, EngineConformance, ::testing::Values("SQLite", "PostgreSQL"),
                          [](const ::testing::TestParamInfo<std::string>& info) {
                            return info.param;
