@@ -2,7 +2,8 @@
 // (text, RTF, bytes that XML cannot carry), markup characters, carriage returns and tabs in data,
 // names that travel in base64, categories with and without members, a linked catalog, and the
 // trash and versions of an export with history. Every exporter must give these bytes, so that
-// documents written by one version read the same as those written by another.
+// documents written by one version read the same as those written by another, whether the writer
+// holds the whole document or writes it as it reads the catalog.
 #include <fstream>
 #include <regex>
 #include <sstream>
@@ -176,18 +177,28 @@ const char* const kWithHistory =
 
 TEST_F(ExportTextTest, TheWholeCatalogIsWrittenExactlySo) {
   EXPECT_EQ(Normalized(Exported(false)), kWhole);
+  std::ostringstream streamed;
+  WriteCatalogExport(*catalog_, streamed);
+  EXPECT_EQ(Normalized(streamed.str()), kWhole);
 }
 
 TEST_F(ExportTextTest, WithHistoryTheVersionsAndTheTrashAreWrittenExactlySo) {
   EXPECT_EQ(Normalized(Exported(true)), kWithHistory);
+  std::ostringstream streamed;
+  WriteCatalogExport(*catalog_, streamed, {}, true);
+  EXPECT_EQ(Normalized(streamed.str()), kWithHistory);
 }
 
 TEST_F(ExportTextTest, AFileExportHoldsTheSameText) {
-  const std::string path = dir_.File("out.xml");
-  ExportCatalog(*catalog_, {}, true).WriteFile(path);
-  std::ostringstream content;
-  content << std::ifstream(path, std::ios::binary).rdbuf();
-  EXPECT_EQ(content.str(), Exported(true));
+  const std::string held = dir_.File("held.xml");
+  ExportCatalog(*catalog_, {}, true).WriteFile(held);
+  const std::string streamed = dir_.File("streamed.xml");
+  ExportCatalogToFile(*catalog_, streamed, {}, true);
+  for (const std::string& path : {held, streamed}) {
+    std::ostringstream content;
+    content << std::ifstream(path, std::ios::binary).rdbuf();
+    EXPECT_EQ(content.str(), Exported(true)) << path;
+  }
 }
 
 }  // namespace
