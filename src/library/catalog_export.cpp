@@ -2,7 +2,10 @@
 // their members, and linked catalogs.
 #include "library/catalog_export.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <map>
+#include <optional>
 #include <ostream>
 #include <set>
 #include <utility>
@@ -131,6 +134,47 @@ class PrintingSink : public ElementSink {
   std::vector<std::string> open_;  // the names of the open elements; "" for one printed empty
 };
 
+// The ids of the clippings written, compact: a catalog's ids are numbers, kept as such (8 bytes
+// each, sorted once all are in); any other id is kept as text.
+class WrittenIds {
+ public:
+  void Add(const std::string& id) {
+    const std::optional<int64_t> number = Number(id);
+    if (number) {
+      numbers_.push_back(*number);
+      sorted_ = false;
+    } else {
+      others_.insert(id);
+    }
+  }
+
+  bool Holds(const std::string& id) {
+    const std::optional<int64_t> number = Number(id);
+    if (!number) return others_.count(id) > 0;
+    if (!sorted_) {
+      std::sort(numbers_.begin(), numbers_.end());
+      sorted_ = true;
+    }
+    return std::binary_search(numbers_.begin(), numbers_.end(), *number);
+  }
+
+ private:
+  // The id as a number when it is the decimal digits of one, written without leading zeros.
+  static std::optional<int64_t> Number(const std::string& id) {
+    if (id.empty() || id.size() > 18 || (id[0] == '0' && id.size() > 1)) return std::nullopt;
+    int64_t value = 0;
+    for (const char c : id) {
+      if (c < '0' || c > '9') return std::nullopt;
+      value = value * 10 + (c - '0');
+    }
+    return value;
+  }
+
+  std::vector<int64_t> numbers_;
+  bool sorted_ = true;
+  std::set<std::string> others_;
+};
+
 class Exporter {
  public:
   Exporter(Catalog& catalog, bool with_history, ProgressCounter& progress, ElementSink& sink,
@@ -183,7 +227,7 @@ class Exporter {
       sink_.Open(element, clippings.empty() && children.empty());
       for (const auto& clipping : clippings) {
         const pugi::xml_node written = AppendClipping(sink_.Parent(), *clipping);
-        written_.insert(clipping->ID());
+        written_.Add(clipping->ID());
         ++counts_.clippings;
         MarkIfDeleted(written, clipping->ID());
         if (with_history_) AppendVersions(written, clipping->ID());
@@ -278,7 +322,7 @@ class Exporter {
           catalog_.read().GetClippingsFromCategory(category->ID(), false, catalog_.details());
       std::vector<std::string> kept;
       for (const auto& member : *members->Items()) {
-        if (written_.count(member->ID()) > 0) kept.push_back(member->ID());
+        if (written_.Holds(member->ID())) kept.push_back(member->ID());
       }
       progress_.Advance();
       if (kept.empty() && !whole_catalog) continue;
@@ -316,7 +360,7 @@ class Exporter {
   ElementSink& sink_;
   std::map<std::string, TrashEntry> trash_;  // by item id, with history only
   DocumentCounts counts_;
-  std::set<std::string> written_;         // ids of the clippings written
+  WrittenIds written_;                    // the clippings written
   std::vector<std::string>* unreadable_;  // where skipped clippings go; null: raise
 };
 

@@ -155,7 +155,8 @@ TEST_F(DocumentStreamTest, AnOpenedFileImportsAsTheHeldTextDoes) {
       "<data type=\"1\">{\\rtf1 old}</data></version></clipping>"
       "<clipping id=\"3\" name=\"Greeting\" deleted=\"1\" deleted-at=\"2026-02-03 04:05:06\">"
       "<data type=\"2\">gone</data></clipping>"
-      "<folder name=\"Box\" deleted=\"1\"><clipping id=\"4\" name=\"Inside\"/></folder>"
+      "<folder name=\"Box\" deleted=\"1\" deleted-at=\"2026-02-04 00:00:00\" deleted-by=\"bo\">"
+      "<clipping id=\"4\" name=\"Inside\"/></folder>"
       "<folder name=\"Empty\"/></folder></folder>"
       "<category name=\"Work\"><member clipping=\"1\"/><member clipping=\"2\"/>"
       "<member clipping=\"4\"/></category><category name=\"Unused\"/>");
