@@ -154,16 +154,9 @@ std::string MakeImportDocument(const TempDir& dir) {
   }
   const std::string document = dir.File("import.xml");
   clipcat::Catalog catalog(FileDetails(source));
-  clipcat::ExportCatalog(catalog).WriteFile(document);
+  clipcat::ExportCatalogToFile(catalog, document);
   clipcat::ReleaseAccessManager();
   return document;
-}
-
-std::string ReadWhole(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
 }
 
 void Point(Report& report, const std::string& operation, double us, int samples,
@@ -257,7 +250,7 @@ void MeasureOn(const CurveCatalog& catalog, const std::string& document, int siz
 
   clipcat::ReleaseAccessManager();
   const double import_s = Seconds([&] {
-    const clipcat::CatalogDocument parsed = clipcat::ParseDocumentText(ReadWhole(document));
+    const clipcat::CatalogDocument parsed = clipcat::OpenDocumentFile(document);
     clipcat::Catalog target(details);
     clipcat::ImportDocument(target, parsed);
   });

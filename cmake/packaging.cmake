@@ -29,7 +29,7 @@ target_include_directories(clipcat_shared PUBLIC
 target_compile_features(clipcat_shared PUBLIC cxx_std_20)
 # The public headers include nothing but the standard library's.
 target_link_libraries(clipcat_shared PRIVATE Threads::Threads PkgConfig::ZSTD SQLite::SQLite3
-                      PostgreSQL::PostgreSQL ICU::uc pugixml::pugixml)
+                      PostgreSQL::PostgreSQL ICU::uc pugixml::pugixml LibXml2::LibXml2)
 target_link_options(clipcat_shared PRIVATE
                     -Wl,--version-script=${CMAKE_SOURCE_DIR}/cmake/libclipcat.map)
 set_property(TARGET clipcat_shared APPEND PROPERTY LINK_DEPENDS

@@ -24,9 +24,8 @@ bool IsStandardStream(const std::string& file) { return file.empty() || file == 
 
 // Everything `in` holds, read straight into the text: a large document is held once, never as a
 // stream's buffer and a copy of it.
-std::string ReadAll(std::istream& in, size_t expected) {
+std::string ReadAll(std::istream& in) {
   std::string text;
-  text.reserve(expected);
   char buffer[1 << 16];
   while (in.read(buffer, sizeof buffer) || in.gcount() > 0) {
     text.append(buffer, static_cast<size_t>(in.gcount()));
@@ -34,21 +33,13 @@ std::string ReadAll(std::istream& in, size_t expected) {
   return text;
 }
 
-std::string ReadDocumentText(const std::string& file) {
-  if (IsStandardStream(file)) return ReadAll(std::cin, 0);
-  std::ifstream in(file, std::ios::binary);
-  if (!in) throw AutomationError(err::kFileNotFound, kComponentSource, "File not found: " + file);
-  std::error_code error;
-  const auto size = std::filesystem::file_size(file, error);
-  return ReadAll(in, error ? 0 : static_cast<size_t>(size));
-}
-
+// A file is read as a stream (twice: checked, then imported); standard input, which cannot be
+// read twice, is held whole.
 CatalogDocument ReadSource(const std::string& file) {
+  if (IsStandardStream(file)) return ParseDocumentText(ReadAll(std::cin));
   std::error_code error;
-  if (!IsStandardStream(file) && std::filesystem::is_directory(file, error)) {
-    return DocumentFromDirectory(file);
-  }
-  return ParseDocumentText(ReadDocumentText(file), IsStandardStream(file) ? "" : file);
+  if (std::filesystem::is_directory(file, error)) return DocumentFromDirectory(file);
+  return OpenDocumentFile(file);
 }
 
 OnConflict ConflictPolicy(const std::string& name) {
@@ -144,25 +135,36 @@ void ExportCommand(const Context& context, const std::string& file, bool with_hi
     throw UsageError("export --json needs FILE: without one the document is the output");
   }
   Catalog catalog = Catalog::Open(context.location);
-  CatalogDocument document;
   std::vector<std::string> unreadable;
+  std::vector<std::string>* const left_out = skip_damaged ? &unreadable : nullptr;
+  DocumentCounts counts;
   {
     ProgressBar progress("export");
-    document = ExportCatalog(catalog, progress.Reporter(), with_history,
-                             skip_damaged ? &unreadable : nullptr);
+    if (portable) {
+      // Members named by path: the document is made whole, then rewritten.
+      const CatalogDocument document =
+          PortableDocument(ExportCatalog(catalog, progress.Reporter(), with_history, left_out));
+      if (IsStandardStream(file)) {
+        document.Write(context.out);
+      } else {
+        document.WriteFile(file);
+      }
+      counts = document.counts();
+    } else if (IsStandardStream(file)) {
+      counts =
+          WriteCatalogExport(catalog, context.out, progress.Reporter(), with_history, left_out);
+    } else {
+      counts = ExportCatalogToFile(catalog, file, progress.Reporter(), with_history, left_out);
+    }
   }
-  if (portable) document = PortableDocument(document);
-  if (IsStandardStream(file)) {
-    document.Write(context.out);
-  } else {
-    document.WriteFile(file);
+  if (!IsStandardStream(file)) {
     if (context.json) {
       PrintJson(context, {{"file", file},
                           {"portable", portable},
                           {"with_history", with_history},
-                          {"counts", CountsJson(document.counts())}});
+                          {"counts", CountsJson(counts)}});
     } else if (!context.quiet) {
-      context.out << "exported " << DescribeCounts(document.counts()) << " to " << file << "\n";
+      context.out << "exported " << DescribeCounts(counts) << " to " << file << "\n";
     }
   }
   if (unreadable.empty()) return;

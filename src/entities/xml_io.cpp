@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 #include <optional>
+#include <sstream>
 #include <string>
 
 #include "util/base64.h"
@@ -369,6 +370,32 @@ class CrEscapingWriter : public pugi::xml_writer {
 void SaveIndented(const pugi::xml_document& document, std::ostream& out) {
   CrEscapingWriter writer(out);
   document.save(writer, "  ", pugi::format_indent, pugi::encoding_utf8);
+}
+
+void SaveDeclaration(std::ostream& out) { out << "<?xml version=\"1.0\"?>\n"; }
+
+void SaveIndentedElement(pugi::xml_node element, unsigned depth, std::ostream& out) {
+  CrEscapingWriter writer(out);
+  element.print(writer, "  ", pugi::format_indent, pugi::encoding_utf8, depth);
+}
+
+void SaveIndentedStartTag(pugi::xml_node element, unsigned depth, std::ostream& out) {
+  // The element without its children, as pugixml prints an empty one ("<name ... />"), with the
+  // start tag's end in place of the empty element's.
+  pugi::xml_document alone;
+  pugi::xml_node copy = alone.append_child(element.name());
+  for (const pugi::xml_attribute attribute : element.attributes()) copy.append_copy(attribute);
+  std::ostringstream printed;
+  SaveIndentedElement(copy, depth, printed);
+  std::string text = printed.str();
+  constexpr std::string_view kEmptyEnd = " />\n";
+  text.replace(text.size() - kEmptyEnd.size(), kEmptyEnd.size(), ">\n");
+  out << text;
+}
+
+void SaveIndentedEndTag(const char* name, unsigned depth, std::ostream& out) {
+  for (unsigned level = 0; level < depth; ++level) out << "  ";
+  out << "</" << name << ">\n";
 }
 
 std::string DataContent(pugi::xml_node node) {

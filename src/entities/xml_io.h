@@ -47,6 +47,15 @@ void SetDataContent(pugi::xml_node element, std::string_view value);
 // raw and a parser would turn into LF. Text nodes stay inline, so indentation never enters them.
 void SaveIndented(const pugi::xml_document& document, std::ostream& out);
 
+// The same text one piece at a time, for a document written as it is made: the declaration; an
+// element and everything under it at `depth` levels of indentation; the start tag alone of an
+// element whose children are written next (the element itself may hold none yet); the end tag of
+// one. Written in document order, the pieces give exactly what SaveIndented gives for the tree.
+void SaveDeclaration(std::ostream& out);
+void SaveIndentedElement(pugi::xml_node element, unsigned depth, std::ostream& out);
+void SaveIndentedStartTag(pugi::xml_node element, unsigned depth, std::ostream& out);
+void SaveIndentedEndTag(const char* name, unsigned depth, std::ostream& out);
+
 // The element and everything under it as text: no declaration, no indentation, no line breaks.
 std::string Print(pugi::xml_node element);
 

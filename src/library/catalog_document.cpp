@@ -9,10 +9,12 @@
 #include <initializer_list>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "engine/sqlite_file_header.h"
 #include "entities/connection_details.h"
 #include "entities/xml_io.h"
 #include "library/catalog_document_internal.h"
@@ -34,34 +36,6 @@ constexpr unsigned kParseOptions =
 
 // The runtime's "Path/File access error": a file that cannot be written.
 constexpr int32_t kPathFileAccessError = 75;
-
-bool IsBlankText(pugi::xml_node node) {
-  if (node.type() != pugi::node_pcdata && node.type() != pugi::node_cdata) return false;
-  return std::string_view(node.value()).find_first_not_of(" \t\r\n") == std::string_view::npos;
-}
-
-// The element children of `element`, each checked to be one of `allowed`; blank text between
-// them is layout, anything else is refused.
-std::vector<pugi::xml_node> Children(pugi::xml_node element,
-                                     std::initializer_list<const char*> allowed) {
-  std::vector<pugi::xml_node> children;
-  for (pugi::xml_node child : element.children()) {
-    if (IsBlankText(child)) continue;
-    bool known = false;
-    if (child.type() == pugi::node_element) {
-      for (const char* name : allowed) known = known || std::string(child.name()) == name;
-    }
-    if (!known) {
-      InvalidDocument("unexpected " +
-                      (child.type() == pugi::node_element
-                           ? "element <" + std::string(child.name()) + ">"
-                           : std::string("text")) +
-                      " in <" + element.name() + ">");
-    }
-    children.push_back(child);
-  }
-  return children;
-}
 
 int32_t DataType(pugi::xml_node data) {
   const std::string text = RequiredAttribute(data, doc::kType);
@@ -101,78 +75,6 @@ std::shared_ptr<ClippingData> ReadDataItem(pugi::xml_node data) {
 
 [[noreturn]] void CannotWrite(const std::string& file) {
   throw AutomationError(kPathFileAccessError, kComponentSource, "Cannot write " + file);
-}
-
-// Checks the folder tree under the root: one top folder, every folder and clipping readable, no
-// clipping id twice (a portable document has none).
-void CheckTree(pugi::xml_node root, DocumentCounts& counts) {
-  std::set<std::string> clipping_ids;
-  std::vector<pugi::xml_node> pending;
-  for (pugi::xml_node child : Children(root, {doc::kFolder, doc::kCategory, doc::kLink})) {
-    if (std::string(child.name()) == doc::kFolder) pending.push_back(child);
-  }
-  if (pending.size() != 1) InvalidDocument("it must hold exactly one top <folder>");
-  while (!pending.empty()) {
-    const pugi::xml_node folder = pending.back();
-    pending.pop_back();
-    internal::ReadFolder(folder);
-    ++counts.folders;
-    for (pugi::xml_node child : Children(folder, {doc::kFolder, doc::kClipping})) {
-      if (std::string(child.name()) == doc::kFolder) {
-        pending.push_back(child);
-        continue;
-      }
-      const std::string id = child.attribute(doc::kId).value();
-      if (child.attribute(doc::kId) && !clipping_ids.insert(id).second) {
-        InvalidDocument("two clippings have the id " + id);
-      }
-      const std::string name = internal::ReadClipping(child)->Name();
-      ++counts.clippings;
-      std::set<int32_t> numbers;
-      for (pugi::xml_node version : child.children(doc::kVersionElement)) {
-        const int32_t number = internal::ReadVersion(version).first.version;
-        if (!numbers.insert(number).second) {
-          InvalidDocument("clipping \"" + name + "\" has version " + std::to_string(number) +
-                          " twice");
-        }
-        ++counts.versions;
-      }
-      if (internal::IsMarkedDeleted(child)) ++counts.deleted;
-    }
-    if (internal::IsMarkedDeleted(folder)) ++counts.deleted;
-  }
-}
-
-void CheckCategories(pugi::xml_node root, DocumentCounts& counts) {
-  const internal::ClippingReferences references(root);
-  for (pugi::xml_node category : root.children(doc::kCategory)) {
-    RequiredName(category);
-    internal::TextAttribute(category, doc::kDescription);
-    ++counts.categories;
-    std::set<pugi::xml_node> members;
-    for (pugi::xml_node member : Children(category, {doc::kMember})) {
-      if (!members.insert(references.Find(member)).second) {
-        InvalidDocument("a clipping is a member twice: " +
-                        std::string(member.first_attribute().value()));
-      }
-      ++counts.memberships;
-    }
-  }
-}
-
-void CheckLinks(pugi::xml_node root, DocumentCounts& counts) {
-  for (pugi::xml_node link : root.children(doc::kLink)) {
-    RequiredName(link);
-    const auto details = ConnectionDetails::Create();
-    try {
-      RequiredAttribute(link, doc::kConnection);
-      details->SetXML(internal::TextAttribute(link, doc::kConnection));
-    } catch (const AutomationError&) {
-      InvalidDocument("the connection of linked folder \"" + RequiredName(link) +
-                      "\" is not connection details");
-    }
-    ++counts.links;
-  }
 }
 
 }  // namespace
@@ -219,58 +121,6 @@ void SetTextAttribute(pugi::xml_node element, const char* name, const std::strin
 std::string RequiredName(pugi::xml_node element) {
   RequiredAttribute(element, doc::kName);
   return TextAttribute(element, doc::kName);
-}
-
-ClippingReferences::ClippingReferences(pugi::xml_node root) {
-  struct Pending {
-    pugi::xml_node folder;
-    std::string path;  // "" for the top folder, else "A/B/"
-    bool live;
-  };
-  std::vector<Pending> pending;
-  for (pugi::xml_node top : root.children(doc::kFolder)) {
-    pending.push_back({top, "", !top.attribute(doc::kDeleted)});
-  }
-  while (!pending.empty()) {
-    const Pending at = pending.back();
-    pending.pop_back();
-    for (pugi::xml_node child : at.folder.children()) {
-      const bool live = at.live && !child.attribute(doc::kDeleted);
-      const std::string path = at.path + PathStep(TextAttribute(child, doc::kName));
-      if (std::string(child.name()) == doc::kFolder) {
-        pending.push_back({child, path + "/", live});
-        continue;
-      }
-      if (std::string(child.name()) != doc::kClipping) continue;
-      if (const pugi::xml_attribute id = child.attribute(doc::kId)) by_id_[id.value()] = child;
-      if (!live) continue;
-      paths_[child] = path;
-      const auto [it, added] = by_path_.emplace(path, child);
-      if (!added) it->second = pugi::xml_node();
-    }
-  }
-}
-
-pugi::xml_node ClippingReferences::Find(pugi::xml_node member) const {
-  const pugi::xml_attribute id = member.attribute(doc::kMemberClipping);
-  const pugi::xml_attribute path = member.attribute(doc::kMemberPath);
-  if (id && path) InvalidDocument("a member names a clipping both by id and by path");
-  if (!id && !path) {
-    InvalidDocument("<member> without \"" + std::string(doc::kMemberClipping) + "\" or \"" +
-                    doc::kMemberPath + "\"");
-  }
-  const auto& index = id ? by_id_ : by_path_;
-  const std::string key = id ? id.value() : path.value();
-  const auto found = index.find(key);
-  if (found == index.end()) InvalidDocument("a member names no clipping of the document: " + key);
-  if (!found->second) InvalidDocument("a member names a path two clippings share: " + key);
-  return found->second;
-}
-
-std::optional<std::string> ClippingReferences::LivePath(pugi::xml_node clipping) const {
-  const auto found = paths_.find(clipping);
-  if (found == paths_.end()) return std::nullopt;
-  return found->second;
 }
 
 std::shared_ptr<Folder> ReadFolder(pugi::xml_node element) {
@@ -336,6 +186,31 @@ std::optional<Date> DeletedAt(pugi::xml_node element) {
   return when;
 }
 
+void WriteFileInPlace(const std::string& path, const std::function<void(std::ostream&)>& write) {
+  const std::optional<SqliteFileHeader> header = ReadSqliteFileHeader(path);
+  if (header && header->file_size > 0 && !IsForeignFile(*header)) {
+    throw AutomationError(kPathFileAccessError, kComponentSource,
+                          "Cannot write " + path + ": it is a catalog file");
+  }
+  const std::string partial = path + ".partial";
+  try {
+    std::ofstream out(partial, std::ios::binary | std::ios::trunc);
+    if (!out) CannotWrite(partial);
+    write(out);
+    out.flush();
+    if (!out) CannotWrite(partial);
+  } catch (...) {
+    std::remove(partial.c_str());
+    throw;
+  }
+  std::error_code error;
+  std::filesystem::rename(partial, path, error);
+  if (error) {
+    std::remove(partial.c_str());
+    CannotWrite(path);
+  }
+}
+
 }  // namespace internal
 
 CatalogDocument MakeCatalogDocument(pugi::xml_document xml, DocumentCounts counts) {
@@ -362,40 +237,46 @@ CatalogDocument CatalogDocument::Parse(std::string text) {
 }
 
 CatalogDocument CatalogDocument::FromXml(pugi::xml_document xml) {
-  const pugi::xml_node root = xml.child(doc::kRoot);
-  if (!root || root != xml.document_element()) {
-    InvalidDocument("the top element is not <" + std::string(doc::kRoot) + ">");
-  }
-  const std::string version = RequiredAttribute(root, doc::kVersionAttribute);
-  if (version != doc::kVersion) InvalidDocument("version " + version + " is not known");
-
-  DocumentCounts counts;
-  CheckTree(root, counts);
-  CheckCategories(root, counts);
-  CheckLinks(root, counts);
-  return MakeCatalogDocument(std::move(xml), counts);
+  const pugi::xml_node root = xml.document_element();
+  internal::CheckRoot(root);
+  internal::DocumentChecker checker;
+  internal::WalkDocument(root, checker);
+  std::shared_ptr<const internal::CheckedDocument> checked = checker.Finish();
+  CatalogDocument document = MakeCatalogDocument(std::move(xml), checked->counts);
+  document.checked_ = std::move(checked);
+  return document;
 }
 
-void CatalogDocument::Write(std::ostream& out) const { xml::SaveIndented(xml_, out); }
+CatalogDocument CatalogDocument::Open(const std::string& path) {
+  if (!std::ifstream(path, std::ios::binary)) {
+    throw AutomationError(err::kFileNotFound, kComponentSource, "File not found: " + path);
+  }
+  internal::DocumentChecker checker;
+  if (!internal::StreamDocument(path, checker)) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return Parse(std::move(text).str());
+  }
+  std::shared_ptr<const internal::CheckedDocument> checked = checker.Finish();
+  CatalogDocument document;
+  document.file_ = path;
+  document.counts_ = checked->counts;
+  document.checked_ = std::move(checked);
+  return document;
+}
+
+void CatalogDocument::Write(std::ostream& out) const {
+  if (file_.empty()) {
+    xml::SaveIndented(xml_, out);
+    return;
+  }
+  std::ifstream in(file_, std::ios::binary);
+  out << in.rdbuf();
+}
 
 void CatalogDocument::WriteFile(const std::string& path) const {
-  const std::string partial = path + ".partial";
-  {
-    std::ofstream out(partial, std::ios::binary | std::ios::trunc);
-    if (!out) CannotWrite(partial);
-    Write(out);
-    out.flush();
-    if (!out) {
-      std::remove(partial.c_str());
-      CannotWrite(partial);
-    }
-  }
-  std::error_code error;
-  std::filesystem::rename(partial, path, error);
-  if (error) {
-    std::remove(partial.c_str());
-    CannotWrite(path);
-  }
+  internal::WriteFileInPlace(path, [this](std::ostream& out) { Write(out); });
 }
 
 }  // namespace clipcat

@@ -45,6 +45,10 @@
 
 namespace clipcat {
 
+namespace internal {
+struct CheckedDocument;
+}  // namespace internal
+
 // Element and attribute names of the document and its version. Frozen: exported files must stay
 // readable by later versions.
 namespace doc {
@@ -109,11 +113,21 @@ class CatalogDocument {
   // Checks `xml` as Parse checks a text, for documents built from other formats.
   static CatalogDocument FromXml(pugi::xml_document xml);
 
+  // Checks the document in the file `path` as Parse checks a text, but reads the file as a stream
+  // and keeps only what an import needs besides the tree (counts, clipping ids and paths,
+  // categories and links): an import reads the file again, so memory does not grow with the
+  // document. The file must not change until the import is done. A file the stream reader does
+  // not take (see StreamDocument in catalog_document_internal.h) is read whole with Parse instead,
+  // so that every document is refused or taken exactly as Parse does. Raises 53 "File not found:
+  // PATH" (source "clipcat") for a file that cannot be opened, and Parse's errors.
+  static CatalogDocument Open(const std::string& path);
+
   // What the document holds.
   const DocumentCounts& counts() const { return counts_; }
 
   // The document as text: an XML declaration, then the elements indented by two spaces; any XML
-  // parser reads back exactly the names and data it holds.
+  // parser reads back exactly the names and data it holds. A document opened from a file writes
+  // the file's text as it is.
   void Write(std::ostream& out) const;
 
   // Writes the document to the file `path`, first beside it (PATH.partial) and then renamed into
@@ -122,14 +136,22 @@ class CatalogDocument {
   // removed again.
   void WriteFile(const std::string& path) const;
 
-  // The document itself.
+  // The document itself; empty for a document opened from a file (see file()).
   const pugi::xml_document& xml() const { return xml_; }
+
+  // The file the document is read from as a stream by an import; "" for a document held whole.
+  const std::string& file() const { return file_; }
+
+  // What the check kept for an import; null for a document an export made (not checked).
+  const internal::CheckedDocument* checked() const { return checked_.get(); }
 
  private:
   friend CatalogDocument MakeCatalogDocument(pugi::xml_document xml, DocumentCounts counts);
 
   std::unique_ptr<std::string> text_;  // what Parse read, which xml_ points into; else null
   pugi::xml_document xml_;
+  std::string file_;
+  std::shared_ptr<const internal::CheckedDocument> checked_;
   DocumentCounts counts_;
 };
 

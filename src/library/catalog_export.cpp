@@ -2,7 +2,11 @@
 // their members, and linked catalogs.
 #include "library/catalog_export.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <map>
+#include <optional>
+#include <ostream>
 #include <set>
 #include <utility>
 #include <vector>
@@ -69,19 +73,119 @@ size_t CountFolders(const std::shared_ptr<Folder>& top) {
   return count;
 }
 
+// Where the exporter puts the elements it makes, in document order: each is made under Parent();
+// a folder (or the root) is opened before what it holds and closed after it, any other element
+// is handed over once complete.
+class ElementSink {
+ public:
+  virtual ~ElementSink() = default;
+  virtual pugi::xml_node Parent() = 0;
+  // `element`, just made under Parent(), holds what comes until the matching Close(); nothing when
+  // `empty`.
+  virtual void Open(pugi::xml_node element, bool empty) = 0;
+  virtual void Close() = 0;
+  virtual void Done(pugi::xml_node element) = 0;
+};
+
+// The elements kept in one document, for a CatalogDocument held whole.
+class TreeSink : public ElementSink {
+ public:
+  pugi::xml_node Parent() override { return open_.empty() ? xml_ : open_.back(); }
+  void Open(pugi::xml_node element, bool) override { open_.push_back(element); }
+  void Close() override { open_.pop_back(); }
+  void Done(pugi::xml_node) override {}
+  pugi::xml_document TakeDocument() { return std::move(xml_); }
+
+ private:
+  pugi::xml_document xml_;
+  std::vector<pugi::xml_node> open_;
+};
+
+// The elements printed as CatalogDocument::Write prints the whole document, each as soon as it is
+// complete and then dropped: the memory an export needs is that of its largest clipping.
+class PrintingSink : public ElementSink {
+ public:
+  explicit PrintingSink(std::ostream& out) : out_(out) { xml::SaveDeclaration(out_); }
+  pugi::xml_node Parent() override { return scratch_; }
+  void Open(pugi::xml_node element, bool empty) override {
+    if (empty) {
+      xml::SaveIndentedElement(element, Depth(), out_);
+    } else {
+      xml::SaveIndentedStartTag(element, Depth(), out_);
+    }
+    open_.push_back(empty ? "" : element.name());
+    scratch_.reset();
+  }
+  void Close() override {
+    const std::string name = std::move(open_.back());
+    open_.pop_back();
+    if (!name.empty()) xml::SaveIndentedEndTag(name.c_str(), Depth(), out_);
+  }
+  void Done(pugi::xml_node element) override {
+    xml::SaveIndentedElement(element, Depth(), out_);
+    scratch_.reset();
+  }
+
+ private:
+  unsigned Depth() const { return static_cast<unsigned>(open_.size()); }
+
+  std::ostream& out_;
+  pugi::xml_document scratch_;
+  std::vector<std::string> open_;  // the names of the open elements; "" for one printed empty
+};
+
+// The ids of the clippings written, compact: a catalog's ids are numbers, kept as such (8 bytes
+// each, sorted once all are in); any other id is kept as text.
+class WrittenIds {
+ public:
+  void Add(const std::string& id) {
+    const std::optional<int64_t> number = Number(id);
+    if (number) {
+      numbers_.push_back(*number);
+      sorted_ = false;
+    } else {
+      others_.insert(id);
+    }
+  }
+
+  bool Holds(const std::string& id) {
+    const std::optional<int64_t> number = Number(id);
+    if (!number) return others_.count(id) > 0;
+    if (!sorted_) {
+      std::sort(numbers_.begin(), numbers_.end());
+      sorted_ = true;
+    }
+    return std::binary_search(numbers_.begin(), numbers_.end(), *number);
+  }
+
+ private:
+  // The id as a number when it is the decimal digits of one, written without leading zeros.
+  static std::optional<int64_t> Number(const std::string& id) {
+    if (id.empty() || id.size() > 18 || (id[0] == '0' && id.size() > 1)) return std::nullopt;
+    int64_t value = 0;
+    for (const char c : id) {
+      if (c < '0' || c > '9') return std::nullopt;
+      value = value * 10 + (c - '0');
+    }
+    return value;
+  }
+
+  std::vector<int64_t> numbers_;
+  bool sorted_ = true;
+  std::set<std::string> others_;
+};
+
 class Exporter {
  public:
-  Exporter(Catalog& catalog, bool with_history, ProgressCounter& progress,
+  Exporter(Catalog& catalog, bool with_history, ProgressCounter& progress, ElementSink& sink,
            std::vector<std::string>* unreadable = nullptr)
       : catalog_(catalog),
         with_history_(with_history),
         progress_(progress),
-        unreadable_(unreadable) {
-    root_ = xml_.append_child(doc::kRoot);
-    root_.append_attribute(doc::kVersionAttribute).set_value(doc::kVersion);
-  }
+        sink_(sink),
+        unreadable_(unreadable) {}
 
-  CatalogDocument Run(const std::string& folder_id, bool whole_catalog) {
+  DocumentCounts Run(const std::string& folder_id, bool whole_catalog) {
     if (with_history_) {
       for (TrashEntry& entry : catalog_.write().GetTrash(folder_id, catalog_.details())) {
         trash_.emplace(entry.id, std::move(entry));
@@ -91,36 +195,46 @@ class Exporter {
                          ? catalog_.read().GetChildFoldersWithTrash(folder_id, catalog_.details())
                          : catalog_.read().GetChildFolders(folder_id, catalog_.details(), false);
     progress_.AddToTotal(CountFolders(top));
+    pugi::xml_node root = sink_.Parent().append_child(doc::kRoot);
+    root.append_attribute(doc::kVersionAttribute).set_value(doc::kVersion);
+    sink_.Open(root, false);
     AppendTree(top);
     AppendCategories(folder_id, whole_catalog);
     if (whole_catalog) AppendLinks();
-    return MakeCatalogDocument(std::move(xml_), counts_);
+    sink_.Close();
+    return counts_;
   }
 
  private:
   // The folders depth first, each folder's clippings before its child folders, without recursion
-  // so that a deep tree cannot exhaust the stack.
+  // so that a deep tree cannot exhaust the stack. A null folder closes the one last opened.
   void AppendTree(const std::shared_ptr<Folder>& top) {
-    std::vector<std::pair<std::shared_ptr<Folder>, pugi::xml_node>> pending = {{top, root_}};
+    std::vector<std::shared_ptr<Folder>> pending = {top};
     while (!pending.empty()) {
-      auto [folder, under] = pending.back();
+      const auto folder = pending.back();
       pending.pop_back();
-      pugi::xml_node element = under.append_child(doc::kFolder);
+      if (!folder) {
+        sink_.Close();
+        continue;
+      }
+      pugi::xml_node element = sink_.Parent().append_child(doc::kFolder);
       SetTextAttribute(element, doc::kName, folder->Name());
       SetTextAttribute(element, doc::kDescription, folder->Description());
       ++counts_.folders;
       MarkIfDeleted(element, folder->ID());
-      for (const auto& clipping : ReadableClippings(*folder)) {
-        const pugi::xml_node written = AppendClipping(element, *clipping);
-        written_.insert(clipping->ID());
+      const auto clippings = ReadableClippings(*folder);
+      const auto children = folder->ChildFolders()->Snapshot();
+      sink_.Open(element, clippings.empty() && children.empty());
+      for (const auto& clipping : clippings) {
+        const pugi::xml_node written = AppendClipping(sink_.Parent(), *clipping);
+        written_.Add(clipping->ID());
         ++counts_.clippings;
         MarkIfDeleted(written, clipping->ID());
         if (with_history_) AppendVersions(written, clipping->ID());
+        sink_.Done(written);
       }
-      const auto children = folder->ChildFolders()->Snapshot();
-      for (auto it = children.rbegin(); it != children.rend(); ++it) {
-        pending.push_back({*it, element});
-      }
+      pending.push_back(nullptr);
+      for (auto it = children.rbegin(); it != children.rend(); ++it) pending.push_back(*it);
       progress_.Advance();
     }
   }
@@ -208,11 +322,11 @@ class Exporter {
           catalog_.read().GetClippingsFromCategory(category->ID(), false, catalog_.details());
       std::vector<std::string> kept;
       for (const auto& member : *members->Items()) {
-        if (written_.count(member->ID()) > 0) kept.push_back(member->ID());
+        if (written_.Holds(member->ID())) kept.push_back(member->ID());
       }
       progress_.Advance();
       if (kept.empty() && !whole_catalog) continue;
-      pugi::xml_node element = root_.append_child(doc::kCategory);
+      pugi::xml_node element = sink_.Parent().append_child(doc::kCategory);
       SetTextAttribute(element, doc::kName, category->Name());
       SetTextAttribute(element, doc::kDescription, category->Description());
       for (const std::string& id : kept) {
@@ -220,6 +334,7 @@ class Exporter {
             .append_attribute(doc::kMemberClipping)
             .set_value(id.c_str());
       }
+      sink_.Done(element);
       ++counts_.categories;
       counts_.memberships += kept.size();
     }
@@ -231,9 +346,10 @@ class Exporter {
       // The catalog's own top folder is among them and links nothing.
       const auto details = catalog_.read().GetConnectionDetails(folder->ID(), catalog_.details());
       if (!details) continue;
-      pugi::xml_node element = root_.append_child(doc::kLink);
+      pugi::xml_node element = sink_.Parent().append_child(doc::kLink);
       SetTextAttribute(element, doc::kName, folder->Name());
       SetTextAttribute(element, doc::kConnection, details->XML());
+      sink_.Done(element);
       ++counts_.links;
     }
   }
@@ -241,11 +357,10 @@ class Exporter {
   Catalog& catalog_;
   const bool with_history_;
   ProgressCounter& progress_;
+  ElementSink& sink_;
   std::map<std::string, TrashEntry> trash_;  // by item id, with history only
-  pugi::xml_document xml_;
-  pugi::xml_node root_;
   DocumentCounts counts_;
-  std::set<std::string> written_;         // ids of the clippings written
+  WrittenIds written_;                    // the clippings written
   std::vector<std::string>* unreadable_;  // where skipped clippings go; null: raise
 };
 
@@ -256,7 +371,10 @@ namespace internal {
 CatalogDocument ExportTree(Catalog& catalog, const std::string& folder_id, bool whole_catalog,
                            bool with_history, ProgressCounter& progress,
                            std::vector<std::string>* unreadable) {
-  return Exporter(catalog, with_history, progress, unreadable).Run(folder_id, whole_catalog);
+  TreeSink sink;
+  const DocumentCounts counts =
+      Exporter(catalog, with_history, progress, sink, unreadable).Run(folder_id, whole_catalog);
+  return MakeCatalogDocument(sink.TakeDocument(), counts);
 }
 
 }  // namespace internal
@@ -266,6 +384,25 @@ CatalogDocument ExportCatalog(Catalog& catalog, const ProgressCallback& progress
   const std::string top = RequireTopFolder(catalog)->ID();
   ProgressCounter counter(progress, 0);
   return internal::ExportTree(catalog, top, true, with_history, counter, unreadable);
+}
+
+DocumentCounts WriteCatalogExport(Catalog& catalog, std::ostream& out,
+                                  const ProgressCallback& progress, bool with_history,
+                                  std::vector<std::string>* unreadable) {
+  const std::string top = RequireTopFolder(catalog)->ID();
+  ProgressCounter counter(progress, 0);
+  PrintingSink sink(out);
+  return Exporter(catalog, with_history, counter, sink, unreadable).Run(top, true);
+}
+
+DocumentCounts ExportCatalogToFile(Catalog& catalog, const std::string& path,
+                                   const ProgressCallback& progress, bool with_history,
+                                   std::vector<std::string>* unreadable) {
+  DocumentCounts counts;
+  internal::WriteFileInPlace(path, [&](std::ostream& out) {
+    counts = WriteCatalogExport(catalog, out, progress, with_history, unreadable);
+  });
+  return counts;
 }
 
 CatalogDocument ExportFolder(Catalog& catalog, const std::string& folder_id,

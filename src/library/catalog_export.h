@@ -6,6 +6,7 @@
 // Runs inside the caller's request (see catalog.h); not thread-safe.
 #pragma once
 
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,19 @@ namespace clipcat {
 CatalogDocument ExportCatalog(Catalog& catalog, const ProgressCallback& progress = {},
                               bool with_history = false,
                               std::vector<std::string>* unreadable = nullptr);
+
+// The export ExportCatalog makes, written to `out` as it is read instead of held: the text
+// CatalogDocument::Write gives for ExportCatalog's document, byte for byte, with memory that does
+// not grow with the catalog. Answers what was written. On an error, `out` holds part of a document.
+DocumentCounts WriteCatalogExport(Catalog& catalog, std::ostream& out,
+                                  const ProgressCallback& progress = {}, bool with_history = false,
+                                  std::vector<std::string>* unreadable = nullptr);
+
+// WriteCatalogExport into the file `path` the way CatalogDocument::WriteFile writes one: beside it
+// first (PATH.partial), renamed into place once complete, never onto a catalog file; same errors.
+DocumentCounts ExportCatalogToFile(Catalog& catalog, const std::string& path,
+                                   const ProgressCallback& progress = {}, bool with_history = false,
+                                   std::vector<std::string>* unreadable = nullptr);
 
 // The folder `folder_id` with the folders below it: only the categories that hold one of the
 // written clippings, and no links. Errors as ExportCatalog's.

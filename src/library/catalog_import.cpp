@@ -3,9 +3,12 @@
 // process that dies part-way) leaves the catalog as it was.
 #include "library/catalog_import.h"
 
+#include <fstream>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -68,7 +71,21 @@ bool IsNameTaken(const AutomationError& error) {
          error.number() == err::kFolderNameNotUnique;
 }
 
-class Importer {
+// When and by whom an item marked deleted was deleted, as far as the document knows.
+struct Deletion {
+  std::optional<Date> at;
+  bool by_known = false;
+  std::string by;
+};
+
+Deletion DeletionOf(pugi::xml_node element) {
+  return {internal::DeletedAt(element), static_cast<bool>(element.attribute(doc::kDeletedBy)),
+          TextAttribute(element, doc::kDeletedBy)};
+}
+
+// Writes what a walk of the document meets, as it meets it: the folders and clippings in document
+// order, then, with the walk done, the categories and links the check kept.
+class Importer : public internal::DocumentVisitor {
  public:
   Importer(Catalog& catalog, const std::string& target, bool as_child, bool with_history,
            OnConflict on_conflict, ProgressCounter& progress)
@@ -80,17 +97,86 @@ class Importer {
         progress_(progress) {}
 
   ImportResult Run(const CatalogDocument& document) {
-    const pugi::xml_node root = document.xml().child(doc::kRoot);
-    const internal::ClippingReferences references(root);
+    std::unique_ptr<internal::CheckedDocument> own;
+    const internal::CheckedDocument* checked = document.checked();
+    if (checked == nullptr) {
+      // A document an export made: the walk of the check gives the references.
+      internal::DocumentChecker checker;
+      internal::WalkDocument(document.xml().document_element(), checker);
+      own = checker.Finish();
+      checked = own.get();
+    }
     write().WriteAsOneTransaction(target_, details(), [&] {
-      AddTree(root.child(doc::kFolder));
-      AddCategories(root, references);
-      if (!as_child_ && is_top_) AddLinks(root);
+      if (document.file().empty()) {
+        internal::WalkDocument(document.xml().document_element(), *this);
+      } else if (!internal::StreamDocument(document.file(), *this)) {
+        internal::InvalidDocument("the file changed while it was imported: " + document.file());
+      }
+      AddCategories(checked->kept, checked->references);
+      if (!as_child_ && is_top_) AddLinks(checked->kept);
     });
     return result_;
   }
 
+  // The document's top folder goes to the target (merged, or as a new child of it); each folder
+  // below it is added under its parent, and one marked deleted goes to the trash once what is
+  // below it is in. Items marked deleted (and all below them) stay out without history, and those
+  // in the trash are added without name checks: a deleted item may share its name with a live one.
+  void FolderStart(pugi::xml_node element) override {
+    if (open_.empty()) {
+      std::string id;
+      if (as_child_) {
+        id = AddFolder(element, target_, "", false);
+      } else {
+        PrepareMerge(element);
+        id = target_;
+        progress_.Advance();
+      }
+      result_.folder_id = id;
+      open_.push_back({id, "", false, false, {}});
+      return;
+    }
+    const OpenFolder& parent = open_.back();
+    const bool marked = !parent.left_out && internal::IsMarkedDeleted(element);
+    if (parent.left_out || (marked && !with_history_)) {
+      open_.push_back({"", "", false, true, {}});
+      return;
+    }
+    const bool in_trash = parent.in_trash || marked;
+    const std::string id = AddFolder(element, parent.id, parent.path, in_trash);
+    std::optional<Deletion> deletion;
+    if (marked) deletion = DeletionOf(element);
+    open_.push_back(
+        {id, (parent.path.empty() ? "" : parent.path + "/") + PathStep(RequiredName(element)),
+         in_trash, false, std::move(deletion)});
+  }
+
+  void FolderEnd() override {
+    const OpenFolder folder = std::move(open_.back());
+    open_.pop_back();
+    if (folder.deletion) Trash(*folder.deletion, folder.id, true);
+  }
+
+  void Clipping(pugi::xml_node element) override {
+    const size_t number = next_clipping_++;
+    const OpenFolder& folder = open_.back();
+    if (folder.left_out) return;
+    const bool marked = internal::IsMarkedDeleted(element);
+    if (marked && !with_history_) return;
+    const std::string id =
+        AddClipping(element, number, folder.id, folder.path, folder.in_trash || marked);
+    if (marked) Trash(DeletionOf(element), id, false);
+  }
+
  private:
+  struct OpenFolder {
+    std::string id;    // in the catalog
+    std::string path;  // of the folder in the document: "" for the top folder, else "A/B"
+    bool in_trash;
+    bool left_out;                     // below an item marked deleted, without history
+    std::optional<Deletion> deletion;  // for a folder marked deleted
+  };
+
   ClippingDataRead& read() { return catalog_.read(); }
   ClippingDataWrite& write() { return catalog_.write(); }
   const std::shared_ptr<ConnectionDetails>& details() const { return catalog_.details(); }
@@ -158,8 +244,7 @@ class Importer {
   }
 
   // A folder of the document, added under `parent` (the document's folder `in`, "" for its top).
-  // Answers its id. Names in the trash are not checked: a deleted item may share its name with a
-  // live one.
+  // Answers its id.
   std::string AddFolder(pugi::xml_node element, const std::string& parent, const std::string& in,
                         bool in_trash) {
     const auto folder = internal::ReadFolder(element);
@@ -193,10 +278,10 @@ class Importer {
     return "";
   }
 
-  // A clipping of the document, added to `folder` (the document's folder `in`); answers its id,
-  // or "" when left out.
-  std::string AddClipping(pugi::xml_node element, const std::string& folder, const std::string& in,
-                          bool in_trash) {
+  // The document's clipping `number`, added to `folder` (the document's folder `in`); answers its
+  // id, or "" when left out.
+  std::string AddClipping(pugi::xml_node element, size_t number, const std::string& folder,
+                          const std::string& in, bool in_trash) {
     const auto clipping = internal::ReadClipping(element);
     std::string id;
     if (in_trash) {
@@ -215,12 +300,12 @@ class Importer {
         }
         const std::string replaced = Replace(name, folder, *clipping);
         Note(ImportNote::Kind::kReplaced, "clipping", in, name);
-        clippings_[element] = replaced;
+        clippings_[number] = replaced;
         return replaced;
       }
     }
     // Memberships are the live clippings'; the trash keeps none of its own.
-    if (!in_trash) clippings_[element] = id;
+    if (!in_trash) clippings_[number] = id;
     ++result_.counts.clippings;
     progress_.Advance();
     if (!with_history_) return id;
@@ -235,7 +320,8 @@ class Importer {
 
   // Gives the clipping named `name` in `folder` the description and data of `from`; the services
   // keep its old state as a version.
-  std::string Replace(const std::string& name, const std::string& folder, const Clipping& from) {
+  std::string Replace(const std::string& name, const std::string& folder,
+                      const clipcat::Clipping& from) {
     const auto existing = read().GetClippingByName(name, folder, true, details());
     if (!existing) internal::InvalidDocument("no clipping named " + name + " to replace");
     existing->SetDescription(from.Description());
@@ -245,89 +331,21 @@ class Importer {
   }
 
   // Moves an item marked deleted to the trash, with the time and user the document gives.
-  void Trash(pugi::xml_node element, const std::string& id, bool is_folder) {
+  void Trash(const Deletion& deletion, const std::string& id, bool is_folder) {
     if (is_folder) {
       write().DeleteFolder(id, details(), false);
     } else {
       write().DeleteClipping(id, details(), false);
     }
-    const std::optional<Date> at = internal::DeletedAt(element);
-    const pugi::xml_attribute by = element.attribute(doc::kDeletedBy);
-    if (at || by) {
-      write().NoteDeletion(id, at.value_or(Date::Now()), TextAttribute(element, doc::kDeletedBy),
-                           details());
+    if (deletion.at || deletion.by_known) {
+      write().NoteDeletion(id, deletion.at.value_or(Date::Now()), deletion.by, details());
     }
     ++result_.counts.deleted;
     progress_.Advance();
   }
 
-  // Depth first without recursion, in document order.
-  void AddTree(pugi::xml_node top) {
-    if (as_child_) {
-      top_id_ = AddFolder(top, target_, "", false);
-    } else {
-      PrepareMerge(top);
-      top_id_ = target_;
-      progress_.Advance();
-    }
-    result_.folder_id = top_id_;
-    AddBelow(top, top_id_);
-  }
-
-  // What the document's folder `top` holds, into the catalog's folder `top_id`: depth first
-  // without recursion. In each folder the items marked deleted come first, each added and moved
-  // to the trash at once (a folder once what is below it is in), so that a live item of the same
-  // name never meets them; without history they stay out.
-  void AddBelow(pugi::xml_node top, const std::string& top_id) {
-    enum class Kind { kMarkedChildren, kLiveChildren, kTrash };
-    struct Step {
-      Kind kind;
-      pugi::xml_node element;
-      std::string id;
-      bool in_trash;
-      std::string path;  // of the folder in the document: "" for the top folder, else "A/B"
-    };
-    const auto expand = [](std::vector<Step>& steps, pugi::xml_node folder, const std::string& id,
-                           bool in_trash, const std::string& path) {
-      steps.push_back({Kind::kLiveChildren, folder, id, in_trash, path});
-      steps.push_back({Kind::kMarkedChildren, folder, id, in_trash, path});
-    };
-    std::vector<Step> steps;
-    expand(steps, top, top_id, false, "");
-    while (!steps.empty()) {
-      const Step step = steps.back();
-      steps.pop_back();
-      if (step.kind == Kind::kTrash) {
-        Trash(step.element, step.id, true);
-        continue;
-      }
-      std::vector<std::vector<Step>> folders;  // the steps of each child folder, in order
-      for (pugi::xml_node child : step.element.children()) {
-        const std::string name = child.name();
-        if (name != doc::kClipping && name != doc::kFolder) continue;
-        const bool marked = internal::IsMarkedDeleted(child);
-        if (marked != (step.kind == Kind::kMarkedChildren) || (marked && !with_history_)) continue;
-        const bool in_trash = step.in_trash || marked;
-        if (name == doc::kClipping) {
-          const std::string id = AddClipping(child, step.id, step.path, in_trash);
-          if (marked) Trash(child, id, false);
-          continue;
-        }
-        const std::string id = AddFolder(child, step.id, step.path, in_trash);
-        const std::string path =
-            (step.path.empty() ? "" : step.path + "/") + PathStep(RequiredName(child));
-        std::vector<Step>& group = folders.emplace_back();
-        if (marked) group.push_back({Kind::kTrash, child, id, true, path});
-        expand(group, child, id, in_trash, path);
-      }
-      // The first folder's steps go last, so that they are done first.
-      for (auto it = folders.rbegin(); it != folders.rend(); ++it) {
-        steps.insert(steps.end(), it->begin(), it->end());
-      }
-    }
-  }
-
-  void AddCategories(pugi::xml_node root, const internal::ClippingReferences& references) {
+  void AddCategories(const pugi::xml_document& kept,
+                     const internal::ClippingReferences& references) {
     const auto existing = read().GetCategoriesFromFolder(target_, details());
     // Names as the catalog compares them: a category of the document whose name differs from
     // an earlier one's only in case joins that one.
@@ -335,7 +353,7 @@ class Importer {
     for (const auto& category : *existing->Items()) {
       known.push_back({category->Name(), category->ID()});
     }
-    for (pugi::xml_node element : root.children(doc::kCategory)) {
+    for (pugi::xml_node element : kept.children(doc::kCategory)) {
       const std::string raw_name = RequiredName(element);
       const std::string name = FixedName(raw_name);
       std::string id;
@@ -368,8 +386,8 @@ class Importer {
     }
   }
 
-  void AddLinks(pugi::xml_node root) {
-    for (pugi::xml_node element : root.children(doc::kLink)) {
+  void AddLinks(const pugi::xml_document& kept) {
+    for (pugi::xml_node element : kept.children(doc::kLink)) {
       const auto connection = ConnectionDetails::Create();
       connection->SetXML(TextAttribute(element, doc::kConnection));
       const std::string name = RequiredName(element);
@@ -393,9 +411,10 @@ class Importer {
   ProgressCounter& progress_;
   bool is_top_ = false;
   ImportResult result_;
-  std::map<pugi::xml_node, std::string> clippings_;       // document element -> id in the catalog
+  std::vector<OpenFolder> open_;
+  size_t next_clipping_ = 0;                              // the number of the next one met
+  std::map<size_t, std::string> clippings_;               // document's number -> id in the catalog
   std::set<std::pair<std::string, std::string>> joined_;  // clipping, category
-  std::string top_id_;  // the folder that takes the document's top folder
 };
 
 }  // namespace
@@ -415,6 +434,14 @@ ImportResult ImportDocument(Catalog& catalog, const CatalogDocument& document,
                             const ImportOptions& options) {
   const std::string target = into.empty() ? RequireTopFolder(catalog)->ID() : into;
   RequireFolder(catalog, target);
+  if (!document.file().empty() && options.with_history && document.checked()->marked_after_live) {
+    // The trash must go in before live items of the same names, which needs the whole document.
+    std::ifstream in(document.file(), std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return ImportDocument(catalog, CatalogDocument::Parse(std::move(text).str()), into, progress,
+                          options);
+  }
   ProgressCounter counter(progress, internal::ImportSteps(document.counts(), options.with_history));
   return internal::ImportTree(catalog, document, target, false, options.with_history, counter,
                               options.on_conflict);

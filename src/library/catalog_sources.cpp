@@ -296,4 +296,20 @@ CatalogDocument ParseDocumentText(std::string text, const std::string& file_name
   return json ? DocumentFromJson(text) : CatalogDocument::Parse(std::move(text));
 }
 
+CatalogDocument OpenDocumentFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) throw AutomationError(err::kFileNotFound, kComponentSource, "File not found: " + path);
+  char first = ' ';
+  while (in.get(first) && (first == ' ' || first == '\t' || first == '\r' || first == '\n')) {
+  }
+  if (Lower(fs::path(path).extension().string()) != ".json" && !(in && first == '{')) {
+    return CatalogDocument::Open(path);
+  }
+  in.clear();
+  in.seekg(0);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return DocumentFromJson(text.str());
+}
+
 }  // namespace clipcat

@@ -44,4 +44,10 @@ CatalogDocument DocumentFromJson(const std::string& text);
 // white space) with "{", the catalog document's XML otherwise (parsed in place in `text`).
 CatalogDocument ParseDocumentText(std::string text, const std::string& file_name = "");
 
+// The document in the file `path`, told apart as ParseDocumentText tells a text: JSON read whole,
+// the catalog document's XML opened as a stream (CatalogDocument::Open), so that an import of a
+// large file does not hold it. Raises 53 "File not found: PATH" (source "clipcat") for a file that
+// cannot be opened, and the errors of the document's reader.
+CatalogDocument OpenDocumentFile(const std::string& path);
+
 }  // namespace clipcat
