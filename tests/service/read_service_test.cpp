@@ -160,7 +160,12 @@ TEST_F(ReadService, CategoryChangesAreSeenInEveryLinkedCatalogAndAnUnlinkedOneIs
 }
 
 TEST_F(ReadService, ContentSearchCoversEveryCatalogOrWhatTheFolderOrCategoryNames) {
-  const auto found = [&](const ContentSearchOptions& options) {
+  const auto found = [&](const std::string& folder, const std::string& category,
+                         int32_t max_items = 50) {
+    ContentSearchOptions options;
+    options.folder_id = folder;
+    options.category_id = category;
+    options.max_items = max_items;
     Ids ids;
     for (const FoundClipping& hit : read_.FindContent("content", options, personal_)) {
       ids.push_back(hit.clipping->ID());
@@ -168,21 +173,20 @@ TEST_F(ReadService, ContentSearchCoversEveryCatalogOrWhatTheFolderOrCategoryName
     return Sorted(ids);
   };
   // Every catalog, the linked ones with their own ids; the limit holds over all of them.
-  EXPECT_EQ(found({}), Sorted({l_.root_note, l_.dear, l_.yours, l_.top_note, l_.shared_note,
-                               l_.deep_note, l_.bee_note}));
-  EXPECT_EQ(found({.max_items = 2}).size(), 2u);
+  EXPECT_EQ(found("", ""), Sorted({l_.root_note, l_.dear, l_.yours, l_.top_note, l_.shared_note,
+                                   l_.deep_note, l_.bee_note}));
+  EXPECT_EQ(found("", "", 2).size(), 2u);
   // A linked folder of the personal catalog: the whole catalog it links.
-  EXPECT_EQ(found({.folder_id = l_.a.linked->ID()}),
-            Sorted({l_.top_note, l_.shared_note, l_.deep_note}));
+  EXPECT_EQ(found(l_.a.linked->ID(), ""), Sorted({l_.top_note, l_.shared_note, l_.deep_note}));
   // A category alone: its members, in its own catalog.
   const auto b = OpenDirect(l_.b.path);
   const std::string bees = b->AddCategory(Named<Category>("Bees"), "1")->ID();
   b->CloseCatalog();
   write_.AddClippingToCategory(l_.bee_note, l_.b.Item(bees), personal_);
-  EXPECT_EQ(found({.category_id = l_.b.Item(bees)}), Ids{l_.bee_note});
+  EXPECT_EQ(found("", l_.b.Item(bees)), Ids{l_.bee_note});
   // A linked catalog's index is rebuilt through any of its ids, and finds the same.
   write_.RebuildContentIndex(l_.b.Root(), personal_, {});
-  EXPECT_EQ(found({.folder_id = l_.b.Root()}), Ids{l_.bee_note});
+  EXPECT_EQ(found(l_.b.Root(), ""), Ids{l_.bee_note});
 }
 
 }  // namespace

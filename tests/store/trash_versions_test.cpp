@@ -645,11 +645,12 @@ TEST_P(TrashVersionsTest, AMemberWhoMayNotUpgradeAnEarlierFormatWorksWithoutItsL
   const std::string no_versions =
       "This catalog's format keeps no versions; open it with a writer to upgrade it.";
   EXPECT_EQ(ErrorOf([&] { access_->SetMaximumVersions(3); }).description(), no_versions);
-  EXPECT_EQ(
-      ErrorOf([&] {
-        access_->AddClippingVersion(kept, ClippingVersion{.version = 1}, MakeItems({{2, "x"}}));
-      }).description(),
-      no_versions);
+  ClippingVersion first;
+  first.version = 1;
+  EXPECT_EQ(ErrorOf([&] {
+              access_->AddClippingVersion(kept, first, MakeItems({{2, "x"}}));
+            }).description(),
+            no_versions);
   EXPECT_EQ(ErrorOf([&] { access_->NoteDeletion(gone, Date::Now(), "ann"); }).description(),
             "The item " + gone + " is not an entry of the trash.");
   const AutomationError search =
