@@ -324,8 +324,7 @@ std::shared_ptr<ConnectionDetails> ClippingDataRead::GetConnectionDetails(
   int32_t catalog_id = CatalogIDOf(sFolderId);
   if (catalog_id == 0) catalog_id = Require(catalog->GetFolder(sFolderId))->ExternalCatalogID();
   if (catalog_id == 0) return nullptr;  // a folder of the default catalog links no catalog
-  const auto external = catalog->GetExternalCatalog(catalog_id);
-  if (!external) return nullptr;
+  const auto external = catalog->GetExternalCatalog(catalog_id);  // raises 3021 for none
   const auto details = ConnectionDetails::Create();
   details->SetXML(external->ConnectionStringXML());
   return details;

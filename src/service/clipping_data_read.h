@@ -163,7 +163,8 @@ class ClippingDataRead {
   std::shared_ptr<Folders> GetLinkingFolders(const Connection& oDefaultConnection);
 
   // The connection details of the catalog that holds sFolderId (for a linked folder of the
-  // default catalog, the catalog it links), or nullptr.
+  // default catalog, the catalog it links); nullptr for a folder of the default catalog that
+  // links none. Raises 3021 for an id of a catalog that is not linked.
   std::shared_ptr<ConnectionDetails> GetConnectionDetails(const std::string& sFolderId,
                                                           const Connection& oDefaultConnection);
   std::shared_ptr<ExternalCatalogCollection> GetExternalCatalogs(

@@ -37,10 +37,10 @@ Problems CatalogHeaderProblems(const SqliteFileHeader& header) {
   return problems;
 }
 
-// The value of the column named n in the first row of `sql`; 0 when there is no row.
+// The value of the column named n in the one row of `sql` (a count or a pragma's value).
 int64_t Number(DBConnection& connection, const std::string& sql) {
   Recordset rs = connection.GetRecordsetRO(sql);
-  const int64_t value = rs.Eof() ? 0 : static_cast<int64_t>(rs.Value("n").ToDouble());
+  const int64_t value = static_cast<int64_t>(rs.Value("n").ToDouble());
   rs.Close();
   return value;
 }
@@ -107,7 +107,7 @@ Problems QuickCheckProblems(DBConnection& connection) {
 // The text encoding of the open file, as the engine reads it from the header.
 Problems EncodingProblems(DBConnection& connection) {
   Recordset rs = connection.GetRecordsetRO("SELECT encoding AS e FROM pragma_encoding");
-  const std::string encoding = rs.Eof() ? "" : ToTextOr(rs.Value("e"), "");
+  const std::string encoding = ToTextOr(rs.Value("e"), "");
   rs.Close();
   if (encoding == "UTF-8") return {};
   return {"the header's text encoding " + encoding + " is not a catalog's (UTF-8)"};

@@ -56,7 +56,7 @@ const std::string& DataAccess::ActingUser() {
     acting_user_ = CurrentLoginName();
   } else {
     Recordset rs = Connection().GetRecordsetRO("SELECT current_user AS sUser");
-    acting_user_ = rs.Eof() ? "" : ToTextOr(rs.Value("sUser"), "");
+    acting_user_ = ToTextOr(rs.Value("sUser"), "");
     rs.Close();
   }
   if (acting_user_.empty()) acting_user_ = "?";

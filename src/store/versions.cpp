@@ -90,7 +90,7 @@ void DataAccess::RecordVersion(const std::string& key, bool writes_data, const s
   }
   Recordset last = Connection().GetRecordsetRO(
       "SELECT MAX(lVersion) AS lLast FROM ClippingVersion WHERE lClippingID=" + key);
-  const int32_t version = (last.Eof() ? 0 : ToLongOr(last.Value("lLast"), 0)) + 1;
+  const int32_t version = ToLongOr(last.Value("lLast"), 0) + 1;  // MAX of no rows: Null
   last.Close();
   const std::string number = std::to_string(version);
   Connection().ExecuteSQL(

@@ -45,12 +45,24 @@ TEST(CatalogDocument, ParseCountsEverythingAndWhatIsWrittenReadsBackTheSame) {
   const std::string written = Written(document);
   EXPECT_EQ(written.rfind("<?xml version=\"1.0\"", 0), 0u) << written;
   EXPECT_EQ(Written(CatalogDocument::Parse(written)), written);
+
+  // Blanks alone in an element are layout, data may come as CDATA, and what was deleted (a time
+  // is not required) counts apart from the folders and clippings it holds.
+  const CatalogDocument trash = CatalogDocument::Parse(
+      Document("<folder name=\"Top\"><clipping name=\"A\"><data type=\"2\"><![CDATA[x<y]]>"
+               "</data></clipping><folder name=\"Gone\" deleted=\"1\"> </folder></folder>"));
+  EXPECT_EQ(trash.counts().folders, 2u);
+  EXPECT_EQ(trash.counts().clippings, 1u);
+  EXPECT_EQ(trash.counts().deleted, 1u);
+  EXPECT_NE(Written(trash).find("<![CDATA[x<y]]>"), std::string::npos) << Written(trash);
 }
 
 TEST(CatalogDocument, EveryFaultIsRefusedWithWhatIsWrong) {
   const std::string clipping = "<folder name=\"T\"><clipping id=\"1\" name=\"A\">";
+  const std::string version = "<version saved=\"2026-01-02 03:04:05\" name=\"A\" number=\"";
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"<other/>", "the top element is not <clipcat-catalog>"},
+      {"<other/>" + Document(kTree), "the top element is not <clipcat-catalog>"},
       {"<clipcat-catalog version=\"2\">" + kTree + "</clipcat-catalog>", "version 2 is not known"},
       {Document(kTree + kTree), "it must hold exactly one top <folder>"},
       {Document("<folder/>"), "<folder> without \"name\""},
@@ -62,8 +74,23 @@ TEST(CatalogDocument, EveryFaultIsRefusedWithWhatIsWrong) {
        "two clippings have the id 1"},
       {Document(clipping + "<data type=\"2x\"/></clipping></folder>"),
        "data type \"2x\" is not a positive number"},
+      {Document(clipping + "<data type=\"\"/></clipping></folder>"),
+       "data type \"\" is not a positive number"},
+      {Document(clipping + "<data type=\"2147483648\"/></clipping></folder>"),
+       "data type \"2147483648\" is not a positive number"},
       {Document(clipping + "<data type=\"2\" encoding=\"base64\">!!</data></clipping></folder>"),
        "data in base64 that does not decode"},
+      {Document(clipping + "<data type=\"2\">x<b/></data></clipping></folder>"),
+       "<data> holds more than text"},
+      {Document(clipping + version + "\"/></clipping></folder>"),
+       "version number \"\" is not a positive number"},
+      {Document(clipping + version + "1x\"/></clipping></folder>"),
+       "version number \"1x\" is not a positive number"},
+      {Document(clipping + version + "2147483648\"/></clipping></folder>"),
+       "version number \"2147483648\" is not a positive number"},
+      {Document("<folder name=\"T\"><clipping name=\"D\"/><clipping name=\"D\"/></folder>"
+                "<category name=\"C\"><member path=\"D\"/></category>"),
+       "a member names a path two clippings share: D"},
       {Document(kTree + "<category name=\"C\"><member clipping=\"z\"/></category>"),
        "a member names no clipping of the document: z"},
       {Document(kTree + "<category name=\"C\"><member path=\"Sub/A\"/></category>"),

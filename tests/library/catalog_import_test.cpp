@@ -5,6 +5,7 @@
 
 #include "library/catalog_export.h"
 #include "library/item_lookup.h"
+#include "library/trash_and_versions.h"
 #include "library_fixture.h"
 #include "util/errors.h"
 
@@ -99,6 +100,38 @@ TEST_F(CatalogImportTest, AnImportRefusedHalfwayLeavesTheCatalogAsItWas) {
   EXPECT_EQ(ErrorOf([&] { ImportDocument(*catalog_, late, "999"); }).description(),
             "no folder has the id 999");
   EXPECT_EQ(ExportText(), before);
+}
+
+TEST_F(CatalogImportTest, NamesAreFixedUpCategoriesOfOneNameJoinOnceAndTheTrashKeepsItsUser) {
+  // Control characters of every kind (C0, DEL, C1) in the top folder's and a clipping's names; two
+  // categories the catalog takes for one; a deleted clipping whose time is not known.
+  const CatalogDocument document = CatalogDocument::Parse(
+      "<clipcat-catalog version=\"1\"><folder name=\"Tab&#9;top\">"
+      "<clipping id=\"1\" name=\"del&#127;C1&#133;end\"/>"
+      "<clipping id=\"2\" name=\"Old\" deleted=\"1\" deleted-by=\"ann\"/></folder>"
+      "<category name=\"Work\"><member clipping=\"1\"/></category>"
+      "<category name=\"WORK\"><member clipping=\"1\"/></category></clipcat-catalog>");
+  const ImportResult result = ImportDocument(Open(NewCatalog("fixed.db", "Placeholder")), document,
+                                             "", {}, ImportOptions{.with_history = true});
+  EXPECT_EQ(Counted(result.counts), (Counts{0, 2, 1, 1, 0}));
+  std::vector<std::string> notes;
+  for (const ImportNote& note : result.notes) {
+    EXPECT_EQ(note.kind, ImportNote::Kind::kNameFixed);
+    notes.push_back(note.what + ":" + note.new_name);
+  }
+  EXPECT_EQ(notes, (std::vector<std::string>{"folder:Tab top", "clipping:del C1 end"}));
+  EXPECT_EQ(RequireTopFolder(*catalog_)->Name(), "Tab top");
+  const std::vector<TrashEntry> trash = ListTrash(*catalog_);
+  ASSERT_EQ(trash.size(), 1u);
+  EXPECT_EQ(trash[0].name, "Old");
+  EXPECT_EQ(trash[0].deleted_by, "ann");
+  EXPECT_TRUE(trash[0].deleted.has_value()) << "deleted now, for want of a time";
+
+  // The top folder of a new catalog takes the document's description under the same name.
+  ImportDocument(Open(NewCatalog("described.db", "Mine")),
+                 CatalogDocument::Parse("<clipcat-catalog version=\"1\"><folder name=\"Mine\" "
+                                        "description=\"kept\"/></clipcat-catalog>"));
+  EXPECT_EQ(RequireTopFolder(*catalog_)->Description(), "kept");
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 // imports that meet names already taken (fail, skip, replace, rename) and still add everything or
 // nothing; names old catalogs may hold (empty, blank, control characters) exported and fixed up on
 // import; and documents made from a directory of files or from JSON.
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -264,6 +266,9 @@ TEST_F(TransferFormatsTest, ADirectoryBecomesFoldersAndClippingsTypedByExtension
   write(root / ".hidden.txt", "secret");
   write(root / ".git" / "config", "x");
   write(root / "Mail" / "Replies" / "Thanks.txt", "thanks");
+  // Neither a link to a folder (it could lead back up) nor a named pipe is read.
+  fs::create_directory_symlink(root / "Mail", root / "Again");
+  ASSERT_EQ(mkfifo((root / "pipe").c_str(), 0600), 0);
   EXPECT_EQ(DataTypeOfFile("a.Rtf"), 1);
 
   Open(NewCatalog("dir.db", "Mine"));
@@ -284,13 +289,15 @@ TEST_F(TransferFormatsTest, ADirectoryBecomesFoldersAndClippingsTypedByExtension
   EXPECT_EQ(Content(FolderId(FolderId("1", "Mail"), "Replies"), "Thanks"), "thanks");
   EXPECT_EQ(Content("1", ".hidden"), "<none>");
   EXPECT_TRUE(FolderId("1", ".git").empty());
+  EXPECT_TRUE(FolderId("1", "Again").empty());
 
   EXPECT_EQ(RaisedNumber([&] { DocumentFromDirectory(dir_.File("missing")); }), err::kFileNotFound);
 }
 
 TEST_F(TransferFormatsTest, AJsonDocumentGivesItsTreeItemsAndCategories) {
   const std::string json = R"({
-    "clippings": [{"name": "Top", "items": [{"type": "text", "text": "at the top"}]}],
+    "clippings": [{"name": "Top", "description": null,
+                   "items": [{"type": "text", "text": "at the top"}]}],
     "folders": [{"name": "Mail", "description": "letters", "clippings": [
         {"name": "Sig", "description": "d", "items": [
           {"type": "text", "text": "Regards"}, {"type": "rtf", "text": "{\\rtf1 R}"},
@@ -310,6 +317,9 @@ TEST_F(TransferFormatsTest, AJsonDocumentGivesItsTreeItemsAndCategories) {
   EXPECT_EQ(sig->ClippingData()->Item(2)->RawData(), "{\\rtf1 R}");
   EXPECT_EQ(sig->ClippingData()->Item(3)->RawData(), std::string("\x00\x01", 2));
   EXPECT_EQ(Content("1", "Top"), "at the top");
+  EXPECT_EQ(
+      catalog_->read().GetClippingByName("Top", "1", true, catalog_->details())->Description(), "")
+      << "null is no value";
   // Chosen by content as well as by name.
   EXPECT_EQ(ParseDocumentText("  " + json).counts().clippings, 3u);
 
@@ -323,6 +333,21 @@ TEST_F(TransferFormatsTest, AJsonDocumentGivesItsTreeItemsAndCategories) {
        "item 1 of clipping \"A\" needs either \"text\" or \"base64\""},
       {"{\"categories\": [{\"name\": \"C\", \"members\": [\"Nowhere\"]}]}",
        "not a clipcat catalog document: a member names no clipping of the document: Nowhere"},
+      {"[]", "the document is not an object"},
+      {"{\"clippings\": [\"A\"]}", "clipping 1 of the document is not an object"},
+      {"{\"folders\": [{\"name\": 7}]}", "\"name\" of folder 1 of the document is not a string"},
+      {"{\"clippings\": [{\"name\": \"A\", \"items\": [{\"text\": \"x\"}]}]}",
+       "item 1 of clipping \"A\" has no \"type\""},
+      {"{\"clippings\": [{\"name\": \"A\", \"items\": [{\"type\": 0, \"text\": \"\"}]}]}",
+       "the type of item 1 of clipping \"A\" is not a positive number"},
+      {"{\"clippings\": [{\"name\": \"A\", \"items\": [{\"type\": 1.5, \"text\": \"\"}]}]}",
+       "the type of item 1 of clipping \"A\" is not a positive number"},
+      {"{\"clippings\": [{\"name\": \"A\", \"items\": [{\"type\": 2147483648, \"text\": \"\"}]}]}",
+       "the type of item 1 of clipping \"A\" is not a positive number"},
+      {"{\"clippings\": [{\"name\": \"A\", \"items\": [{\"type\": 2, \"base64\": \"!\"}]}]}",
+       "the base64 of item 1 of clipping \"A\" does not decode"},
+      {"{\"categories\": [{\"name\": \"C\", \"members\": [1]}]}",
+       "a member of category \"C\" is not a path"},
   };
   for (const auto& [text, what] : faults) {
     const AutomationError error = ErrorOf([&, text = text] { DocumentFromJson(text); });

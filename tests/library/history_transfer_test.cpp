@@ -147,6 +147,38 @@ TEST_F(HistoryTransferTest, WithoutHistoryTheTrashAndVersionsStayOut) {
   EXPECT_TRUE(Versions("Letter (renamed)").empty());
 }
 
+TEST_F(HistoryTransferTest, ADiffComparesTheNewestOrTheGivenVersionsAndDurationsReadAsDays) {
+  const auto lines = [](const std::vector<DiffLine>& diff) {
+    std::string out;
+    for (const DiffLine& line : diff) {
+      out += (line.kind == DiffLine::Kind::kKept      ? " "
+              : line.kind == DiffLine::Kind::kRemoved ? "-"
+                                                      : "+") +
+             line.text + "\n";
+    }
+    return out;
+  };
+  EXPECT_EQ(lines(DiffVersions(*catalog_, letter_, std::nullopt, std::nullopt)),
+            "-second text\n+third\n+text\n");
+  EXPECT_EQ(lines(DiffVersions(*catalog_, letter_, 1, 2)), "-first text\n+second text\n");
+  const std::string fresh = AddClipping("1", "Fresh");
+  const AutomationError none = ErrorOf([&] { DiffVersions(*catalog_, fresh, std::nullopt, {}); });
+  EXPECT_EQ(none.number(), err::kInvalidProcedureCall);
+  EXPECT_EQ(none.description(), "clipping " + fresh + " has no versions yet");
+
+  for (const auto& [text, days] : std::vector<std::pair<std::string, int32_t>>{
+           {"45", 45}, {"30d", 30}, {"2w", 14}, {"49h", 2}, {"23h", 0}, {"999999d", 999999}}) {
+    EXPECT_EQ(ParseDays(text), days) << text;
+  }
+  for (const std::string text : {"", "d", "1234567", "5x", "3dd", "-1", "2 w"}) {
+    const AutomationError error = ErrorOf([&] { ParseDays(text); });
+    EXPECT_EQ(error.number(), err::kInvalidProcedureCall) << text;
+    EXPECT_EQ(error.description(),
+              "a duration is a number with d (days), w (weeks) or h (hours), such as 30d: \"" +
+                  text + "\"");
+  }
+}
+
 TEST_F(HistoryTransferTest, ARefusedImportWithHistoryLeavesNothing) {
   const CatalogDocument document = ExportCatalog(*catalog_, {}, true);
   Open(NewCatalog("target.db", "Other"));

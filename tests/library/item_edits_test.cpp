@@ -4,6 +4,7 @@
 // doing what their in-process callers ask; a removal is described before it is made.
 #include "library/item_edits.h"
 
+#include "library/item_lookup.h"
 #include "library_fixture.h"
 #include "util/errors.h"
 
@@ -88,6 +89,27 @@ TEST_F(ItemEditsTest, ARemovalIsDescribedBeforeItIsMade) {
   EXPECT_EQ(RaisedNumber([&] { DescribeRemoval(*catalog_, "999"); }), err::kInvalidProcedureCall);
 }
 
+TEST_F(ItemEditsTest, IdsAreNumbersOrTaggedNumbersAndAnythingElseIsRefusedAsNoId) {
+  for (const auto& [text, is_id] : std::vector<std::pair<std::string, bool>>{{"12", true},
+                                                                             {"P1C12", true},
+                                                                             {"p1c12", true},
+                                                                             {"P1c12", true},
+                                                                             {"", false},
+                                                                             {"P1", false},
+                                                                             {"PC1", false},
+                                                                             {"P1X2", false},
+                                                                             {"P1C", false},
+                                                                             {"1a", false},
+                                                                             {"Letters", false}}) {
+    EXPECT_EQ(IsItemIdForm(text), is_id) << text;
+  }
+  const std::string refusal =
+      "\"Letters\" is not an id: ids are numbers such as 12 (P1C12 for an item of a linked "
+      "catalog)";
+  EXPECT_EQ(ErrorOf([&] { RequireFolder(*catalog_, "Letters"); }).description(), refusal);
+  EXPECT_EQ(ErrorOf([&] { RequireClipping(*catalog_, "Letters", false); }).description(), refusal);
+}
+
 TEST_F(ItemEditsTest, TaggingIsIdempotentAndMatchesNamesAsTheCatalogFoldsThem) {
   const std::string first = AddClipping(letters_, "First");
   const std::string second = AddClipping(letters_, "Second");
@@ -109,6 +131,10 @@ TEST_F(ItemEditsTest, TaggingIsIdempotentAndMatchesNamesAsTheCatalogFoldsThem) {
             err::kInvalidProcedureCall);
   EXPECT_EQ(RaisedNumber([&] { TagClipping(*catalog_, first, "a\nb"); }),
             err::kInvalidProcedureCall);
+  EXPECT_EQ(ErrorOf([&] { TagClippings(*catalog_, {}, "Other"); }).description(),
+            "tagging needs at least one clipping");
+  EXPECT_EQ(ErrorOf([&] { UntagClippings(*catalog_, {}, "Other"); }).description(),
+            "untagging needs at least one clipping");
   EXPECT_EQ(ExportText(), before) << "a refused tagging changes nothing";
 }
 
@@ -127,6 +153,10 @@ TEST_F(ItemEditsTest, NamesAreCheckedByTheLibraryNotByTheServices) {
   }
   EXPECT_EQ(ExportText(), before);
   EXPECT_EQ(AddFolderNamed(*catalog_, inner_, "Fine name")->ParentID(), inner_);
+  // A C1 control character is refused; other characters of the same lead byte are not.
+  EXPECT_EQ(RaisedNumber([&] { AddFolderNamed(*catalog_, inner_, "next\xc2\x85line"); }),
+            err::kInvalidProcedureCall);
+  EXPECT_EQ(AddFolderNamed(*catalog_, inner_, "\xc2\xa9 2026")->Name(), "\xc2\xa9 2026");
   // The service itself still takes what an in-process caller gives it.
   EXPECT_NE(AddFolder("1", "two\nlines"), "");
 }

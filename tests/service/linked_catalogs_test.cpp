@@ -106,6 +106,8 @@ TEST_F(LinkedCatalogs, UnknownIdsAnswerNothingAndOnlyStoreFailuresRaise) {
   EXPECT_EQ(read_.FindClippingWithGUID("{00000000-0000-0000-0000-000000000000}", personal_),
             nullptr);
   EXPECT_EQ(read_.GetConnectionDetails(l_.letters, personal_), nullptr);
+  EXPECT_EQ(RaisedNumber([&] { read_.GetConnectionDetails("P99C1", personal_); }), 3021)
+      << "no catalog 99 is linked";
 
   // The store fails: the linked catalog is offline, then the personal catalog is.
   SetOnline("a", false);
@@ -124,7 +126,12 @@ TEST_F(LinkedCatalogs, UnknownIdsAnswerNothingAndOnlyStoreFailuresRaise) {
     EXPECT_EQ(RaisedNumber([&] { read_.GetCategory(id, personal_); }), err::kCatalogCannotBeOpened);
     EXPECT_EQ(RaisedNumber([&] { read_.GetFolder(id, personal_); }), err::kCatalogCannotBeOpened);
   }
+  // Listings answer empty, and the check of the connection says why.
+  EXPECT_EQ(read_.GetClippingsHistroy(10, personal_)->Items()->Count(), 0);
+  EXPECT_EQ(read_.GetLinkedFolders(personal_)->Items()->Count(), 0);
+  EXPECT_FALSE(read_.ConnectionOK(personal_, ""));
   SetOnline("personal", true);
+  EXPECT_TRUE(read_.ConnectionOK(personal_, ""));
 }
 
 TEST_F(LinkedCatalogs, WritesUnderAnOfflineLinkedFolderFailButItCanBeRemoved) {

@@ -1,6 +1,10 @@
 // ClippingDataRead over a personal catalog and two linked file catalogs, all online: every id
 // routes to its catalog, in arguments and in results alike.
+#include <set>
+#include <thread>
+
 #include "service/service_fixture.h"
+#include "util/date.h"
 #include "util/item_id.h"
 
 namespace clipcat::service_test {
@@ -80,6 +84,9 @@ TEST_F(ReadService, SearchForClippingsSearchesEachFolderInItsOwnCatalog) {
   EXPECT_EQ(Sorted({ids[0], ids[1]}), Sorted({l_.dear, l_.yours}));
   EXPECT_EQ(Sorted({ids[2], ids[3], ids[4]}), Sorted({l_.top_note, l_.shared_note, l_.deep_note}));
   EXPECT_EQ(ids[5], l_.bee_note);
+  // A linked folder without its subfolders: the clippings at the top of its catalog.
+  EXPECT_EQ(IdsOf(read_.SearchForClippings(NewSearch("*", {l_.a.linked->ID()}), personal_)),
+            Ids{l_.top_note});
   // FindClippings reads the default catalog only.
   EXPECT_EQ(IdsOf(read_.FindClippings(NewSearch("note"), personal_)), Ids{l_.root_note});
 }
@@ -126,6 +133,60 @@ TEST_F(ReadService, CategoriesAndQueriesRouteByTheIdsTheyName) {
   }
   EXPECT_EQ(read_.GetClippingByName("Deep note", l_.deeper, true, personal_)->ID(), l_.deep_note);
   EXPECT_EQ(read_.GetFolderByName("Deeper", l_.shared, personal_)->ID(), l_.deeper);
+}
+
+TEST_F(ReadService, CategoryChangesAreSeenInEveryLinkedCatalogAndAnUnlinkedOneIsLetGo) {
+  const Date past = *ParseIsoDate("2000-01-01 00:00:00");
+  const Date future = *ParseIsoDate("2999-01-01 00:00:00");
+  EXPECT_FALSE(read_.HaveCategoriesChanged(past, personal_)) << "no catalog has a category";
+  write_.AddCategory(Named<Category>("Bees"), l_.b.Root(), personal_);
+  EXPECT_TRUE(read_.HaveCategoriesChanged(past, personal_));
+  EXPECT_FALSE(read_.HaveCategoriesChanged(future, personal_));
+  const auto held = [&] {
+    const std::vector<int32_t> ids = HeldCatalogIDs();
+    return std::set<int32_t>(ids.begin(), ids.end());
+  };
+  ASSERT_EQ(held(), (std::set<int32_t>{0, l_.a.id, l_.b.id}));
+
+  // Unlinked on another thread (with a manager of its own): this thread's manager lets the
+  // catalog go when it next looks, and that is a change.
+  std::thread([&] {
+    ClippingDataWrite().DeleteLinkedFolder(l_.a.linked->ID(), personal_);
+    ReleaseAccessManager();
+  }).join();
+  EXPECT_TRUE(read_.HaveCategoriesChanged(future, personal_));
+  EXPECT_EQ(held(), (std::set<int32_t>{0, l_.b.id}));
+  EXPECT_FALSE(read_.HaveCategoriesChanged(future, personal_));
+}
+
+TEST_F(ReadService, ContentSearchCoversEveryCatalogOrWhatTheFolderOrCategoryNames) {
+  const auto found = [&](const std::string& folder, const std::string& category,
+                         int32_t max_items = 50) {
+    ContentSearchOptions options;
+    options.folder_id = folder;
+    options.category_id = category;
+    options.max_items = max_items;
+    Ids ids;
+    for (const FoundClipping& hit : read_.FindContent("content", options, personal_)) {
+      ids.push_back(hit.clipping->ID());
+    }
+    return Sorted(ids);
+  };
+  // Every catalog, the linked ones with their own ids; the limit holds over all of them.
+  EXPECT_EQ(found("", ""), Sorted({l_.root_note, l_.dear, l_.yours, l_.top_note, l_.shared_note,
+                                   l_.deep_note, l_.bee_note}));
+  EXPECT_EQ(found("", "", 2).size(), 2u);
+  // A linked folder of the personal catalog: the whole catalog it links.
+  EXPECT_EQ(found(l_.a.linked->ID(), ""), Sorted({l_.top_note, l_.shared_note, l_.deep_note}));
+  // A category alone: its members, in its own catalog.
+  const auto b = OpenDirect(l_.b.path);
+  const std::string bees = b->AddCategory(Named<Category>("Bees"), "1")->ID();
+  b->CloseCatalog();
+  write_.AddClippingToCategory(l_.bee_note, l_.b.Item(bees), personal_);
+  EXPECT_EQ(found("", l_.b.Item(bees)), Ids{l_.bee_note});
+  // A linked catalog's index is rebuilt through any of its ids, and finds the same.
+  write_.RebuildContentIndex(l_.b.Root(), personal_, {});
+  EXPECT_EQ(found(l_.b.Root(), ""), Ids{l_.bee_note});
 }
 
 }  // namespace

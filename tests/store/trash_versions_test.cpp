@@ -601,5 +601,72 @@ TEST_P(TrashVersionsTest, ACatalogUpgradedToTheTrashListsAndRestoresEarlierDelet
   EXPECT_EQ(VersionNumbers(kept), std::vector<int32_t>{1});
 }
 
+TEST_P(TrashVersionsTest, AMemberWhoMayNotUpgradeAnEarlierFormatWorksWithoutItsLaterTables) {
+  if (!OnServer()) GTEST_SKIP() << "only a catalog on a server has members who may not upgrade it";
+  const std::string kept = Add("Kept", root_);
+  const std::string gone = Add("Gone", root_);
+  access_->DeleteClipping(gone, false);
+  // A member who may write rows but not make tables.
+  const size_t at = connection_string_.find("Database=") + 9;
+  const std::string member =
+      connection_string_.substr(at, connection_string_.find(';', at) - at) + "_member";
+  ASSERT_EQ(PostgresTestServer::Instance(nullptr)->Admin("CREATE ROLE " + member + " LOGIN"), "");
+  access_->SetUpTeamRoles();
+  access_->GrantTeamAccess(member, false);
+  access_->CloseCatalog();
+  // Back to the third format: no content index, no versions, no trash rows.
+  for (const char* table :
+       {"ClippingVersion", "ClippingVersionData", "DeletedItem", "ClippingText"}) {
+    db_.ExecuteSQL(std::string("DROP TABLE ") + table);
+  }
+  db_.ExecuteSQL("UPDATE CatalogProperties SET sValue='3' WHERE sCatalogProperty='FormatVersion'");
+  std::string as_member = connection_string_;
+  as_member.replace(as_member.find("User ID=postgres"), 16, "User ID=" + member);
+  access_ = DataAccessSQL::Create();
+  access_->SetConnectionString(as_member);
+
+  // Adds, edits, deletes and restores work; nothing of the later formats is written.
+  std::string later;
+  access_->RunAsOneTransaction([&] { later = Add("Later", root_); });
+  Edit(kept, "Kept", "edited", Items{{2, "new text"}});
+  EXPECT_TRUE(access_->GetClippingVersions(kept).empty());
+  EXPECT_EQ(access_->GetClippingVersion(kept, 1), nullptr);
+  access_->DeleteClipping(later, false);
+  const std::vector<TrashEntry> trash = access_->GetTrash();
+  ASSERT_EQ(trash.size(), 2u);
+  EXPECT_FALSE(trash[0].deleted.has_value() || trash[1].deleted.has_value()) << "no time is kept";
+  EXPECT_EQ(TrashIds(), (std::set<std::string>{gone, later}));
+  EXPECT_EQ(access_->RestoreItem(later, false), "Later");
+  EXPECT_EQ(Statuses({later}), "1");
+  const VersionSpace space = access_->GetVersionSpace();
+  EXPECT_EQ(space.maximum_per_clipping + space.versions, 0);
+
+  // What needs the later tables is refused, saying why.
+  const std::string no_versions =
+      "This catalog's format keeps no versions; open it with a writer to upgrade it.";
+  EXPECT_EQ(ErrorOf([&] { access_->SetMaximumVersions(3); }).description(), no_versions);
+  ClippingVersion first;
+  first.version = 1;
+  EXPECT_EQ(ErrorOf([&] {
+              access_->AddClippingVersion(kept, first, MakeItems({{2, "x"}}));
+            }).description(),
+            no_versions);
+  EXPECT_EQ(ErrorOf([&] { access_->NoteDeletion(gone, Date::Now(), "ann"); }).description(),
+            "The item " + gone + " is not an entry of the trash.");
+  const AutomationError search =
+      ErrorOf([&] { access_->SearchContent(ParseContentQuery("text"), "", "", 0, 10); });
+  EXPECT_EQ(search.number(), err::kInvalidProcedureCall);
+  EXPECT_NE(search.description().find("has no content index yet"), std::string::npos);
+  EXPECT_EQ(Count("CatalogProperties WHERE sCatalogProperty='FormatVersion' AND sValue='3'"), 1);
+
+  // The owner's next open upgrades it, and the content index finds what the member wrote.
+  access_->CloseCatalog();
+  access_ = DataAccessSQL::Create();
+  access_->SetConnectionString(connection_string_);
+  ASSERT_EQ(access_->SearchContent(ParseContentQuery("new"), "", "", 0, 10).size(), 1u);
+  EXPECT_EQ(access_->SearchContent(ParseContentQuery("new"), "", "", 0, 10)[0].clipping->ID(),
+            kept);
+}
+
 }  // namespace
 }  // namespace clipcat::testing
