@@ -11,6 +11,7 @@
 #include "gateway/api_routes.h"
 #include "gateway/json_form.h"
 #include "gateway/web_files.h"
+#include "service/catalog_memory.h"
 
 namespace clipcat::gateway {
 namespace {
@@ -96,6 +97,7 @@ Gateway::~Gateway() = default;
 
 void Gateway::Configure() {
   RegisterClasses();  // for the call route
+  LimitCatalogCacheMemory(options_.cache_memory_bytes);
   httplib::Server& server = *server_;
   const size_t threads = options_.threads;
   server.new_task_queue = [threads] { return new httplib::ThreadPool(threads); };
