@@ -14,7 +14,9 @@ namespace {
 // `text` as every engine can store it: bytes that are not UTF-8 become U+FFFD (the round trip
 // through UTF-16 replaces them), NUL characters become spaces.
 std::string StorableText(std::string_view text) {
-  std::string valid = Utf16LEToUtf8(Utf8ToUtf16LE(text));
+  // Most text is well-formed already: only the NULs are left to replace.
+  std::string valid =
+      IsWellFormedUtf8(text) ? std::string(text) : Utf16LEToUtf8(Utf8ToUtf16LE(text));
   std::replace(valid.begin(), valid.end(), '\0', ' ');
   return valid;
 }
