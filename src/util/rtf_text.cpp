@@ -80,6 +80,21 @@ struct ConverterCloser {
 using Converter = std::unique_ptr<UConverter, ConverterCloser>;
 
 // The converters one document uses, opened once each.
+// Whether `bytes` read in `codepage` are the ASCII characters of the same numbers: bytes from 1
+// to 0x7F (a NUL is no character of the text), in a code page that keeps ASCII as it is (the
+// Windows code pages of RTF's character sets, and UTF-8).
+bool ReadsAsAscii(int codepage, std::string_view bytes) {
+  const bool keeps_ascii = (codepage >= 1250 && codepage <= 1258) || codepage == 874 ||
+                           codepage == 932 || codepage == 936 || codepage == 949 ||
+                           codepage == 950 || codepage == 65001;
+  if (!keeps_ascii) return false;
+  for (const char b : bytes) {
+    const auto byte = static_cast<uint8_t>(b);
+    if (byte == 0 || byte >= 0x80) return false;
+  }
+  return true;
+}
+
 class Codepages {
  public:
   // Appends the UTF-16 of `bytes` read in `codepage` to `units`.
@@ -496,6 +511,16 @@ class Reader {
   // while the text is visible, and every change of font or visibility comes after a flush.
   void Flush() {
     if (pending_.empty()) return;
+    if (ReadsAsAscii(Codepage(), pending_)) {
+      // Most text of most documents: the bytes are their own characters.
+      if (high_surrogate_ != 0) {
+        AppendUtf8(out_, kReplacement);
+        high_surrogate_ = 0;
+      }
+      out_ += pending_;
+      pending_.clear();
+      return;
+    }
     units_.clear();
     codepages_.Decode(Codepage(), pending_, units_);
     pending_.clear();
