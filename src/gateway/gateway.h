@@ -31,6 +31,9 @@ struct GatewayOptions {
   // and each connection would otherwise cache up to its own cache size); 0: no common limit.
   int64_t cache_memory_bytes = 24 << 20;
   size_t max_body_bytes = 64u << 20;
+  // Requests one connection may make before the server closes it (the client then connects
+  // again); a worker serves one connection at a time, so a kept connection holds its worker.
+  size_t requests_per_connection = 100;
   std::time_t timeout_seconds = 10;  // for reading a request and writing an answer
   // Where one line per request goes ("ADDRESS METHOD PATH STATUS BYTES"); nothing when empty.
   std::function<void(const std::string& line)> log;
