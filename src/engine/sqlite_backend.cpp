@@ -101,7 +101,9 @@ std::unique_ptr<RowCursor> SqliteBackend::OpenCursor(std::string_view sql) {
 void SqliteBackend::Run(const std::string& sql) {
   SqliteSession& session = Session();
   SqliteSession::Deadline deadline(session);
-  SqliteStatement statement(session, sql);
+  // The transaction statements are a handful of fixed texts, run around most reads and writes:
+  // each is prepared once and kept.
+  SqliteStatement statement(session, sql, SqliteStatement::Reuse::kByText);
   statement.Run();
 }
 

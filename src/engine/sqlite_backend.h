@@ -46,6 +46,7 @@ class SqliteBackend : public DatabaseBackend {
   // FreeSession(), raising when the engine ended the caller's transaction (see TransactionLost).
   SqliteSession& UsableSession() const;
   bool TransactionLost() const;
+  // Runs a transaction statement (BEGIN, COMMIT, SAVEPOINT ...), kept prepared by its text.
   void Run(const std::string& sql);
 
   std::shared_ptr<SqliteSession> session_;

@@ -14,10 +14,9 @@ namespace {
 // `text` as every engine can store it: bytes that are not UTF-8 become U+FFFD (the round trip
 // through UTF-16 replaces them), NUL characters become spaces.
 std::string StorableText(std::string_view text) {
-  // ASCII comes through the round trip unchanged; most text is ASCII, and is spared it.
-  const bool ascii = std::all_of(text.begin(), text.end(),
-                                 [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-  std::string valid = ascii ? std::string(text) : Utf16LEToUtf8(Utf8ToUtf16LE(text));
+  // Most text is well-formed already: only the NULs are left to replace.
+  std::string valid =
+      IsWellFormedUtf8(text) ? std::string(text) : Utf16LEToUtf8(Utf8ToUtf16LE(text));
   std::replace(valid.begin(), valid.end(), '\0', ' ');
   return valid;
 }

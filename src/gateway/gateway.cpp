@@ -11,6 +11,7 @@
 #include "gateway/api_routes.h"
 #include "gateway/json_form.h"
 #include "gateway/web_files.h"
+#include "service/catalog_memory.h"
 
 namespace clipcat::gateway {
 namespace {
@@ -96,6 +97,7 @@ Gateway::~Gateway() = default;
 
 void Gateway::Configure() {
   RegisterClasses();  // for the call route
+  LimitCatalogCacheMemory(options_.cache_memory_bytes);
   httplib::Server& server = *server_;
   const size_t threads = options_.threads;
   server.new_task_queue = [threads] { return new httplib::ThreadPool(threads); };
@@ -103,6 +105,9 @@ void Gateway::Configure() {
   // the client's delayed acknowledgement, some 40 ms a request.
   server.set_tcp_nodelay(true);
   server.set_payload_max_length(options_.max_body_bytes);
+  // The library's default closes a connection after 5 requests: a program making many requests
+  // would pay a new connection for every 5, accepted and handed to a worker anew.
+  server.set_keep_alive_max_count(options_.requests_per_connection);
   server.set_read_timeout(options_.timeout_seconds);
   server.set_write_timeout(options_.timeout_seconds);
 

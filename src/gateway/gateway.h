@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <ctime>
 #include <functional>
 #include <memory>
@@ -26,7 +27,13 @@ struct GatewayOptions {
   std::string token;
   std::string allow_origin;  // when not empty, the origin CORS lets in; off otherwise
   size_t threads = 32;       // worker threads, each with its own catalog connections
+  // The pages all workers' file catalogs cache, together (each worker has its own connections,
+  // and each connection would otherwise cache up to its own cache size); 0: no common limit.
+  int64_t cache_memory_bytes = 24 << 20;
   size_t max_body_bytes = 64u << 20;
+  // Requests one connection may make before the server closes it (the client then connects
+  // again); a worker serves one connection at a time, so a kept connection holds its worker.
+  size_t requests_per_connection = 100;
   std::time_t timeout_seconds = 10;  // for reading a request and writing an answer
   // Where one line per request goes ("ADDRESS METHOD PATH STATUS BYTES"); nothing when empty.
   std::function<void(const std::string& line)> log;

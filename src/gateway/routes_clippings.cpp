@@ -32,8 +32,10 @@ std::string MimeTypeOf(int32_t type) {
 }
 
 json ClippingDetailJson(Catalog& catalog, const std::string& id) {
-  json form = ClippingJson(*ClippingOr404(catalog, id, true), true);
-  form["path"] = catalog.read().GetClippingPathName(id, catalog.details());
+  const auto clipping = ClippingOr404(catalog, id, true);
+  json form = ClippingJson(*clipping, true);
+  // The path of the folder just read: the clipping's own path would read the clipping again.
+  form["path"] = catalog.read().GetFolderPathName(clipping->FolderID(), catalog.details());
   form["categories"] =
       CategoryListJson(*catalog.read().GetCategoriesForClipping(id, catalog.details()));
   return form;

@@ -75,9 +75,16 @@ std::shared_ptr<Clipping> DataAccess::ReadClippingRow(const Recordset& rs, bool 
 std::shared_ptr<Clipping> DataAccess::GetClipping(const std::string& sClippingID, bool bGetData) {
   EnsureCatalogOpen();
   const std::string key = GetLocalItemID(sClippingID, ExternalCatalogID());
-  Recordset rs = Connection().GetRecordsetRO("SELECT * FROM Clipping WHERE lClippingID=?",
-                                             {SqlValue::Number(Variant(key))});
-  return FirstRow(rs, [&](const Recordset& row) { return ReadClippingRow(row, bGetData); });
+  const auto read = [&] {
+    Recordset rs = Connection().GetRecordsetRO("SELECT * FROM Clipping WHERE lClippingID=?",
+                                               {SqlValue::Number(Variant(key))});
+    return FirstRow(rs, [&](const Recordset& row) { return ReadClippingRow(row, bGetData); });
+  };
+  if (!bGetData) return read();
+  // The row and its items in one view, and the engine's read locks taken once for both.
+  std::shared_ptr<Clipping> clipping;
+  Connection().ReadConsistently([&] { clipping = read(); });
+  return clipping;
 }
 
 std::shared_ptr<Clipping> DataAccess::FindClippingWithGUID(const std::string& sClippingGUID,

@@ -125,24 +125,27 @@ std::string DataAccess::GetFolderPathName(const std::string& sFolderID) {
   std::string key = GetLocalItemID(sFolderID, external_catalog_id_);
   std::string path;
   std::set<std::string> visited;
-  while (Variant(key).ToDouble() != 0) {
-    const std::string number = SqlNumber(Variant(key));
-    // A parent that names no folder, or a chain that comes back to itself, would walk forever.
-    if (!visited.insert(number).second) {
-      throw AutomationError(err::kDatabaseError, kComponentSource,
-                            "The parents of folder " + sFolderID + " run in a circle.");
+  // One view of the chain of parents, and the engine's read locks taken once for all of it.
+  Connection().ReadConsistently([&] {
+    while (Variant(key).ToDouble() != 0) {
+      const std::string number = SqlNumber(Variant(key));
+      // A parent that names no folder, or a chain that comes back to itself, would walk forever.
+      if (!visited.insert(number).second) {
+        throw AutomationError(err::kDatabaseError, kComponentSource,
+                              "The parents of folder " + sFolderID + " run in a circle.");
+      }
+      Recordset rs = Connection().GetRecordsetRO(
+          "Select sName, lParentID From Folder Where lFolderID =" + number);
+      if (rs.Bof() && rs.Eof()) {
+        throw AutomationError(err::kDatabaseError, kComponentSource,
+                              "Folder " + number + " is missing from the catalog.");
+      }
+      rs.MoveFirst();
+      key = rs.Value("lParentID").ToText();
+      path = AppendPath(rs.Value("sName").ToText(), path);
+      rs.Close();
     }
-    Recordset rs = Connection().GetRecordsetRO(
-        "Select sName, lParentID From Folder Where lFolderID =" + number);
-    if (rs.Bof() && rs.Eof()) {
-      throw AutomationError(err::kDatabaseError, kComponentSource,
-                            "Folder " + number + " is missing from the catalog.");
-    }
-    rs.MoveFirst();
-    key = rs.Value("lParentID").ToText();
-    path = AppendPath(rs.Value("sName").ToText(), path);
-    rs.Close();
-  }
+  });
   if (!path.empty()) path.pop_back();
   return path;
 }

@@ -58,12 +58,6 @@ constexpr std::pair<int, int> kCharsetCodepages[] = {
     {162, 1254}, {163, 1258}, {177, 1255}, {178, 1256}, {186, 1257}, {204, 1251},
     {222, 874},  {238, 1250}, {254, 437},  {255, 850}};
 
-// True for the codepages that read the bytes 0x20 to 0x7E as ASCII: the Windows codepages of
-// the Latin, Greek, Cyrillic, Turkish, Hebrew, Arabic, Baltic and Vietnamese scripts, and UTF-8.
-bool AsciiCompatible(int codepage) {
-  return (codepage >= 1250 && codepage <= 1258) || codepage == 65001;
-}
-
 int CodepageOfCharset(int charset) {
   for (const auto& [known, codepage] : kCharsetCodepages) {
     if (known == charset) return codepage;
@@ -84,6 +78,21 @@ struct ConverterCloser {
   void operator()(UConverter* converter) const { ucnv_close(converter); }
 };
 using Converter = std::unique_ptr<UConverter, ConverterCloser>;
+
+// Whether `bytes` read in `codepage` are the ASCII characters of the same numbers: bytes from 1
+// to 0x7F (a NUL is no character of the text), in a code page that keeps ASCII as it is (the
+// Windows code pages of RTF's character sets, and UTF-8).
+bool ReadsAsAscii(int codepage, std::string_view bytes) {
+  const bool keeps_ascii = (codepage >= 1250 && codepage <= 1258) || codepage == 874 ||
+                           codepage == 932 || codepage == 936 || codepage == 949 ||
+                           codepage == 950 || codepage == 65001;
+  if (!keeps_ascii) return false;
+  for (const char b : bytes) {
+    const auto byte = static_cast<uint8_t>(b);
+    if (byte == 0 || byte >= 0x80) return false;
+  }
+  return true;
+}
 
 // The converters one document uses, opened once each.
 class Codepages {
@@ -502,11 +511,13 @@ class Reader {
   // while the text is visible, and every change of font or visibility comes after a flush.
   void Flush() {
     if (pending_.empty()) return;
-    // Printable ASCII reads the same in every codepage a document can name but the few that
-    // put other characters there: it is emitted as it is, without a converter.
-    if (AsciiCompatible(Codepage()) && std::all_of(pending_.begin(), pending_.end(),
-                                                   [](char c) { return c >= 0x20 && c < 0x7F; })) {
-      for (const char c : pending_) Emit(static_cast<UChar32>(c));
+    if (ReadsAsAscii(Codepage(), pending_)) {
+      // Most text of most documents: the bytes are their own characters.
+      if (high_surrogate_ != 0) {
+        AppendUtf8(out_, kReplacement);
+        high_surrogate_ = 0;
+      }
+      out_ += pending_;
       pending_.clear();
       return;
     }

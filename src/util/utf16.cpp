@@ -1,8 +1,10 @@
 #include "util/utf16.h"
 
 #include <unicode/ustring.h>
+#include <unicode/utf8.h>
 
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace clipcat {
@@ -44,6 +46,23 @@ std::string Utf16LEToUtf8(std::string_view utf16le) {
   if (U_FAILURE(status)) return {};
   out.resize(static_cast<size_t>(length));
   return out;
+}
+
+bool IsWellFormedUtf8(std::string_view text) {
+  if (text.size() > static_cast<size_t>(std::numeric_limits<int32_t>::max())) return false;
+  const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
+  const auto length = static_cast<int32_t>(text.size());
+  for (int32_t i = 0; i < length;) {
+    if (bytes[i] < 0x80) {
+      ++i;
+      continue;
+    }
+    // The same test of a sequence as ICU's conversion, which replaces what fails it.
+    UChar32 c = 0;
+    U8_NEXT(bytes, i, length, c);
+    if (c < 0) return false;
+  }
+  return true;
 }
 
 }  // namespace clipcat

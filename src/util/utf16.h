@@ -16,4 +16,8 @@ std::string Utf8ToUtf16LE(std::string_view utf8);
 // dropped.
 std::string Utf16LEToUtf8(std::string_view utf16le);
 
+// Whether `text` is well-formed UTF-8 throughout: exactly the texts that come back unchanged from
+// Utf8ToUtf16LE and Utf16LEToUtf8, so a caller can skip that round trip for them.
+bool IsWellFormedUtf8(std::string_view text);
+
 }  // namespace clipcat

@@ -33,6 +33,10 @@ TEST_F(GatewayClippings, AddWithTextAnswers201WithTheClipping) {
   EXPECT_EQ(read.body["items"][0]["text"], "Thanks");
   EXPECT_TRUE(read.body["accessed"].is_null());
   EXPECT_TRUE(read.body["categories"].empty());
+  // The path is its folder's, the whole of it.
+  const std::string folder_path = Get("/api/folders/" + folder_).body["path"];
+  EXPECT_NE(folder_path.find("Work"), std::string::npos);
+  EXPECT_EQ(read.body["path"], folder_path);
 }
 
 TEST_F(GatewayClippings, ItemsByNameOrNumberWithTextOrBase64) {
@@ -117,6 +121,8 @@ TEST_F(GatewayClippings, PatchChangesNameDescriptionDataAndFolder) {
   ASSERT_EQ(moved.status, 200) << moved.text;
   EXPECT_EQ(moved.body["folder"], home);
   EXPECT_EQ(moved.body["items"][0]["text"], "new");
+  EXPECT_EQ(moved.body["path"], Get("/api/folders/" + home).body["path"]);
+  EXPECT_EQ(Get("/api/clippings/" + id).body["path"], Get("/api/folders/" + home).body["path"]);
   EXPECT_EQ(Get("/api/folders/" + home + "/clippings").body.size(), 1u);
 }
 

@@ -1,6 +1,8 @@
 // Messages, errors and UTF-16 text.
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "util/error_of.h"
 #include "util/errors.h"
 #include "util/messages.h"
@@ -50,6 +52,44 @@ TEST(Utf16, PairsSurrogatesAndMakesBrokenInputTheReplacementCharacter) {
   // A sequence cut short is one replacement, not one per byte; the next character survives.
   EXPECT_EQ(Utf8ToUtf16LE("\xE2\x82z"), std::string("\xFD\xFFz\0", 4));
   EXPECT_EQ(Utf8ToUtf16LE("\xED\xA0\x80"), std::string("\xFD\xFF\xFD\xFF\xFD\xFF", 6));
+}
+
+TEST(Utf16, WellFormedUtf8IsWhatTheRoundTripLeavesUnchanged) {
+  // Every text of up to three bytes drawn from bytes at the edges of UTF-8's ranges, and four-byte
+  // forms around the last code point: the check agrees with the round trip on each.
+  const std::vector<uint8_t> edges = {0x00, 0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0,
+                                      0xC1, 0xC2, 0xDF, 0xE0, 0xED, 0xEF, 0xF0, 0xF4, 0xF5, 0xFF};
+  size_t well_formed = 0;
+  size_t checked = 0;
+  const auto check = [&](const std::string& text) {
+    const bool unchanged = Utf16LEToUtf8(Utf8ToUtf16LE(text)) == text;
+    EXPECT_EQ(IsWellFormedUtf8(text), unchanged) << ::testing::PrintToString(text);
+    well_formed += unchanged ? 1 : 0;
+    ++checked;
+  };
+  check("");
+  for (uint8_t a : edges) {
+    check(std::string(1, static_cast<char>(a)));
+    for (uint8_t b : edges) {
+      check(std::string{static_cast<char>(a), static_cast<char>(b)});
+      for (uint8_t c : edges) {
+        check(std::string{static_cast<char>(a), static_cast<char>(b), static_cast<char>(c)});
+      }
+    }
+  }
+  for (const char* text : {"\xF0\x9D\x84\x9E", "\xF4\x8F\xBF\xBF", "\xF4\x90\x80\x80",
+                           "\xF0\x8F\xBF\xBF", "\xEF\xBF\xBE", "\xED\x9F\xBF"}) {
+    check(text);
+  }
+  // Both answers occur many times, so neither a check that always says yes nor one that always
+  // says no passes.
+  EXPECT_GT(well_formed, 100u);
+  EXPECT_GT(checked - well_formed, 1000u);
+  // Long text: one bad byte anywhere is found.
+  std::string long_text(100000, 'x');
+  EXPECT_TRUE(IsWellFormedUtf8(long_text));
+  long_text[99999] = '\xC3';
+  EXPECT_FALSE(IsWellFormedUtf8(long_text));
 }
 
 }  // namespace

@@ -76,6 +76,20 @@ TEST(RtfToText, DecodesBytesInTheCodepageOfTheFontOrDocument) {
   EXPECT_EQ(RtfToText(fonts + "\\f2 a\\'82}"), "a\ufffd") << "a lead byte cut short";
 }
 
+TEST(RtfToText, AsciiTextReadsTheSameInEveryCodepageAroundOtherBytes) {
+  // Plain ASCII runs between escaped bytes, NULs, Unicode and a cut surrogate pair, in code pages
+  // that keep ASCII and in ones read through their converter only.
+  for (const std::string codepage : {"1252", "1251", "932", "936", "65001", "10000", "437"}) {
+    const std::string head = "{\\rtf1\\ansi\\ansicpg" + codepage + " ";
+    EXPECT_EQ(RtfToText(head + "Hello, world}"), "Hello, world") << codepage;
+    EXPECT_EQ(RtfToText(head + "a{\\b b}c\\par d\\tab e}"), "abc\nd\te") << codepage;
+    EXPECT_EQ(RtfToText(head + "x\\'00y}"), "xy") << codepage << ": a NUL is no character";
+    EXPECT_EQ(RtfToText(head + "\\u55357?ab}"), "\ufffdab") << codepage << ": a lone lead unit";
+  }
+  EXPECT_EQ(RtfToText("{\\rtf1\\ansi\\ansicpg1252 caf\\'e9s ok}"), "caf\u00e9s ok");
+  EXPECT_EQ(RtfToText("{\\rtf1\\ansi\\ansicpg1251 \\'cf ok}"), "\u041f ok");
+}
+
 TEST(RtfToText, ReadsUnicodeAndSkipsItsFallback) {
   EXPECT_EQ(RtfToText(Doc("\\u8364?x")), "\u20acx");
   EXPECT_EQ(RtfToText(Doc("\\u-3913?")), "\uf0b7") << "negative units count from 65536";
