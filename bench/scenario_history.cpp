@@ -2,7 +2,8 @@
 // (2,000 first accesses, then further ones), and GetClippingsHistroy of 100 through the read
 // service. The floor runs the same statements prepared once: the history row looked up by id,
 // then updated by GUID or inserted, each on its own as the library runs them; for the listing the
-// newest rows, then each clipping read by key.
+// newest rows, then each clipping read by key inside one read transaction, as the library reads
+// them.
 #include <sqlite3.h>
 
 #include "entities/clipping.h"
@@ -74,12 +75,14 @@ std::vector<FloorClipping> FloorHistory(FloorDb& db, FrameCodec& codec, int maxi
   }
   s.Reset();
   std::vector<FloorClipping> clippings;
+  db.Prepare("BEGIN").Run();
   for (const auto& [id, accessed] : entries) {
     std::optional<FloorClipping> c = GetClipping(db, codec, std::stoll(id), false);
     if (!c) continue;
     c->accessed = accessed;
     clippings.push_back(std::move(*c));
   }
+  db.Prepare("COMMIT").Run();
   return clippings;
 }
 

@@ -264,17 +264,31 @@ std::shared_ptr<Clippings> ClippingDataRead::GetClippingsHistroy(
     history = catalog->GetClippingsHistroy(lMaximumItems);
   });
   if (!history) return result;
-  for (const auto& entry : history->Items()->Snapshot()) {
-    IgnoreErrors([&] {
-      const auto clipping = GetClipping(entry->ID(), oDefaultConnection, false);
-      if (!clipping) {
-        catalog->DeleteClippingHistory(entry->ID());
-        return;
-      }
-      clipping->SetAccessed(StoreKey(), entry->Accessed());
-      result->AddClipping(clipping);
-    });
+  // The entries' clippings read in one view of the catalog, its read locks taken once; the
+  // entries of clippings that are gone are dropped once the reading is done.
+  std::vector<std::string> gone;
+  const auto read_entries = [&] {
+    for (const auto& entry : history->Items()->Snapshot()) {
+      IgnoreErrors([&] {
+        const auto clipping = GetClipping(entry->ID(), oDefaultConnection, false);
+        if (!clipping) {
+          gone.push_back(entry->ID());
+          return;
+        }
+        clipping->SetAccessed(StoreKey(), entry->Accessed());
+        result->AddClipping(clipping);
+      });
+    }
+  };
+  try {
+    catalog->ReadConsistently(read_entries);
+  } catch (const AutomationError&) {
+    // The read view could not be had: each entry is read on its own, as it comes.
+    result->ClearClippings();
+    gone.clear();
+    read_entries();
   }
+  for (const std::string& id : gone) IgnoreErrors([&] { catalog->DeleteClippingHistory(id); });
   return result;
 }
 

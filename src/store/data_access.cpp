@@ -98,6 +98,11 @@ void DataAccess::RunAsOneTransaction(const std::function<void()>& body) {
   });
 }
 
+void DataAccess::ReadConsistently(const std::function<void()>& body) {
+  EnsureCatalogOpen();
+  Connection().ReadConsistently(body);
+}
+
 void DataAccess::WriteClippingText(int32_t key, const std::string& name,
                                    const std::string& description,
                                    const ClippingDataCollection& items) {

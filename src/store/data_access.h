@@ -458,6 +458,11 @@ class DataAccess {
   // than as many small pieces as the operations have nested transactions.
   void RunAsOneTransaction(const std::function<void()>& body);
 
+  // Runs `body`, a series of reads of this catalog, so that they see one state of it and, on
+  // SQLite, take the engine's read locks once for all of them (one read transaction, unless a
+  // transaction is open already). For reads only; what `body` raises reaches the caller.
+  void ReadConsistently(const std::function<void()>& body);
+
  protected:
   DataAccess();
 
